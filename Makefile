@@ -1,0 +1,50 @@
+# Two commands matter: `make run` and `make test`. Everything else is for developers.
+SECTION ?= 1
+JOBS ?= $(shell nproc)
+BUILD_TEST := build/test
+BUILD_RUN := build/release
+BUILD_BENCH := build/bench
+RUN_HOME := $(CURDIR)/build/run
+
+.PHONY: all deps run test build-test build-run bench format clean
+
+all: build-run
+
+deps:
+	@bash scripts/install-deps.sh
+
+$(BUILD_RUN)/CMakeCache.txt:
+	cmake -S . -B $(BUILD_RUN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTLM_BUILD_TESTS=OFF
+
+build-run: deps $(BUILD_RUN)/CMakeCache.txt
+	cmake --build $(BUILD_RUN) -j $(JOBS)
+
+# Settings and data of `make run` live under build/run, never in the user's own settings.
+run: build-run
+	@mkdir -p $(RUN_HOME)/config $(RUN_HOME)/data $(RUN_HOME)/runtime
+	@chmod 700 $(RUN_HOME)/runtime
+	XDG_CONFIG_HOME=$(RUN_HOME)/config XDG_DATA_HOME=$(RUN_HOME)/data XDG_RUNTIME_DIR=$(RUN_HOME)/runtime \
+	  TLM_DEFAULT_DATA_DIR=$(RUN_HOME)/data $(BUILD_RUN)/src/tlm-manager $(SECTION)
+
+$(BUILD_TEST)/CMakeCache.txt:
+	cmake -S . -B $(BUILD_TEST) -DCMAKE_BUILD_TYPE=Debug -DTLM_SANITIZE=ON -DTLM_BUILD_TESTS=ON
+
+build-test: deps $(BUILD_TEST)/CMakeCache.txt
+	cmake --build $(BUILD_TEST) -j $(JOBS)
+
+# Starts the servers the tests need on loopback, runs every test, stops the servers pass or fail.
+test: build-test
+	@bash scripts/test-servers.sh run -- ctest --test-dir $(BUILD_TEST) --output-on-failure -j $(JOBS)
+
+$(BUILD_BENCH)/CMakeCache.txt:
+	cmake -S . -B $(BUILD_BENCH) -DCMAKE_BUILD_TYPE=Release -DTLM_BUILD_TESTS=OFF -DTLM_BUILD_BENCH=ON
+
+bench: deps $(BUILD_BENCH)/CMakeCache.txt
+	cmake --build $(BUILD_BENCH) -j $(JOBS)
+	@bash scripts/test-servers.sh run -- bash bench/run-all.sh $(BUILD_BENCH)
+
+format:
+	find src tests bench -name '*.cpp' -o -name '*.h' | xargs clang-format -i
+
+clean:
+	rm -rf build

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Installs every Debian package the product, its tests and its benchmarks need.
+# Idempotent: when all packages are present it does nothing and touches no network.
+set -euo pipefail
+
+packages=(
+  build-essential cmake pkg-config clang-format
+  qt6-base-dev qt6-base-dev-tools libqt6sql6-sqlite libqt6sql6-psql libqt6sql6-odbc
+  libqt6printsupport6 libqt6opengl6-dev libgl-dev
+  libcurl4-openssl-dev libxlsxwriter-dev libldap-dev
+  slapd ldap-utils postgresql python3-aiosmtpd
+  xvfb xauth libgtest-dev libgmock-dev googletest libbenchmark-dev
+  unixodbc unixodbc-dev tdsodbc poppler-utils
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+    missing+=("$p")
+  fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+
+echo "install-deps: installing ${missing[*]}"
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
+export DEBIAN_FRONTEND=noninteractive
+# slapd asks questions and starts a system server on install; neither is wanted here.
+echo "slapd slapd/no_configuration boolean true" | $SUDO debconf-set-selections
+$SUDO apt-get update -q
+$SUDO apt-get install -y -q --no-install-recommends "${missing[@]}"

@@ -1,0 +1,33 @@
+#include <QApplication>
+#include <cstdio>
+
+#include "core/startup.h"
+#include "core/version.h"
+#include "desktop/gui_program.h"
+
+int main(int argc, char** argv) {
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
+    const tlm::CommandLine commandLine = tlm::ParseCommandLine(arguments);
+
+    // A refused argument ends before anything is created: no window, no file touched.
+    switch (commandLine.kind) {
+        case tlm::CommandLine::Help:
+            std::fputs(qPrintable(tlm::UsageText()), stdout);
+            return tlm::kExitNormal;
+        case tlm::CommandLine::Version:
+            std::fputs(qPrintable(tlm::VersionText()), stdout);
+            return tlm::kExitNormal;
+        case tlm::CommandLine::Silent:
+            return tlm::kExitRefusedArgument;
+        default:
+            break;
+    }
+
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("TLM"));
+    QApplication::setOrganizationName(QStringLiteral("Orrinwell"));
+    QApplication::setApplicationVersion(QString::fromLatin1(tlm::kVersionText));
+    tlm::Program program;
+    return tlm::RunMain(commandLine, program);
+}

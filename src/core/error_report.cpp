@@ -1,0 +1,145 @@
+#include "core/error_report.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QMutex>
+#include <QRegularExpression>
+#include <QTextStream>
+#include <cstdio>
+
+#include "core/file_services.h"
+#include "core/prompt.h"
+#include "core/version.h"
+
+namespace tlm {
+
+namespace {
+
+// Without a GUI the report goes to stderr, so a headless run still says what went wrong.
+class StderrPresenter : public ErrorPresenter {
+public:
+    void showReport(const QString& reportText, bool) override {
+        std::fprintf(stderr, "%s\n", qPrintable(reportText));
+    }
+    void showFriendly(const QString& friendlyText, const QString& reportText) override {
+        std::fprintf(stderr, "%s\n%s\n", qPrintable(friendlyText), qPrintable(reportText));
+    }
+};
+
+StderrPresenter g_stderrPresenter;
+ErrorPresenter* g_presenter = nullptr;
+ErrorReportMailer* g_mailer = nullptr;
+bool g_reportShown = false;
+bool g_logEnabled = false;
+QString g_currentAction;
+QStringList g_secrets;
+
+ErrorPresenter& presenter() { return g_presenter ? *g_presenter : g_stderrPresenter; }
+
+}  // namespace
+
+void SetErrorPresenter(ErrorPresenter* p) { g_presenter = p; }
+void SetErrorReportMailer(ErrorReportMailer* mailer) { g_mailer = mailer; }
+
+void RegisterSecret(const QString& secret) {
+    // Very short values would mask ordinary words; connection-string patterns still cover them.
+    if (secret.size() >= 3 && !g_secrets.contains(secret)) g_secrets.append(secret);
+}
+
+QString MaskSecrets(const QString& text) {
+    static const QRegularExpression pattern(QStringLiteral("\\b(Password|PWD)\\s*=\\s*[^;\\r\\n]*"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    QString out = text;
+    out.replace(pattern, QStringLiteral("\\1=****"));
+    for (const QString& s : g_secrets) out.replace(s, QStringLiteral("****"));
+    return out;
+}
+
+QString BuildReportText(const Failure& f) {
+    const QString crlf = QStringLiteral("\r\n");
+    QString t;
+    t += QStringLiteral("At Line: ") + QString::number(f.line) + crlf;
+    t += QStringLiteral("In Function: ") + f.label + crlf;
+    t += QStringLiteral("Source: ") + f.source + crlf;
+    t += QStringLiteral("Exception Number: ") + QString::number(f.number) + crlf;
+    t += QStringLiteral("Exception Description: ") + f.description + crlf;
+    return MaskSecrets(t);
+}
+
+QString BuildFriendlyReportText(const Failure& f) {
+    const QString crlf = QStringLiteral("\r\n");
+    QString t;
+    t += QStringLiteral("Outlook version: ") + fncGetAppVersion() + crlf;
+    t += QStringLiteral("Exception Number: ") + QString::number(f.number) + crlf;
+    t += QStringLiteral("Exception Description: ") + f.description + crlf;
+    t += QStringLiteral("Line: ") + QString::number(f.line) + crlf;
+    t += QStringLiteral("Function: ") + f.label + crlf;
+    return MaskSecrets(t);
+}
+
+void subReportError(const Failure& failure, bool blnAllowDirect) {
+    if (g_reportShown) return;
+    const QString report = BuildReportText(failure);
+    g_reportShown = true;
+    subTraceAction(QStringLiteral("Error in ") + failure.label + QStringLiteral(": ") + failure.description);
+    presenter().showReport(report, blnAllowDirect);
+}
+
+void subShowFriendlyError(const QString& friendlyText, const Failure& failure) {
+    presenter().showFriendly(MaskSecrets(friendlyText), BuildFriendlyReportText(failure));
+}
+
+void subTraceAction(const QString& action) {
+    g_currentAction = action;
+    if (g_logEnabled) subAppendLog(action);
+}
+
+QString CurrentAction() { return g_currentAction; }
+bool ReportShown() { return g_reportShown; }
+
+void ResetErrorReportingForTests() {
+    g_reportShown = false;
+    g_currentAction.clear();
+    g_logEnabled = false;
+}
+
+void SetLogEnabledForTests(bool enabled) { g_logEnabled = enabled; }
+
+QString ErrorReportSubject() {
+    return QStringLiteral("Exception (") + fncGetAppVersion() + QStringLiteral(") : ") + kMessageTitle;
+}
+
+void subSendErrorReport(const QString& reportText, bool blnSendDirectly) {
+    if (!g_mailer || !g_mailer->available()) return;
+    if (!g_mailer->send(ErrorReportSubject(), MaskSecrets(reportText), blnSendDirectly))
+        MsgBox(QStringLiteral("Failed to send error email using MS Outlook!"), PromptIcon::Critical);
+}
+
+QString fncGetAppVersion() { return QString::fromLatin1(kVersionText); }
+
+QString fncGetLogFolder() {
+    const QString docs = fncGetSpecialFolder(5);
+    if (docs.isEmpty()) return QString();
+    const QString folder = docs + QStringLiteral("/Quorbase Data/");
+    QDir().mkpath(folder);
+    return QDir(folder).exists() ? folder : QString();
+}
+
+QString fncGetLogFile() {
+    const QString folder = fncGetLogFolder();
+    if (folder.isEmpty()) return QString();
+    return folder + kMessageTitle + QStringLiteral(".log.txt");
+}
+
+void subAppendLog(const QString& line) {
+    if (line.isEmpty()) return;
+    const QString file = fncGetLogFile();
+    if (file.isEmpty()) return;
+    QFile f(file);
+    if (!f.open(QIODevice::Append | QIODevice::Text)) return;
+    QTextStream out(&f);
+    out << QDateTime::currentDateTime().toString(Qt::ISODate) << '\t' << MaskSecrets(line) << '\n';
+}
+
+}  // namespace tlm

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+#include <QtGlobal>
+
+#include "core/sections.h"
+
+namespace tlm {
+
+// Shows one window modal for the section and returns when it closes.
+using ScreenOpener = void (*)(qint32 section);
+
+// The screen that opens each kind of window; nullptr while this build has none for it.
+ScreenOpener OpenerFor(SectionWindow window);
+
+// subLoadSection: stores the number, marks section 14 as an explicit database setup, and shows the
+// section's window. A window this build does not have yet is a message naming the section.
+void subLoadSection(qint32 section);
+
+QString NotAvailableText(qint32 section);
+
+}  // namespace tlm

@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include <QFile>
+
+#include "core/error_report.h"
+#include "core/prompt.h"
+
+using namespace tlm;
+
+namespace {
+
+class RecordingPresenter : public ErrorPresenter {
+public:
+    QStringList reports, friendly;
+    QList<bool> direct;
+    void showReport(const QString& text, bool allowDirect) override {
+        reports << text;
+        direct << allowDirect;
+    }
+    void showFriendly(const QString& f, const QString& text) override { friendly << f + "\n" + text; }
+};
+
+class RecordingMailer : public ErrorReportMailer {
+public:
+    bool up = true, ok = true;
+    QStringList subjects, bodies;
+    bool available() const override { return up; }
+    bool send(const QString& s, const QString& b, bool) override {
+        subjects << s;
+        bodies << b;
+        return ok;
+    }
+};
+
+class ErrorPath : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ResetErrorReportingForTests();
+        SetErrorPresenter(&presenter);
+        SetPrompter(&prompts);
+    }
+    void TearDown() override {
+        SetErrorPresenter(nullptr);
+        SetErrorReportMailer(nullptr);
+        SetPrompter(nullptr);
+        ResetErrorReportingForTests();
+    }
+    RecordingPresenter presenter;
+    ScriptedPrompter prompts;
+};
+
+}  // namespace
+
+TEST_F(ErrorPath, ReportTextHasTheFiveLinesInOrder) {
+    const QString t = BuildReportText(Failure{-2147467259, QStringLiteral("Boom"), 42, QStringLiteral("DB.GetCONN")});
+    EXPECT_EQ(t, QStringLiteral("At Line: 42\r\nIn Function: DB.GetCONN\r\nSource: Tally Loom Manager Process\r\n"
+                                "Exception Number: -2147467259\r\nException Description: Boom\r\n"));
+}
+
+TEST_F(ErrorPath, OnlyTheFirstReportOfAProcessIsShown) {
+    subReportError(Failure{5, QStringLiteral("first"), 1, QStringLiteral("A.b")}, true);
+    subReportError(Failure{6, QStringLiteral("second"), 2, QStringLiteral("C.d")});
+    ASSERT_EQ(presenter.reports.size(), 1);
+    EXPECT_TRUE(presenter.reports[0].contains(QStringLiteral("first")));
+    EXPECT_TRUE(presenter.direct[0]);
+    EXPECT_TRUE(ReportShown());
+    // The friendly path still shows after a report.
+    subShowFriendlyError(QStringLiteral("Connection lost"), Failure{7, QStringLiteral("x"), 0, QStringLiteral("DB.x")});
+    ASSERT_EQ(presenter.friendly.size(), 1);
+    EXPECT_TRUE(presenter.friendly[0].contains(QStringLiteral("Function: DB.x")));
+}
+
+TEST_F(ErrorPath, PasswordsNeverReachAReport) {
+    RegisterSecret(QStringLiteral("s3cr|et"));
+    subReportError(Failure{1,
+                           QStringLiteral("Login failed\r\n\r\nstrConn=Provider=SQLOLEDB.1;Password=hunter2;User "
+                                          "ID=sa;Data Source=db; pwd = other ; also s3cr|et"),
+                           0, QStringLiteral("DB.Initialize")});
+    ASSERT_EQ(presenter.reports.size(), 1);
+    const QString r = presenter.reports[0];
+    EXPECT_FALSE(r.contains(QStringLiteral("hunter2")));
+    EXPECT_FALSE(r.contains(QStringLiteral("other")));
+    EXPECT_FALSE(r.contains(QStringLiteral("s3cr|et")));
+    EXPECT_TRUE(r.contains(QStringLiteral("User ID=sa")));
+    EXPECT_TRUE(MsgBox(QStringLiteral("Password=abc;x")) == PromptAnswer::Ok);
+    EXPECT_EQ(prompts.shown().last().text, QStringLiteral("Password=****;x"));
+}
+
+TEST_F(ErrorPath, ReportMailGoesThroughTheMailerOrNowhere) {
+    subSendErrorReport(QStringLiteral("report"), true);  // no mailer: nothing happens, no box
+    EXPECT_TRUE(prompts.shown().isEmpty());
+    RecordingMailer mailer;
+    SetErrorReportMailer(&mailer);
+    subSendErrorReport(QStringLiteral("r Password=pw1;"), false);
+    ASSERT_EQ(mailer.subjects.size(), 1);
+    EXPECT_EQ(mailer.subjects[0], QStringLiteral("Exception (") + fncGetAppVersion() +
+                                      QStringLiteral(") : Tally Loom Manager Process"));
+    EXPECT_FALSE(mailer.bodies[0].contains(QStringLiteral("pw1")));
+    mailer.ok = false;
+    subSendErrorReport(QStringLiteral("r"), true);
+    ASSERT_EQ(prompts.shown().size(), 1);
+    EXPECT_EQ(prompts.shown()[0].text, QStringLiteral("Failed to send error email using MS Outlook!"));
+    EXPECT_EQ(prompts.shown()[0].icon, PromptIcon::Critical);
+}
+
+TEST_F(ErrorPath, TraceKeepsTheLastActionAndLogsOnlyWhenEnabled) {
+    subTraceAction(QStringLiteral("Attempting to open a recordset from tProjects"));
+    EXPECT_EQ(CurrentAction(), QStringLiteral("Attempting to open a recordset from tProjects"));
+    const QString log = fncGetLogFile();
+    ASSERT_FALSE(log.isEmpty());
+    QFile::remove(log);
+    subTraceAction(QStringLiteral("not logged"));
+    EXPECT_FALSE(QFile::exists(log));
+    SetLogEnabledForTests(true);
+    subTraceAction(QStringLiteral("logged Password=zzz;"));
+    QFile f(log);
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    const QString content = QString::fromUtf8(f.readAll());
+    EXPECT_TRUE(content.contains(QStringLiteral("logged Password=****;")));
+    EXPECT_TRUE(content.contains(QLatin1Char('\t')));
+}

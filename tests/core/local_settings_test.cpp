@@ -1,0 +1,171 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+
+#include "core/error_report.h"
+#include "core/local_settings.h"
+#include "support/test_env.h"
+
+using namespace tlm;
+
+namespace {
+
+class CapturingPresenter : public ErrorPresenter {
+public:
+    QStringList reports;
+    void showReport(const QString& t, bool) override { reports << t; }
+    void showFriendly(const QString&, const QString&) override {}
+};
+
+class LocalSettings : public ::testing::Test {
+protected:
+    void SetUp() override {
+        file = test::FreshLocalSettings();
+        ResetErrorReportingForTests();
+        SetErrorPresenter(&presenter);
+    }
+    void TearDown() override {
+        SetErrorPresenter(nullptr);
+        ResetErrorReportingForTests();
+    }
+    void writeRaw(const QByteArray& content) {
+        QFileInfo(file).dir().mkpath(QStringLiteral("."));
+        QFile f(file);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(content);
+    }
+    QString file;
+    CapturingPresenter presenter;
+};
+
+}  // namespace
+
+TEST_F(LocalSettings, NoFileGivesEveryDefaultAndTheFirstRunState) {
+    cMySettings s;
+    s.ReadSettings();
+    EXPECT_EQ(s.DBChoice, 0);
+    EXPECT_TRUE(s.DBConnectionString.isEmpty());
+    EXPECT_EQ(s.ProjectTitle, QStringLiteral("Project"));
+    EXPECT_EQ(s.ActivityTitle, QStringLiteral("Activity"));
+    EXPECT_EQ(s.CustomFieldsTitle, QStringLiteral("Custom Fields"));
+    EXPECT_EQ(s.CustomFieldName[0], QStringLiteral("Custom Field 1"));
+    EXPECT_EQ(s.CustomFieldName[9], QStringLiteral("Custom Field 10"));
+    EXPECT_EQ(s.flag(QStringLiteral("AllowPrivate")), 1);
+    EXPECT_EQ(s.flag(QStringLiteral("AskForConfirmationBeforeReporting")), 1);
+    EXPECT_EQ(s.flag(QStringLiteral("AllowTaskItems")), 0);
+    EXPECT_EQ(s.flag(QStringLiteral("CustomField10Active")), 0);
+    EXPECT_FALSE(QFile::exists(file));  // reading creates nothing
+    EXPECT_TRUE(presenter.reports.isEmpty());
+}
+
+TEST_F(LocalSettings, SaveThenReadRoundTripsAndKeepsTheFilePrivate) {
+    cMySettings s;
+    s.DBChoice = 1;
+    s.DBConnectionString = QStringLiteral("Provider=PostgreSQL;Data Source=h;Initial Catalog=d");
+    s.Server = QStringLiteral("h");
+    s.Database = QStringLiteral("d");
+    s.UserName = QStringLiteral("u");
+    s.Password = QStringLiteral("p@ss");
+    s.ProjectTitle = QStringLiteral("Job");
+    s.CustomFieldList[2] = QStringLiteral("a\r\nb");
+    s.setFlag(QStringLiteral("AllowTaskItems"), 1);
+    s.setFlag(QStringLiteral("AllowManagerReview"), 1);  // never written
+    s.SaveSettings();
+    ASSERT_TRUE(QFile::exists(file));
+    struct stat st {};
+    ASSERT_EQ(::stat(QFile::encodeName(file).constData(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0600u);
+
+    cMySettings r;
+    r.ReadSettings();
+    EXPECT_EQ(r.DBChoice, 1);
+    EXPECT_EQ(r.DBConnectionString, s.DBConnectionString);
+    EXPECT_EQ(r.Password, QStringLiteral("p@ss"));
+    EXPECT_EQ(r.UserName, QStringLiteral("u"));
+    EXPECT_EQ(r.ProjectTitle, QStringLiteral("Job"));
+    EXPECT_EQ(r.CustomFieldList[2], QStringLiteral("a\r\nb"));
+    EXPECT_EQ(r.flag(QStringLiteral("AllowTaskItems")), 1);
+    EXPECT_EQ(r.flag(QStringLiteral("AllowManagerReview")), 0);
+    EXPECT_EQ(GetSetting(kSettingsApplication, QString(), QStringLiteral("DatabaseInfo"), QString()),
+              QStringLiteral("h|d|0|u|p@ss"));
+}
+
+TEST_F(LocalSettings, PasswordWithBarShiftsTheFieldsAsStored) {
+    SaveSetting(kSettingsApplication, QString(), QStringLiteral("DatabaseInfo"), QStringLiteral("srv|db|0|usr|pa|ss"));
+    cMySettings s;
+    s.ReadSettings();
+    EXPECT_EQ(s.Server, QStringLiteral("srv"));
+    EXPECT_EQ(s.Password, QStringLiteral("pa"));  // cut off at the bar, no escape
+    EXPECT_TRUE(presenter.reports.isEmpty());
+}
+
+TEST_F(LocalSettings, BlankTitlesFallBackAndOneFieldInfoIsIgnored) {
+    SaveSetting(kSettingsApplication, QString(), QStringLiteral("ProjectTitle"), QStringLiteral("   "));
+    SaveSetting(kSettingsApplication, QString(), QStringLiteral("DatabaseInfo"), QStringLiteral("lonely"));
+    cMySettings s;
+    s.Server = QStringLiteral("kept");
+    s.ReadSettings();
+    EXPECT_EQ(s.ProjectTitle, QStringLiteral("Project"));
+    EXPECT_EQ(s.Server, QStringLiteral("kept"));
+}
+
+TEST_F(LocalSettings, DamagedFileOrValuesYieldDefaultsNotACrash) {
+    writeRaw(QByteArray("\x01\x02[General\nDBChoice=abc\nDBConnectionString\n=\n\xff\xfe garbage"));
+    cMySettings s;
+    s.ReadSettings();
+    EXPECT_EQ(s.DBChoice, 0);
+    EXPECT_EQ(s.ProjectTitle, QStringLiteral("Project"));
+}
+
+TEST_F(LocalSettings, DamagedFlagIsReportedAndStopsTheRead) {
+    SaveSetting(kSettingsApplication, QString(), QStringLiteral("DBChoice"), QStringLiteral("1"));
+    SaveSetting(kSettingsApplication, QString(), QStringLiteral("AllowTaskItems"), QStringLiteral("yes"));
+    cMySettings s;
+    s.ReadSettings();
+    ASSERT_EQ(presenter.reports.size(), 1);
+    EXPECT_TRUE(presenter.reports[0].contains(QStringLiteral("In Function: MySettings.ReadSettings")));
+    EXPECT_EQ(s.DBChoice, 0);  // the read stopped before the database values
+}
+
+TEST_F(LocalSettings, EmptyApplicationOrKeyIsRefused) {
+    Failure f;
+    EXPECT_FALSE(SaveSetting(QStringLiteral(" "), QString(), QStringLiteral("k"), QStringLiteral("v"), &f));
+    EXPECT_EQ(f.description, QStringLiteral("AppName may not be empty"));
+    EXPECT_EQ(f.number, errnum::kAppNameEmpty);
+    EXPECT_EQ(GetSetting(kSettingsApplication, QString(), QString(), QStringLiteral("def"), &f), QStringLiteral("def"));
+    EXPECT_EQ(f.description, QStringLiteral("Key may not be empty"));
+    EXPECT_FALSE(QFile::exists(file));
+}
+
+TEST_F(LocalSettings, SectionsAreGroupsAndNonTextIsRefused) {
+    ASSERT_TRUE(SaveSetting(kSettingsApplication, QStringLiteral("ReportsUI"), QStringLiteral("Width"), QStringLiteral("9000")));
+    EXPECT_EQ(GetSetting(kSettingsApplication, QStringLiteral("ReportsUI"), QStringLiteral("Width"), QString()),
+              QStringLiteral("9000"));
+    EXPECT_EQ(GetSetting(kSettingsApplication, QString(), QStringLiteral("Width"), QStringLiteral("none")),
+              QStringLiteral("none"));
+    {
+        QSettings raw(kSettingsOrganization, kSettingsApplication);
+        raw.setValue(QStringLiteral("ListValue"), QStringList{QStringLiteral("a"), QStringLiteral("b")});
+    }
+    Failure f;
+    EXPECT_EQ(GetSetting(kSettingsApplication, QString(), QStringLiteral("ListValue"), QStringLiteral("d"), &f),
+              QStringLiteral("d"));
+    EXPECT_EQ(f.description, QStringLiteral("Registry data not a string"));
+}
+
+TEST_F(LocalSettings, AdminSaveWritesOnlyItsValues) {
+    cMySettings s;
+    s.ProjectTitle = QStringLiteral("Engagement");
+    s.DBConnectionString = QStringLiteral("/not/saved");
+    s.setFlag(QStringLiteral("AllowManagerReview"), 1);
+    s.SaveAdminSettingsOnly();
+    cMySettings r;
+    r.ReadSettings();
+    EXPECT_EQ(r.ProjectTitle, QStringLiteral("Engagement"));
+    EXPECT_TRUE(r.DBConnectionString.isEmpty());
+    EXPECT_EQ(r.flag(QStringLiteral("AllowManagerReview")), 1);
+}

@@ -1,0 +1,92 @@
+#include <gtest/gtest.h>
+
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+
+#include "core/error_report.h"
+#include "desktop/error_report_form.h"
+
+using namespace tlm;
+
+namespace {
+
+struct Mailer : ErrorReportMailer {
+    QStringList bodies;
+    QList<bool> direct;
+    bool available() const override { return true; }
+    bool send(const QString&, const QString& body, bool d) override {
+        bodies << body;
+        direct << d;
+        return true;
+    }
+};
+
+QStringList g_seen;
+void Capture(QDialog* dialog) {
+    g_seen << dialog->metaObject()->className();
+    for (QLabel* l : dialog->findChildren<QLabel*>()) g_seen << l->text();
+}
+
+}  // namespace
+
+TEST(ErrorReportForm, ViewToggleAndSendDirectly) {
+    Mailer mailer;
+    SetErrorReportMailer(&mailer);
+    frmErrorReport form(QStringLiteral("At Line: 1\r\nPassword=abc;"), true);
+    form.show();
+    EXPECT_FALSE(form.reportVisible());
+    EXPECT_FALSE(form.reportText().contains(QStringLiteral("abc")));
+    form.viewButton()->click();
+    EXPECT_TRUE(form.reportVisible());
+    EXPECT_EQ(form.viewButton()->text(), QStringLiteral("Hide Report"));
+    form.viewButton()->click();
+    EXPECT_FALSE(form.reportVisible());
+    EXPECT_EQ(form.viewButton()->text(), QStringLiteral("View Report"));
+    EXPECT_FALSE(form.sendDirectlyButton()->isHidden());
+    form.sendDirectlyButton()->click();
+    ASSERT_EQ(mailer.bodies.size(), 1);
+    EXPECT_TRUE(mailer.direct[0]);
+    EXPECT_EQ(form.result(), QDialog::Accepted);
+    SetErrorReportMailer(nullptr);
+}
+
+TEST(ErrorReportForm, DirectSendHiddenWhenNotAllowedAndOpenEmailSendsForDisplay) {
+    Mailer mailer;
+    SetErrorReportMailer(&mailer);
+    frmErrorReport form(QStringLiteral("report"), false);
+    EXPECT_TRUE(form.sendDirectlyButton()->isHidden());
+    form.openEmailButton()->click();
+    ASSERT_EQ(mailer.direct.size(), 1);
+    EXPECT_FALSE(mailer.direct[0]);
+    SetErrorReportMailer(nullptr);
+}
+
+TEST(FriendlyErrorForm, StartsWithTheReportShown) {
+    frmFriendlyError form(QStringLiteral("Connection to the database cannot be established!"), QStringLiteral("r"));
+    form.show();
+    EXPECT_TRUE(form.reportVisible());
+    EXPECT_EQ(form.viewButton()->text(), QStringLiteral("Hide Report"));
+    form.viewButton()->click();
+    EXPECT_FALSE(form.reportVisible());
+    form.exitButton()->click();
+    EXPECT_EQ(form.result(), QDialog::Accepted);
+}
+
+TEST(GuiErrorPresenter, FirstFailureShowsTheReportDialogOnce) {
+    ResetErrorReportingForTests();
+    GuiErrorPresenter presenter;
+    SetErrorPresenter(&presenter);
+    GuiErrorPresenter::SetDialogHook(&Capture);
+    g_seen.clear();
+    subReportError(Failure{6, QStringLiteral("Overflow"), 0, QStringLiteral("Main")});
+    subReportError(Failure{7, QStringLiteral("Second"), 0, QStringLiteral("Main")});
+    subShowFriendlyError(QStringLiteral("Lost"), Failure{1, QStringLiteral("x"), 0, QStringLiteral("DB.x")});
+    GuiErrorPresenter::SetDialogHook(nullptr);
+    SetErrorPresenter(nullptr);
+    ResetErrorReportingForTests();
+    EXPECT_EQ(g_seen.count(QStringLiteral("tlm::frmErrorReport")), 1);
+    EXPECT_EQ(g_seen.count(QStringLiteral("tlm::frmFriendlyError")), 1);
+    EXPECT_TRUE(g_seen.contains(QStringLiteral("Attention Needed!")));
+    EXPECT_TRUE(g_seen.contains(QStringLiteral("Build ") + fncGetAppVersion()));
+}

@@ -1,0 +1,45 @@
+#include "support/test_env.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QSettings>
+#include <QUuid>
+
+namespace tlm::test {
+
+QString TestRoot() {
+    static const QString root = [] {
+        const QString r = QDir::tempPath() + QStringLiteral("/tlm-tests-%1").arg(QCoreApplication::applicationPid());
+        QDir().mkpath(r);
+        return r;
+    }();
+    return root;
+}
+
+QString NewTempDir(const QString& name) {
+    const QString dir =
+        TestRoot() + QLatin1Char('/') + name + QLatin1Char('-') + QUuid::createUuid().toString(QUuid::Id128).left(8);
+    QDir(dir).removeRecursively();
+    QDir().mkpath(dir);
+    return dir;
+}
+
+QString FreshLocalSettings() {
+    const QString dir = NewTempDir(QStringLiteral("config"));
+    qputenv("XDG_CONFIG_HOME", dir.toLocal8Bit());
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir);
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, dir);
+    return dir + QStringLiteral("/Orrinwell/TLM.conf");
+}
+
+QString PostgresConnectionString() { return qEnvironmentVariable("TLM_TEST_PG"); }
+QString SmtpPort() { return qEnvironmentVariable("TLM_TEST_SMTP_PORT"); }
+QString SmtpSpoolDir() { return qEnvironmentVariable("TLM_TEST_SMTP_SPOOL"); }
+QString LdapUri() { return qEnvironmentVariable("TLM_TEST_LDAP_URI"); }
+
+QString BuiltProgram(const QString& name) {
+    const QString dir = qEnvironmentVariable("TLM_BUILD_BIN_DIR", QStringLiteral(TLM_BUILD_BIN_DIR));
+    return QDir(dir).absoluteFilePath(name);
+}
+
+}  // namespace tlm::test

@@ -1,0 +1,38 @@
+#include <gtest/gtest.h>
+
+#ifdef TLM_TEST_GUI
+#include <QApplication>
+using TestApplication = QApplication;
+#else
+#include <QCoreApplication>
+using TestApplication = QCoreApplication;
+#endif
+#include <QDir>
+#include <QStandardPaths>
+
+#include "core/error_report.h"
+#include "core/prompt.h"
+#include "support/test_env.h"
+
+// Qt's own libraries keep a few allocations until exit; only ours should be reported.
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:libfontconfig\nleak:libQt6Gui\nleak:libQt6Core\nleak:libdbus\nleak:libpq\nleak:libodbc\n";
+}
+
+int main(int argc, char** argv) {
+    // Tests never show a real window, never block on a dialog, never touch the user's files.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QString root = QDir::tempPath() + QStringLiteral("/tlm-tests-runtime");
+    QDir().mkpath(root);
+    QFile::setPermissions(root, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) qputenv("XDG_RUNTIME_DIR", root.toLocal8Bit());
+    qputenv("XDG_DATA_HOME", (root + QStringLiteral("/data")).toLocal8Bit());
+    QStandardPaths::setTestModeEnabled(true);
+
+    TestApplication app(argc, argv);
+    tlm::test::FreshLocalSettings();
+    ::testing::InitGoogleTest(&argc, argv);
+    const int rc = RUN_ALL_TESTS();
+    QDir(tlm::test::TestRoot()).removeRecursively();
+    return rc;
+}
