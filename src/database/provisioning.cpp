@@ -1,0 +1,485 @@
+#include "database/provisioning.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QUuid>
+
+#include "core/codecs.h"
+#include "core/error_report.h"
+#include "core/local_settings.h"
+#include "core/process_state.h"
+#include "core/prompt.h"
+#include "database/connection.h"
+#include "database/recordset.h"
+
+namespace tlm {
+
+const std::vector<TableDef>& Schema() {
+    static const std::vector<TableDef> tables = {
+        {QStringLiteral("tProjects"),
+         {{QStringLiteral("ID"), ColumnKind::Id},
+          {QStringLiteral("ProjectName"), ColumnKind::Text},
+          {QStringLiteral("ProjectManager"), ColumnKind::Text},
+          {QStringLiteral("Rate"), ColumnKind::Money},
+          {QStringLiteral("ColorCode"), ColumnKind::Int16},
+          {QStringLiteral("StartDate"), ColumnKind::DateTime},
+          {QStringLiteral("FinishDate"), ColumnKind::DateTime},
+          {QStringLiteral("Description"), ColumnKind::Memo},
+          {QStringLiteral("ProjectCode"), ColumnKind::Text}}},
+        {QStringLiteral("tActivities"),
+         {{QStringLiteral("ID"), ColumnKind::Id},
+          {QStringLiteral("ActivityName"), ColumnKind::Text},
+          {QStringLiteral("Project"), ColumnKind::Text},
+          {QStringLiteral("Rate"), ColumnKind::Money},
+          {QStringLiteral("Coordinator"), ColumnKind::Text},
+          {QStringLiteral("DueDate"), ColumnKind::DateTime}}},
+        {QStringLiteral("tMembers"),
+         {{QStringLiteral("ID"), ColumnKind::Id},
+          {QStringLiteral("Name"), ColumnKind::Text},
+          {QStringLiteral("Email"), ColumnKind::Text},
+          {QStringLiteral("Department"), ColumnKind::Text},
+          {QStringLiteral("Rate"), ColumnKind::Money},
+          {QStringLiteral("AdminAccess"), ColumnKind::Bool}}},
+        {QStringLiteral("tNotificationTemplates"),
+         {{QStringLiteral("ID"), ColumnKind::Id},
+          {QStringLiteral("NotificationName"), ColumnKind::Text},
+          {QStringLiteral("NotificationValue"), ColumnKind::Memo},
+          {QStringLiteral("Enabled"), ColumnKind::Bool}}},
+        {QStringLiteral("tGeneralSettings"),
+         {{QStringLiteral("ID"), ColumnKind::Id},
+          {QStringLiteral("KeyID"), ColumnKind::Text},
+          {QStringLiteral("KeyVal"), ColumnKind::Memo},
+          {QStringLiteral("KeyLocal"), ColumnKind::Bool}}},
+        {QStringLiteral("tCustomList1"),
+         {{QStringLiteral("ID"), ColumnKind::Id}, {QStringLiteral("CustomFieldName"), ColumnKind::Text}}},
+        {QStringLiteral("tCustomList2"),
+         {{QStringLiteral("ID"), ColumnKind::Id}, {QStringLiteral("CustomFieldName"), ColumnKind::Text}}},
+        {QStringLiteral("tCustomList3"),
+         {{QStringLiteral("ID"), ColumnKind::Id}, {QStringLiteral("CustomFieldName"), ColumnKind::Text}}},
+        {QStringLiteral("tCustomList4"),
+         {{QStringLiteral("ID"), ColumnKind::Id}, {QStringLiteral("CustomFieldName"), ColumnKind::Text}}},
+        {QStringLiteral("tReportedTasks"),
+         {{QStringLiteral("ID"), ColumnKind::Id},
+          {QStringLiteral("ActualWork"), ColumnKind::Int32},
+          {QStringLiteral("BillingInformation"), ColumnKind::Text},
+          {QStringLiteral("Categories"), ColumnKind::Text},
+          {QStringLiteral("Companies"), ColumnKind::Text},
+          {QStringLiteral("Complete"), ColumnKind::Bool},
+          {QStringLiteral("ContactNames"), ColumnKind::Text},
+          {QStringLiteral("CreationTime"), ColumnKind::DateTime},
+          {QStringLiteral("DateCompleted"), ColumnKind::DateTime},
+          {QStringLiteral("DelegationState"), ColumnKind::Text},
+          {QStringLiteral("Delegator"), ColumnKind::Text},
+          {QStringLiteral("DueDate"), ColumnKind::DateTime},
+          {QStringLiteral("EntryID"), ColumnKind::Memo},
+          {QStringLiteral("Importance"), ColumnKind::Text},
+          {QStringLiteral("IsRecurring"), ColumnKind::Bool},
+          {QStringLiteral("LastModificationTime"), ColumnKind::DateTime},
+          {QStringLiteral("Mileage"), ColumnKind::Text},
+          {QStringLiteral("NoAging"), ColumnKind::Bool},
+          {QStringLiteral("Ordinal"), ColumnKind::Int32},
+          {QStringLiteral("Owner"), ColumnKind::Text},
+          {QStringLiteral("Ownership"), ColumnKind::Text},
+          {QStringLiteral("Role"), ColumnKind::Text},
+          {QStringLiteral("SchedulePlusPriority"), ColumnKind::Text},
+          {QStringLiteral("Sensitivity"), ColumnKind::Text},
+          {QStringLiteral("StartDate"), ColumnKind::DateTime},
+          {QStringLiteral("Status"), ColumnKind::Text},
+          {QStringLiteral("StatusOnCompletionRecipients"), ColumnKind::Text},
+          {QStringLiteral("StatusUpdateRecipients"), ColumnKind::Text},
+          {QStringLiteral("Subject"), ColumnKind::Text},
+          {QStringLiteral("TeamTask"), ColumnKind::Bool},
+          {QStringLiteral("TotalWork"), ColumnKind::Int32},
+          {QStringLiteral("Body"), ColumnKind::Memo},
+          {QStringLiteral("HTMLBody"), ColumnKind::Memo},
+          {QStringLiteral("ReportedDate"), ColumnKind::Text},
+          {QStringLiteral("ReportedBy"), ColumnKind::Text},
+          {QStringLiteral("ProjectValue"), ColumnKind::Text},
+          {QStringLiteral("ActivityValue"), ColumnKind::Text},
+          {QStringLiteral("Field1Value"), ColumnKind::Text},
+          {QStringLiteral("Field2Value"), ColumnKind::Text},
+          {QStringLiteral("Field3Value"), ColumnKind::Text},
+          {QStringLiteral("Field4Value"), ColumnKind::Text},
+          {QStringLiteral("Field5Value"), ColumnKind::Text},
+          {QStringLiteral("Field6Value"), ColumnKind::Text},
+          {QStringLiteral("Field7Value"), ColumnKind::Text},
+          {QStringLiteral("Field8Value"), ColumnKind::Text},
+          {QStringLiteral("Field9Value"), ColumnKind::Money},
+          {QStringLiteral("Field10Value"), ColumnKind::Money},
+          {QStringLiteral("TotalCost"), ColumnKind::Money},
+          {QStringLiteral("Approved"), ColumnKind::Bool},
+          {QStringLiteral("ApprovedBy"), ColumnKind::Text}}},
+        {QStringLiteral("tReportedAppointments"),
+         {{QStringLiteral("ID"), ColumnKind::Id},
+          {QStringLiteral("AllDayEvent"), ColumnKind::Bool},
+          {QStringLiteral("BillingInformation"), ColumnKind::Text},
+          {QStringLiteral("BusyStatus"), ColumnKind::Text},
+          {QStringLiteral("Categories"), ColumnKind::Text},
+          {QStringLiteral("Companies"), ColumnKind::Text},
+          {QStringLiteral("CreationTime"), ColumnKind::DateTime},
+          {QStringLiteral("Duration"), ColumnKind::Int32},
+          {QStringLiteral("EndDate"), ColumnKind::DateTime},
+          {QStringLiteral("EntryID"), ColumnKind::Memo},
+          {QStringLiteral("Importance"), ColumnKind::Text},
+          {QStringLiteral("IsRecurring"), ColumnKind::Bool},
+          {QStringLiteral("LastModificationTime"), ColumnKind::DateTime},
+          {QStringLiteral("Location"), ColumnKind::Text},
+          {QStringLiteral("MeetingStatus"), ColumnKind::Text},
+          {QStringLiteral("Mileage"), ColumnKind::Text},
+          {QStringLiteral("NoAging"), ColumnKind::Bool},
+          {QStringLiteral("OptionalAttendees"), ColumnKind::Text},
+          {QStringLiteral("Organizer"), ColumnKind::Text},
+          {QStringLiteral("RecurrenceState"), ColumnKind::Text},
+          {QStringLiteral("ReplyTime"), ColumnKind::DateTime},
+          {QStringLiteral("RequiredAttendees"), ColumnKind::Text},
+          {QStringLiteral("Resources"), ColumnKind::Text},
+          {QStringLiteral("ResponseRequested"), ColumnKind::Bool},
+          {QStringLiteral("ResponseStatus"), ColumnKind::Text},
+          {QStringLiteral("Sensitivity"), ColumnKind::Text},
+          {QStringLiteral("StartDate"), ColumnKind::DateTime},
+          {QStringLiteral("NetMeetingOrganizerAlias"), ColumnKind::Text},
+          {QStringLiteral("Body"), ColumnKind::Memo},
+          {QStringLiteral("HTMLBody"), ColumnKind::Memo},
+          {QStringLiteral("Subject"), ColumnKind::Text},
+          {QStringLiteral("ReportedDate"), ColumnKind::DateTime},
+          {QStringLiteral("ReportedBy"), ColumnKind::Text},
+          {QStringLiteral("ProjectValue"), ColumnKind::Text},
+          {QStringLiteral("ActivityValue"), ColumnKind::Text},
+          {QStringLiteral("Field1Value"), ColumnKind::Text},
+          {QStringLiteral("Field2Value"), ColumnKind::Text},
+          {QStringLiteral("Field3Value"), ColumnKind::Text},
+          {QStringLiteral("Field4Value"), ColumnKind::Text},
+          {QStringLiteral("Field5Value"), ColumnKind::Text},
+          {QStringLiteral("Field6Value"), ColumnKind::Text},
+          {QStringLiteral("Field7Value"), ColumnKind::Text},
+          {QStringLiteral("Field8Value"), ColumnKind::Text},
+          {QStringLiteral("Field9Value"), ColumnKind::Money},
+          {QStringLiteral("Field10Value"), ColumnKind::Money},
+          {QStringLiteral("TotalCost"), ColumnKind::Money},
+          {QStringLiteral("Approved"), ColumnKind::Bool},
+          {QStringLiteral("ApprovedBy"), ColumnKind::Text}}}};
+    return tables;
+}
+
+namespace {
+
+const QHash<QString, ColumnKind>& KindsByName() {
+    static const QHash<QString, ColumnKind> kinds = [] {
+        QHash<QString, ColumnKind> k;
+        for (const TableDef& t : Schema())
+            for (const ColumnDef& c : t.columns) {
+                const QString key = c.name.toCaseFolded();
+                if (!k.contains(key) || c.kind == ColumnKind::DateTime)
+                    k.insert(key, c.kind);
+            }
+        return k;
+    }();
+    return kinds;
+}
+
+const QHash<QString, QString>& CanonicalNames() {
+    static const QHash<QString, QString> names = [] {
+        QHash<QString, QString> n;
+        for (const TableDef& t : Schema())
+            for (const ColumnDef& c : t.columns)
+                n.insert(c.name.toCaseFolded(), c.name);
+        return n;
+    }();
+    return names;
+}
+
+QString SqliteType(ColumnKind kind) {
+    switch (kind) {
+        case ColumnKind::Id:
+            return QStringLiteral("INTEGER PRIMARY KEY AUTOINCREMENT");
+        case ColumnKind::Text:
+            return QStringLiteral("VARCHAR(255)");
+        case ColumnKind::Memo:
+            return QStringLiteral("TEXT");
+        case ColumnKind::Int16:
+            return QStringLiteral("SMALLINT");
+        case ColumnKind::Int32:
+            return QStringLiteral("INTEGER");
+        case ColumnKind::Money:
+            // Numeric affinity: sums and comparisons work on numbers; reads come back as decimal text.
+            return QStringLiteral("MONEY");
+        case ColumnKind::DateTime:
+            // Stored as "YYYY-MM-DD HH:MM:SS" text, so text order is time order.
+            return QStringLiteral("DATETIME");
+        case ColumnKind::Bool:
+            return QStringLiteral("BIT");
+        case ColumnKind::Other:
+            break;
+    }
+    return QStringLiteral("TEXT");
+}
+
+void RemoveSqliteFiles(const QString& path) {
+    for (const QString& suffix :
+         {QString(), QStringLiteral("-wal"), QStringLiteral("-shm"), QStringLiteral("-journal")})
+        QFile::remove(path + suffix);
+}
+
+// Writes the blank rows of a new database, read from the resource "BLANK_ROWS.json"; template
+// bodies are the texts of the template resources, so a fresh file and the template store agree.
+bool InsertBlankRows(Connection& c, Failure* failure) {
+    const QByteArray json =
+        ExtractResourceTextContent(QStringLiteral("BLANK_ROWS.json"), QStringLiteral("db")).toUtf8();
+    const QJsonDocument doc = QJsonDocument::fromJson(json);
+    if (!doc.isObject()) {
+        *failure = Failure{dberr::kUnspecified, QStringLiteral("The blank database rows cannot be read."), 0,
+                           QString()};
+        return false;
+    }
+    for (const QJsonValue& tv : doc.object().value(QStringLiteral("tables")).toArray()) {
+        const QJsonObject table = tv.toObject();
+        const QString name = table.value(QStringLiteral("name")).toString();
+        for (const QJsonValue& rv : table.value(QStringLiteral("rows")).toArray()) {
+            const QJsonObject row = rv.toObject();
+            QStringList columns;
+            QStringList marks;
+            QVariantList values;
+            for (auto it = row.begin(); it != row.end(); ++it) {
+                QString column = it.key();
+                QVariant value = it.value().toVariant();
+                if (column == u"NotificationValueResource") {
+                    column = QStringLiteral("NotificationValue");
+                    value = ExtractResourceTextContent(it.value().toString(), QStringLiteral("templates"));
+                }
+                columns.append(column);
+                marks.append(QStringLiteral("?"));
+                values.append(c.ToStorage(value, KindOfColumn(column)));
+            }
+            const QString sql = QStringLiteral("INSERT INTO ") + name + QStringLiteral(" (") +
+                                columns.join(QStringLiteral(", ")) + QStringLiteral(") VALUES (") +
+                                marks.join(QStringLiteral(", ")) + u')';
+            if (c.Execute(sql, values, false, failure) < 0)
+                return false;
+        }
+    }
+    return true;
+}
+
+// Builds the file beside its final place and renames it in, so the path never shows a half-built
+// database and an existing file is never replaced. cannotCreate: the folder does not take the file.
+bool BuildSqliteFile(const QString& path, bool withRows, Failure* failure, bool* cannotCreate) {
+    *cannotCreate = false;
+    const QFileInfo target(path);
+    if (path.isEmpty() || !target.absoluteDir().exists()) {
+        *cannotCreate = true;
+        *failure = Failure{dberr::kUnspecified, QStringLiteral("The folder does not exist."), 0, QString()};
+        return false;
+    }
+    if (target.exists()) {
+        *failure = Failure{dberr::kUnspecified, QStringLiteral("The file exists already."), 0, QString()};
+        return false;
+    }
+    const QString temp =
+        target.absoluteDir().filePath(QStringLiteral(".") + target.fileName() + QStringLiteral(".new-") +
+                                      QUuid::createUuid().toString(QUuid::Id128).left(12));
+    bool ok = false;
+    {
+        Connection c;
+        if (!c.OpenNewSqliteFile(temp, failure)) {
+            *cannotCreate = true;
+        } else {
+            ok = c.Execute(QStringLiteral("BEGIN"), {}, false, failure) >= 0;
+            for (const QString& statement : SqliteSchemaStatements()) {
+                if (!ok)
+                    break;
+                ok = c.Execute(statement, {}, false, failure) >= 0;
+            }
+            if (ok && withRows)
+                ok = InsertBlankRows(c, failure);
+            if (ok)
+                ok = c.Execute(QStringLiteral("COMMIT"), {}, false, failure) >= 0;
+            c.Close();
+        }
+    }
+    // rename() never overwrites: a file that appeared meanwhile stays as it is.
+    if (ok && !QFile::rename(temp, path)) {
+        *failure = Failure{dberr::kUnspecified, QStringLiteral("The file exists already."), 0, QString()};
+        ok = false;
+    }
+    if (!ok)
+        RemoveSqliteFiles(temp);
+    return ok;
+}
+
+}  // namespace
+
+ColumnKind KindOfColumn(const QString& name) {
+    return KindsByName().value(name.toCaseFolded(), ColumnKind::Other);
+}
+
+QString CanonicalColumnName(const QString& name) {
+    return CanonicalNames().value(name.toCaseFolded(), name);
+}
+
+qint32 AdoTypeOf(ColumnKind kind) {
+    switch (kind) {
+        case ColumnKind::Id:
+        case ColumnKind::Int32:
+            return adotype::adInteger;
+        case ColumnKind::Int16:
+            return adotype::adSmallInt;
+        case ColumnKind::Text:
+            return adotype::adVarWChar;
+        case ColumnKind::Memo:
+            return adotype::adLongVarWChar;
+        case ColumnKind::Money:
+            return adotype::adCurrency;
+        case ColumnKind::DateTime:
+            return adotype::adDate;
+        case ColumnKind::Bool:
+            return adotype::adBoolean;
+        case ColumnKind::Other:
+            break;
+    }
+    return adotype::adVarWChar;
+}
+
+QStringList SqliteSchemaStatements() {
+    QStringList out;
+    for (const TableDef& t : Schema()) {
+        QStringList columns;
+        for (const ColumnDef& c : t.columns)
+            columns.append(c.name + u' ' + SqliteType(c.kind));
+        out.append(QStringLiteral("CREATE TABLE ") + t.name + QStringLiteral(" (") +
+                   columns.join(QStringLiteral(", ")) + u')');
+    }
+    return out;
+}
+
+bool DB::fncCopyNewMDBToFile(const QString& path) {
+    Failure failure;
+    bool cannotCreate = false;
+    BuildSqliteFile(path, true, &failure, &cannotCreate);
+    return QFileInfo::exists(path);
+}
+
+bool DB::CreateDB(const QString& path) {
+    Failure failure;
+    bool cannotCreate = false;
+    if (BuildSqliteFile(path, false, &failure, &cannotCreate))
+        return true;
+    if (cannotCreate) {
+        MsgBox(
+            QStringLiteral("The database file could not be created in the specified path '") + path + u'\'',
+            PromptIcon::Critical, PromptButtons::Ok, kMessageTitle);
+    } else {
+        failure.label = QStringLiteral("DB.CreateDB");
+        subReportError(failure);
+    }
+    return false;
+}
+
+QString GetSQLScript(qint32 dbChoice, const QString& connectionString) {
+    QString name;
+    switch (dbChoice) {
+        case 1: {
+            const ConnectionTarget t = ParseConnectionString(connectionString);
+            name = t.known && t.engine == Engine::PostgreSQL ? QStringLiteral("POSTGRESQL.SQL")
+                                                             : QStringLiteral("MSSQL.SQL");
+            break;
+        }
+        case 2:
+            name = QStringLiteral("ORACLE.SQL");
+            break;
+        case 3:
+            name = QStringLiteral("MYSQL.SQL");
+            break;
+        default:
+            return QString();
+    }
+    return ExtractResourceTextContent(name, QStringLiteral("db"));
+}
+
+bool SQLDBExists(const QString& connectionString) {
+    Connection c;
+    return c.Open(connectionString);
+}
+
+bool CheckIfTableExists(const QString& connectionString, const QString& tableName) {
+    auto c = std::make_shared<Connection>();
+    if (!c->Open(connectionString))
+        return false;
+    // An empty read answers the same question as reading the whole table.
+    Recordset rs(c, LockMode::Optimistic);
+    return rs.Open(QStringLiteral("SELECT * FROM ") + tableName + QStringLiteral(" WHERE 1 = 0"));
+}
+
+QString fncGetServerConnectionString(const QString& connectionString) {
+    QStringList kept;
+    for (const QString& part : connectionString.split(u';')) {
+        if (part.section(u'=', 0, 0).trimmed().compare(u"Initial Catalog", Qt::CaseInsensitive) == 0)
+            continue;
+        kept.append(part);
+    }
+    return kept.join(u';');
+}
+
+QString fncCreateSQLDB(bool& blnCreated) {
+    cMySettings* s = Process().mySettings;
+    if (!s)
+        return QString();
+    const QString full = s->DBConnectionString;
+    const QString server = fncGetServerConnectionString(full);
+    const QString name = s->Database;
+    if (server.trimmed().isEmpty())
+        return QString();
+    if (SQLDBExists(full)) {
+        blnCreated = false;
+        if (!CheckIfTableExists(full, QStringLiteral("tReportedAppointments"))) {
+            MsgBox(QStringLiteral("It appears the specified database '") + name +
+                       QStringLiteral(
+                           "' is not a compatible Tally Loom database!\nLeave the database name empty or "
+                           "specify the correct database if it exists and try again!"),
+                   PromptIcon::Critical, PromptButtons::Ok, kMessageTitle);
+            return QString();
+        }
+    } else {
+        blnCreated = true;
+        QString script = GetSQLScript(s->DBChoice, full);
+        // Without a script (the kinds that have none) nothing is run, and the string is answered all the
+        // same.
+        if (!script.trimmed().isEmpty()) {
+            Connection c;
+            Failure failure;
+            const auto fail = [&](const QString& statement) {
+                failure.label = QStringLiteral("fncCreateSQLDB");
+                failure.description += QStringLiteral("\n\nSQL=") + statement;
+                subReportError(failure);
+                return QString();
+            };
+            if (!c.Open(server, &failure))
+                return fail(QString());
+            if (!name.isEmpty())
+                script.replace(kDefaultDatabaseName, name);
+            // One connection for all pieces, so the "use" piece reaches those after it.
+            for (const QString& piece : SplitSqlScript(script)) {
+                subTraceAction(piece);
+                if (piece.trimmed().isEmpty())
+                    continue;
+                if (c.Execute(piece, {}, false, &failure) < 0)
+                    return fail(piece);
+            }
+        }
+    }
+    switch (s->DBChoice) {
+        case 1:
+            return server + QStringLiteral(";Initial Catalog=") + name;
+        case 3: {
+            QString r = server;
+            return r.replace(QStringLiteral("DATABASE="), QStringLiteral("DATABASE=") + name);
+        }
+        default:
+            return server;
+    }
+}
+
+}  // namespace tlm
