@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QString>
+
+#include "core/failure.h"
+
+namespace tlm {
+
+// How the SMTP connection is protected: plain, upgraded with STARTTLS, or TLS from the start.
+enum class MailTlsMode { None, StartTls, Implicit };
+
+QString MailTlsModeName(MailTlsMode mode);  // "none", "starttls", "tls"
+// Unknown text gives STARTTLS, the safe choice for a hand-edited file.
+MailTlsMode ParseMailTlsMode(const QString& text);
+
+inline const QString kMailProfileSection = QStringLiteral("MailProfile");
+
+// The account mail goes out from; kept in the local settings, group "MailProfile".
+struct MailProfile {
+    QString senderName;
+    QString senderAddress;
+    QString host;
+    int port = 0;  // 0: the usual port of the TLS mode
+    MailTlsMode tls = MailTlsMode::StartTls;
+    QString user;  // empty: no login
+    QString password;
+    bool verifyCertificate = true;
+    int connectTimeoutSeconds = 5;
+    QString errorReportMailbox;  // where error reports go; empty: no report mail
+
+    int effectivePort() const;
+};
+
+// Reading registers the password as a secret, so no message or log can show it.
+MailProfile LoadMailProfile(Failure* failure = nullptr);
+bool SaveMailProfile(const MailProfile& profile, Failure* failure = nullptr);
+
+// The user's name as the mail profile gives it: the sender name ("Box - Ann Lee" gives
+// "Ann Lee"), else the sender address, else empty.
+QString GetUserNameFromMailbox();
+QString UserNameFromMailboxName(const QString& mailboxName, const QString& address);
+// The login name: USER, else the password database.
+QString fncGetUserNameFromEnvironment();
+
+}  // namespace tlm
