@@ -1,0 +1,89 @@
+#pragma once
+
+#include <QDateTime>
+#include <QHash>
+#include <QString>
+#include <QVariant>
+#include <optional>
+#include <vector>
+
+#include "core/failure.h"
+
+namespace tlm {
+
+class Recordset;
+struct cProject;
+struct cTask;
+
+// The table through which a list meets the grid: one row per entry, columns from 0.
+class Matrix {
+  public:
+    Matrix() = default;
+    Matrix(int rows, int cols) : rows_(rows), cols_(cols), cells_(size_t(rows) * size_t(cols)) {}
+
+    int Rows() const { return rows_; }
+    int Cols() const { return cols_; }
+    int UBound1() const { return rows_ - 1; }  // the last row, -1 when empty
+    QVariant& operator()(int row, int col) { return cells_[size_t(row) * size_t(cols_) + size_t(col)]; }
+    const QVariant& operator()(int row, int col) const {
+        return cells_[size_t(row) * size_t(cols_) + size_t(col)];
+    }
+    // Out-of-range cells read as empty, as a short grid row does.
+    QVariant Cell(int row, int col) const {
+        return row >= 0 && row < rows_ && col >= 0 && col < cols_ ? (*this)(row, col) : QVariant();
+    }
+
+  private:
+    int rows_ = 0;
+    int cols_ = 0;
+    std::vector<QVariant> cells_;
+};
+
+// What a list save tells people about. The notification layer installs the real senders;
+// until then nothing is sent. Arguments are plain copies, so a sender can keep them.
+class NotificationSink {
+  public:
+    virtual ~NotificationSink() = default;
+    virtual void SendEmailNotificationToMembersWhenNewProjectsAdded(const QString& newProjects) = 0;
+    virtual void SendEmailNotificationToMembersWhenNewTasksAdded(const QString& newActivities) = 0;
+    virtual void SendEmailNotificationToManagerWhenAssignedProject(const cProject& project) = 0;
+    virtual void SendEmailNotificationToCoordinatorWhenAssignedTask(const cTask& task) = 0;
+};
+NotificationSink& notificationSink();
+void SetNotificationSink(NotificationSink* sink);  // nullptr restores the silent sink
+
+namespace detail {
+
+// A grid cell or a stored value as a date; nullopt for an empty cell or a text that is no date.
+std::optional<QDateTime> VariantToDate(const QVariant& value);
+// Reports the recordset's last failure under the label; always answers false.
+bool ReportRecordset(const Recordset& rs, const QString& label);
+void ReportFailure(qint32 number, const QString& description, const QString& label);
+
+// Positions a recordset on a row by its ID. The rows read at the start keep their place while a
+// save adds rows at the end and updates in place, so a remembered place is reached by stepping
+// instead of searching from the first row; every landing is checked against the ID, and a search
+// from the first row ("ID = n") stays the fallback.
+class RowSeeker {
+  public:
+    explicit RowSeeker(Recordset& rs) : rs_(rs) {}
+    void Remember(qint32 id, int position) { places_.insert(id, position); }
+    // False when the row is not there: the recordset is then at EOF, as a failed Find leaves it.
+    bool SeekId(qint32 id);
+    // Deletes the current row and keeps the remembered places true.
+    bool DeleteCurrent();
+    // The original place of a remembered ID, or -1.
+    int PlaceOf(qint32 id) const { return places_.value(id, -1); }
+
+  private:
+    bool StepTo(int target);
+    int CurrentOf(int original) const;
+
+    Recordset& rs_;
+    QHash<qint32, int> places_;
+    std::vector<int> deleted_;  // original places of deleted rows, sorted
+    bool afterDelete_ = false;
+};
+
+}  // namespace detail
+}  // namespace tlm

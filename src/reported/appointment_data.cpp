@@ -1,0 +1,204 @@
+#include "reported/appointment_data.h"
+
+#include "database/recordset.h"
+#include "outlook/item.h"
+#include "outlook/value_names.h"
+#include "settings/global_settings.h"
+
+namespace tlm {
+
+bool cAppointmentData::ReadDataFromOutlookItem(const TlmItem& item) {
+    const SafeItem safe = GetSafeObject(item);
+    if (!safe)
+        return false;
+    ID = GetFieldValueFromItem(item, QStringLiteral("ReportedID")).toString();
+    if (ID.isEmpty())
+        ID = QStringLiteral("0");
+    const auto safeText = [&](const char* name, QString& out) {
+        QVariant v;
+        GetSafeFieldValue(safe, QString::fromLatin1(name), v);
+        out = v.toString();
+    };
+    safeText("OptionalAttendees", OptionalAttendees);
+    safeText("Organizer", Organizer);
+    safeText("RequiredAttendees", RequiredAttendees);
+    safeText("Resources", Resources);
+    safeText("NetMeetingOrganizerAlias", NetMeetingOrganizerAlias);
+    safeText("Body", Body);
+    safeText("HTMLBody", HTMLBody);
+    const auto plain = [&](const char* name) { return item.property(QString::fromLatin1(name)); };
+    const auto date = [&](const char* name) {
+        const QVariant v = plain(name);
+        return v.typeId() == QMetaType::QDateTime ? v.toDateTime() : ZeroDate();
+    };
+    const auto named = [&](const char* name) {
+        return fncGetItemValueName(QString::fromLatin1(name), plain(name));
+    };
+    const auto flag = [&](const char* name) { return named(name) == u"True"; };
+    RecurrenceState = named("RecurrenceState");
+    AllDayEvent = flag("AllDayEvent");
+    BillingInformation = plain("BillingInformation").toString();
+    Categories = plain("Categories").toString();
+    Companies = plain("Companies").toString();
+    CreationTime = date("CreationTime");
+    Duration = item.minutes(QStringLiteral("Duration"));
+    EndDate = date("End");
+    EntryID = plain("EntryID").toString();
+    Importance = named("Importance");
+    IsRecurring = flag("IsRecurring");
+    LastModificationTime = date("LastModificationTime");
+    Mileage = plain("Mileage").toString();
+    NoAging = flag("NoAging");
+    Location = plain("Location").toString();
+    MeetingStatus = named("MeetingStatus");
+    ResponseStatus = named("ResponseStatus");
+    Sensitivity = named("Sensitivity");
+    StartDate = date("Start");
+    Subject = plain("Subject").toString();
+    ReportedBy = sCurrentUser();
+    detail::ReadCommonUserFields(item, *this);
+    return true;
+}
+
+void cAppointmentData::ToRecordSet(Recordset& rs) const {
+    detail::RowWriter w(rs, QStringLiteral("AppointmentData.ToRecordset"));
+    w.Put("AllDayEvent", AllDayEvent);
+    w.Put("BillingInformation", BillingInformation);
+    w.Put("Categories", Categories);
+    w.Put("Companies", Companies);
+    w.Put("CreationTime", CreationTime);
+    w.Put("Duration", Duration);
+    w.Put("EndDate", EndDate);
+    w.Put("EntryID", EntryID);
+    w.Put("Importance", Importance);
+    w.Put("IsRecurring", IsRecurring);
+    w.Put("LastModificationTime", LastModificationTime);
+    w.Put("Mileage", Mileage);
+    w.Put("NoAging", NoAging);
+    w.Put("Location", Location);
+    w.Put("RecurrenceState", RecurrenceState);
+    w.Put("MeetingStatus", MeetingStatus);
+    w.Put("ResponseStatus", ResponseStatus);
+    w.Put("Sensitivity", Sensitivity);
+    w.Put("StartDate", StartDate);
+    w.Put("Subject", Subject);
+    w.Put("Body", Body);
+    w.Put("HTMLBody", HTMLBody);
+    w.Put("ReportedBy", ReportedBy);
+    w.Put("OptionalAttendees", OptionalAttendees);
+    w.Put("Organizer", Organizer);
+    w.Put("RequiredAttendees", RequiredAttendees);
+    w.Put("Resources", Resources);
+    w.Put("NetMeetingOrganizerAlias", NetMeetingOrganizerAlias);
+    w.Put("ReportedDate", detail::ReportedDateToWrite(ReportedDate));
+    w.Put("ProjectValue", ProjectValue);
+    w.Put("ActivityValue", ActivityValue);
+    w.Put("Field1Value", Field1Value);
+    w.Put("Field2Value", Field2Value);
+    w.Put("Field3Value", Field3Value);
+    w.Put("Field4Value", Field4Value);
+    w.Put("Field5Value", Field5Value);
+    w.Put("Field6Value", Field6Value);
+    w.Put("Field7Value", Field7Value);
+    w.Put("Field8Value", Field8Value);
+    w.Put("Field9Value", QVariant::fromValue(Field9Value));
+    w.Put("Field10Value", QVariant::fromValue(Field10Value));
+    w.Put("TotalCost", QVariant::fromValue(TotalCost));
+    w.Put("Approved", Approved);
+    w.Put("ApprovedBy", QString());
+}
+
+void cAppointmentData::FromRecordset(Recordset& rs) {
+    detail::RowReader r(rs, QStringLiteral("AppointmentData.FromRecordset"));
+    r.Raw("ID", ID);
+    r.Text("Subject", Subject);
+    r.Text("Body", Body);
+    r.Text("ReportedBy", ReportedBy);
+    r.Date("ReportedDate", ReportedDate);
+    r.Text("ProjectValue", ProjectValue);
+    r.Text("ActivityValue", ActivityValue);
+    r.Flag("Approved", Approved);
+    r.Currency("TotalCost", TotalCost);
+    r.Flag("AllDayEvent", AllDayEvent);
+    r.Text("BillingInformation", BillingInformation);
+    r.Text("Categories", Categories);
+    r.Text("Companies", Companies);
+    r.Date("CreationTime", CreationTime);
+    r.Number("Duration", Duration);
+    r.Date("EndDate", EndDate);
+    r.Text("EntryID", EntryID);
+    r.Text("Importance", Importance);
+    r.Flag("IsRecurring", IsRecurring);
+    r.Date("LastModificationTime", LastModificationTime);
+    r.Text("Location", Location);
+    r.Text("MeetingStatus", MeetingStatus);
+    r.Text("NetMeetingOrganizerAlias", NetMeetingOrganizerAlias);
+    r.Text("Mileage", Mileage);
+    r.Flag("NoAging", NoAging);
+    r.Text("OptionalAttendees", OptionalAttendees);
+    r.Text("Organizer", Organizer);
+    r.Text("RecurrenceState", RecurrenceState);
+    r.Text("RequiredAttendees", RequiredAttendees);
+    r.Text("Resources", Resources);
+    r.Text("ResponseStatus", ResponseStatus);
+    r.Text("Sensitivity", Sensitivity);
+    r.Date("StartDate", StartDate);
+    r.Text("HTMLBody", HTMLBody);
+    r.Text("Field1Value", Field1Value);
+    r.Text("Field2Value", Field2Value);
+    r.Text("Field3Value", Field3Value);
+    r.Text("Field4Value", Field4Value);
+    r.Text("Field5Value", Field5Value);
+    r.Text("Field6Value", Field6Value);
+    r.Text("Field7Value", Field7Value);
+    r.Text("Field8Value", Field8Value);
+    r.Currency("Field9Value", Field9Value);
+    r.Currency("Field10Value", Field10Value);
+    r.Text("ApprovedBy", ApprovedBy);
+}
+
+QString cAppointmentData::SubstituePlaceHolders(const QString& sContent) const {
+    const detail::LookupValues found = detail::LookUp(*this);
+    // Steps 20 to 27 differ from a task's order; the rest is the same.
+    const std::pair<const char*, QString> steps[] = {
+        {"TLM_REPORTED_ID", ID},
+        {"TLM_REPORT_ID", ID},
+        {"TLM_PROJECT", ProjectValue},
+        {"TLM_ACTIVITY", ActivityValue},
+        {"TLM_FIELD1", Field1Value},
+        {"TLM_FIELD2", Field2Value},
+        {"TLM_FIELD3", Field3Value},
+        {"TLM_FIELD4", Field4Value},
+        {"TLM_FIELD5", Field5Value},
+        {"TLM_FIELD6", Field6Value},
+        {"TLM_FIELD7", Field7Value},
+        {"TLM_FIELD8", Field8Value},
+        {"TLM_FIELD9", Field9Value.toPlainString()},
+        {"TLM_FIELD10", Field10Value.toPlainString()},
+        {"TLM_CREATION_TIME", DateTimeToText(CreationTime)},
+        {"TLM_SUBJECT", Subject},
+        {"TLM_COMPANIES", Companies},
+        {"TLM_CATEGORIES", Categories},
+        {"TLM_BILLINGINFORMATION", BillingInformation},
+        {"TLM_DURATION", QString::number(Duration)},
+        {"TLM_START", DateTimeToText(StartDate)},
+        {"TLM_DUE_OR_END", DateTimeToText(EndDate)},
+        {"TLM_BODY", Body},
+        {"TLM_REPORTED_DATE", DateTimeToText(ReportedDate)},
+        {"TLM_TOTALCOST", TotalCost.toPlainString()},
+        {"TLM_MEMBER", ReportedBy},
+        {"TLM_REPORTED_BY", ReportedBy},
+        {"TLM_APPROVED", detail::BoolText(Approved)},
+        {"TLM_APPROVEDBY", ApprovedBy},
+        {"TLM_MANAGER", found.manager},
+        {"TLM_COORDINATOR", found.coordinator},
+        {"TLM_ACTIVITY_DUE_DATE", DateTimeToText(found.activityDue)},
+        {"TLM_NOW", DateTimeToText(QDateTime::currentDateTime())},
+    };
+    QString text = sContent;
+    for (const auto& [tag, value] : steps)
+        text.replace(QLatin1String(tag), value, Qt::CaseSensitive);
+    return text;
+}
+
+}  // namespace tlm

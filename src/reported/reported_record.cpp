@@ -1,0 +1,143 @@
+#include "reported/reported_record.h"
+
+#include "core/error_report.h"
+#include "database/connection.h"
+#include "database/recordset.h"
+#include "domain/domain_services.h"
+#include "domain/list_common.h"
+#include "domain/projects.h"
+#include "domain/tasks.h"
+#include "outlook/item.h"
+
+namespace tlm::detail {
+
+QVariant RowReader::Read(const char* column, qint32 type, bool* found) {
+    *found = false;
+    if (!ok_)
+        return QVariant();
+    Recordset::Field f = rs_.Fields(QString::fromLatin1(column));
+    if (!f.IsValid()) {
+        ok_ = false;
+        ReportRecordset(rs_, label_);
+        return QVariant();
+    }
+    *found = true;
+    return type < 0 ? f.Value() : DB::NullSafeValue(f.Value(), type);
+}
+
+void RowReader::Text(const char* column, QString& out) {
+    bool found = false;
+    const QVariant v = Read(column, adotype::adVarChar, &found);
+    if (found)
+        out = v.toString();
+}
+
+void RowReader::Date(const char* column, QDateTime& out) {
+    bool found = false;
+    const QVariant v = Read(column, adotype::adDate, &found);
+    if (found)
+        out = v.toDateTime();
+}
+
+void RowReader::Currency(const char* column, Money& out, qint32 type) {
+    bool found = false;
+    const QVariant v = Read(column, type, &found);
+    if (found)
+        out = Money::fromVariant(v).value_or(Money{});
+}
+
+void RowReader::Flag(const char* column, bool& out) {
+    bool found = false;
+    const QVariant v = Read(column, adotype::adNumeric, &found);
+    if (found)
+        out = v.isValid() && v.toBool();
+}
+
+void RowReader::Number(const char* column, qint32& out) {
+    bool found = false;
+    const QVariant v = Read(column, adotype::adNumeric, &found);
+    if (found)
+        out = v.isValid() ? v.toInt() : 0;
+}
+
+void RowReader::Raw(const char* column, QString& out) {
+    bool found = false;
+    const QVariant v = Read(column, -1, &found);
+    if (found)
+        out = v.isNull() ? QString() : v.toString();
+}
+
+void RowWriter::Put(const char* column, const QVariant& value) {
+    if (!ok_)
+        return;
+    Recordset::Field f = rs_.Fields(QString::fromLatin1(column));
+    if (!f.IsValid() || !f.SetValue(value)) {
+        ok_ = false;
+        ReportRecordset(rs_, label_);
+    }
+}
+
+void ReadCommonUserFields(const TlmItem& item, cReportedRecord& r) {
+    const auto user = [&](const char* name) {
+        return GetFieldValueFromItem(item, QString::fromLatin1(name)).toString().trimmed();
+    };
+    r.ReportedDate =
+        GetFieldValueFromItem(item, QStringLiteral("ReportedDate"), FieldType::kDate).toDateTime();
+    const int year = r.ReportedDate.date().year();
+    if (!r.ReportedDate.isValid() || year == 1899 || year == 4501)
+        r.ReportedDate = QDateTime::currentDateTime();
+    r.ProjectValue = user("ProjectValue");
+    r.ActivityValue = user("ActivityValue");
+    r.Field1Value = user("Field1Value");
+    r.Field2Value = user("Field2Value");
+    r.Field3Value = user("Field3Value");
+    r.Field4Value = user("Field4Value");
+    r.Field5Value = user("Field5Value");
+    r.Field6Value = user("Field6Value");
+    r.Field7Value = user("Field7Value");
+    r.Field8Value = user("Field8Value");
+    if (r.ProjectValue.isEmpty())
+        r.ProjectValue = GetDefaultProjectValue();
+    if (r.ActivityValue.isEmpty())
+        r.ActivityValue = GetDefaultActivityValue();
+    if (r.Field1Value.isEmpty())
+        r.Field1Value = GetDefaultField1Value();
+    if (r.Field2Value.isEmpty())
+        r.Field2Value = GetDefaultField2Value();
+    if (r.Field3Value.isEmpty())
+        r.Field3Value = GetDefaultField3Value();
+    if (r.Field4Value.isEmpty())
+        r.Field4Value = GetDefaultField4Value();
+    // An item without these properties gets 0.
+    r.Field9Value =
+        Money::fromVariant(GetFieldValueFromItem(item, QStringLiteral("Field9Value"), FieldType::kCurrency))
+            .value_or(Money{});
+    r.Field10Value =
+        Money::fromVariant(GetFieldValueFromItem(item, QStringLiteral("Field10Value"), FieldType::kCurrency))
+            .value_or(Money{});
+    r.TotalCost = GetTotalCost(item);
+}
+
+QDateTime ReportedDateToWrite(const QDateTime& date) {
+    const int year = date.date().year();
+    return year == 1899 || year == 4501 ? QDateTime::currentDateTime() : date;
+}
+
+LookupValues LookUp(const cReportedRecord& r) {
+    LookupValues out;
+    if (!r.ProjectValue.isEmpty())
+        if (const cProject* p = GetProjectObjectFromName(r.ProjectValue))
+            out.manager = p->ProjectManager;
+    if (!r.ActivityValue.isEmpty())
+        if (const cTask* t = GetTaskObjectFromName(r.ProjectValue, r.ActivityValue)) {
+            out.coordinator = t->Coordinator;
+            out.activityDue = t->DueDate;
+        }
+    return out;
+}
+
+QString BoolText(bool value) {
+    return value ? QStringLiteral("True") : QStringLiteral("False");
+}
+
+}  // namespace tlm::detail

@@ -1,0 +1,227 @@
+#include "reported/task_data.h"
+
+#include "database/recordset.h"
+#include "outlook/item.h"
+#include "outlook/value_names.h"
+#include "settings/global_settings.h"
+
+namespace tlm {
+
+bool cTaskData::ReadDataFromOutlookItem(const TlmItem& item) {
+    const SafeItem safe = GetSafeObject(item);
+    if (!safe)
+        return false;
+    ID = GetFieldValueFromItem(item, QStringLiteral("ReportedID")).toString();
+    if (ID.isEmpty())
+        ID = QStringLiteral("0");
+    ActualWork = item.minutes(QStringLiteral("ActualWork"));
+    const auto safeText = [&](const char* name, QString& out) {
+        QVariant v;
+        GetSafeFieldValue(safe, QString::fromLatin1(name), v);
+        out = v.toString();
+    };
+    safeText("ContactNames", ContactNames);
+    safeText("Delegator", Delegator);
+    safeText("Owner", Owner);
+    safeText("StatusOnCompletionRecipients", StatusOnCompletionRecipients);
+    safeText("StatusUpdateRecipients", StatusUpdateRecipients);
+    safeText("Body", Body);
+    safeText("HTMLBody", HTMLBody);
+    const auto plain = [&](const char* name) { return item.property(QString::fromLatin1(name)); };
+    const auto date = [&](const char* name) {
+        const QVariant v = plain(name);
+        return v.typeId() == QMetaType::QDateTime ? v.toDateTime() : ZeroDate();
+    };
+    const auto named = [&](const char* name) {
+        return fncGetItemValueName(QString::fromLatin1(name), plain(name));
+    };
+    const auto flag = [&](const char* name) { return named(name) == u"True"; };
+    Subject = plain("Subject").toString();
+    BillingInformation = plain("BillingInformation").toString();
+    Categories = plain("Categories").toString();
+    Companies = plain("Companies").toString();
+    Complete = plain("Complete").toBool();
+    CreationTime = date("CreationTime");
+    DateCompleted = date("DateCompleted");
+    DelegationState = named("DelegationState");
+    DueDate = date("DueDate");
+    EntryID = plain("EntryID").toString();
+    Importance = named("Importance");
+    IsRecurring = flag("IsRecurring");
+    LastModificationTime = date("LastModificationTime");
+    Mileage = plain("Mileage").toString();
+    NoAging = flag("NoAging");
+    Ordinal = plain("Ordinal").toInt();
+    Ownership = named("Ownership");
+    Role = plain("Role").toString();
+    SchedulePlusPriority = plain("SchedulePlusPriority").toString();
+    Sensitivity = named("Sensitivity");
+    StartDate = date("StartDate");
+    Status = named("Status");
+    TeamTask = flag("TeamTask");
+    TotalWork = item.minutes(QStringLiteral("TotalWork"));
+    ReportedBy = sCurrentUser();
+    detail::ReadCommonUserFields(item, *this);
+    return true;
+}
+
+void cTaskData::ToRecordSet(Recordset& rs) const {
+    detail::RowWriter w(rs, QStringLiteral("TaskData.ToRecordset"));
+    w.Put("ActualWork", ActualWork);
+    w.Put("BillingInformation", BillingInformation);
+    w.Put("Categories", Categories);
+    w.Put("Companies", Companies);
+    w.Put("Complete", Complete);
+    w.Put("ContactNames", ContactNames);
+    w.Put("CreationTime", CreationTime);
+    w.Put("DateCompleted", DateCompleted);
+    w.Put("DelegationState", DelegationState);
+    w.Put("Delegator", Delegator);
+    w.Put("DueDate", DueDate);
+    w.Put("EntryID", EntryID);
+    w.Put("Importance", Importance);
+    w.Put("IsRecurring", IsRecurring);
+    w.Put("LastModificationTime", LastModificationTime);
+    w.Put("Mileage", Mileage);
+    w.Put("NoAging", NoAging);
+    w.Put("Ordinal", Ordinal);
+    w.Put("Owner", Owner);
+    w.Put("Ownership", Ownership);
+    w.Put("Role", Role);
+    w.Put("SchedulePlusPriority", SchedulePlusPriority);
+    w.Put("Sensitivity", Sensitivity);
+    w.Put("StartDate", StartDate);
+    w.Put("Status", Status);
+    w.Put("StatusOnCompletionRecipients", StatusOnCompletionRecipients);
+    w.Put("StatusUpdateRecipients", StatusUpdateRecipients);
+    w.Put("Subject", Subject);
+    w.Put("TeamTask", TeamTask);
+    w.Put("TotalWork", TotalWork);
+    w.Put("Body", Body);
+    w.Put("HTMLBody", HTMLBody);
+    w.Put("ReportedDate", detail::ReportedDateToWrite(ReportedDate));
+    w.Put("ReportedBy", ReportedBy);
+    w.Put("ProjectValue", ProjectValue);
+    w.Put("ActivityValue", ActivityValue);
+    w.Put("Field1Value", Field1Value);
+    w.Put("Field2Value", Field2Value);
+    w.Put("Field3Value", Field3Value);
+    w.Put("Field4Value", Field4Value);
+    w.Put("Field5Value", Field5Value);
+    w.Put("Field6Value", Field6Value);
+    w.Put("Field7Value", Field7Value);
+    w.Put("Field8Value", Field8Value);
+    w.Put("Field9Value", QVariant::fromValue(Field9Value));
+    w.Put("Field10Value", QVariant::fromValue(Field10Value));
+    w.Put("TotalCost", QVariant::fromValue(TotalCost));
+    w.Put("Approved", Approved);
+    w.Put("ApprovedBy", QString());  // a written report is never approved by anybody
+}
+
+void cTaskData::FromRecordset(Recordset& rs) {
+    detail::RowReader r(rs, QStringLiteral("TaskData.FromRecordset"));
+    r.Raw("ID", ID);
+    r.Text("Subject", Subject);
+    r.Text("Body", Body);
+    r.Text("ReportedBy", ReportedBy);
+    r.Date("ReportedDate", ReportedDate);
+    r.Text("ProjectValue", ProjectValue);
+    r.Text("ActivityValue", ActivityValue);
+    r.Flag("Approved", Approved);
+    r.Currency("TotalCost", TotalCost);
+    r.Number("ActualWork", ActualWork);
+    r.Text("BillingInformation", BillingInformation);
+    r.Text("Categories", Categories);
+    r.Text("Companies", Companies);
+    r.Flag("Complete", Complete);
+    r.Text("ContactNames", ContactNames);
+    r.Date("CreationTime", CreationTime);
+    r.Date("DateCompleted", DateCompleted);
+    r.Text("DelegationState", DelegationState);
+    r.Text("Delegator", Delegator);
+    r.Date("DueDate", DueDate);
+    r.Text("EntryID", EntryID);
+    r.Text("Importance", Importance);
+    r.Flag("IsRecurring", IsRecurring);
+    r.Date("LastModificationTime", LastModificationTime);
+    r.Text("Mileage", Mileage);
+    r.Flag("NoAging", NoAging);
+    r.Number("Ordinal", Ordinal);
+    r.Text("Owner", Owner);
+    r.Text("Ownership", Ownership);
+    r.Text("Role", Role);
+    r.Text("SchedulePlusPriority", SchedulePlusPriority);
+    r.Text("Sensitivity", Sensitivity);
+    r.Date("StartDate", StartDate);
+    r.Text("Status", Status);
+    r.Text("StatusOnCompletionRecipients", StatusOnCompletionRecipients);
+    r.Text("StatusUpdateRecipients", StatusUpdateRecipients);
+    r.Flag("TeamTask", TeamTask);
+    r.Number("TotalWork", TotalWork);
+    r.Text("HTMLBody", HTMLBody);
+    r.Text("Field1Value", Field1Value);
+    r.Text("Field2Value", Field2Value);
+    r.Text("Field3Value", Field3Value);
+    r.Text("Field4Value", Field4Value);
+    r.Text("Field5Value", Field5Value);
+    r.Text("Field6Value", Field6Value);
+    r.Text("Field7Value", Field7Value);
+    r.Text("Field8Value", Field8Value);
+    // Both read the Field8Value column: kept as the reporting client has always read them.
+    r.Currency("Field8Value", Field9Value);
+    r.Currency("Field8Value", Field10Value);
+    r.Text("ApprovedBy", ApprovedBy);
+}
+
+QString cTaskData::SubstituePlaceHolders(const QString& sContent) const {
+    const detail::LookupValues found = detail::LookUp(*this);
+    const cDBSettings* g = DBSettings();
+    const bool totalWork =
+        g && g->GeneralSettings
+                     .GetValue(QStringLiteral("tpoWorkFieldToUseForTaskItem"), cGeneralSettings::kInteger)
+                     .toInt() != 0;
+    const qint32 duration = totalWork ? TotalWork : ActualWork;
+
+    // The order is part of the behaviour: a shorter tag replaced first breaks a longer one.
+    const std::pair<const char*, QString> steps[] = {
+        {"TLM_REPORTED_ID", ID},
+        {"TLM_REPORT_ID", ID},
+        {"TLM_PROJECT", ProjectValue},
+        {"TLM_ACTIVITY", ActivityValue},
+        {"TLM_FIELD1", Field1Value},
+        {"TLM_FIELD2", Field2Value},
+        {"TLM_FIELD3", Field3Value},
+        {"TLM_FIELD4", Field4Value},
+        {"TLM_FIELD5", Field5Value},
+        {"TLM_FIELD6", Field6Value},
+        {"TLM_FIELD7", Field7Value},
+        {"TLM_FIELD8", Field8Value},
+        {"TLM_FIELD9", Field9Value.toPlainString()},
+        {"TLM_FIELD10", Field10Value.toPlainString()},
+        {"TLM_CREATION_TIME", DateTimeToText(CreationTime)},
+        {"TLM_SUBJECT", Subject},
+        {"TLM_COMPANIES", Companies},
+        {"TLM_CATEGORIES", Categories},
+        {"TLM_BILLINGINFORMATION", BillingInformation},
+        {"TLM_DURATION", QString::number(duration)},
+        {"TLM_BODY", Body},
+        {"TLM_START", DateTimeToText(StartDate)},
+        {"TLM_DUE_OR_END", DateTimeToText(DueDate)},
+        {"TLM_REPORTED_DATE", DateTimeToText(ReportedDate)},
+        {"TLM_MEMBER", ReportedBy},
+        {"TLM_TOTALCOST", TotalCost.toPlainString()},
+        {"TLM_REPORTED_BY", ReportedBy},
+        {"TLM_APPROVED", detail::BoolText(Approved)},
+        {"TLM_APPROVEDBY", ApprovedBy},
+        {"TLM_MANAGER", found.manager},
+        {"TLM_COORDINATOR", found.coordinator},
+        {"TLM_ACTIVITY_DUE_DATE", DateTimeToText(found.activityDue)},
+        {"TLM_NOW", DateTimeToText(QDateTime::currentDateTime())},
+    };
+    QString text = sContent;
+    for (const auto& [tag, value] : steps)
+        text.replace(QLatin1String(tag), value, Qt::CaseSensitive);
+    return text;
+}
+
+}  // namespace tlm
