@@ -10,6 +10,7 @@
 #include "database/connection.h"
 #include "outlook/compose_form.h"
 #include "desktop/gui_section_loader.h"
+#include "settings/manager_settings_form.h"
 
 namespace tlm {
 
@@ -35,6 +36,7 @@ Program::Program() {
     SetErrorPresenter(&presenter_);
     SetShellLauncher(&shell_);
     InstallComposeWindow();  // the error report's mail goes through the mail profile
+    InstallManagerSettingsDialogHost();  // the first-run and database setup panel
 }
 
 Program::~Program() { DestroyAllObjects(); }

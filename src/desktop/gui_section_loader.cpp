@@ -3,6 +3,7 @@
 #include "core/error_report.h"
 #include "core/process_state.h"
 #include "core/prompt.h"
+#include "settings/manager_settings_form.h"
 
 namespace tlm {
 
@@ -18,7 +19,7 @@ struct ScreenRow {
 const ScreenRow kScreens[] = {
     {SectionWindow::ManagerList, nullptr},
     {SectionWindow::Templates, nullptr},
-    {SectionWindow::ManagerSettings, nullptr},
+    {SectionWindow::ManagerSettings, &OpenManagerSettings},
     {SectionWindow::Search, nullptr},
     {SectionWindow::Reports, nullptr},
     {SectionWindow::ReviewReports, nullptr},

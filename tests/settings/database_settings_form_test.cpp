@@ -1,0 +1,639 @@
+#include <QAction>
+#include <QDir>
+#include <QFile>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QStandardPaths>
+#include <QTcpServer>
+
+#include "database/recordset.h"
+#include "settings/global_settings.h"
+#include "settings_forms_fixture.h"
+
+using namespace tlm;
+using namespace tlm::test;
+
+namespace {
+
+using DatabasePanelTest = SettingsFormsTest;
+
+const QString kConnectionFailed =
+    QStringLiteral("Connection Failed! Make sure you have entered a valid instance name of your SQL Server.");
+
+QString DbFile(const QString& folder) {
+    return folder + QStringLiteral("/") + kDatabaseFileName;
+}
+
+// An SQLite file that is a database, but not one of ours.
+void WriteForeignDatabase(const QString& path) {
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("foreign"));
+        db.setDatabaseName(path);
+        ASSERT_TRUE(db.open());
+        QSqlQuery q(db);
+        ASSERT_TRUE(q.exec(QStringLiteral("CREATE TABLE Other (ID INTEGER)")));
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("foreign"));
+}
+
+// A loopback port nobody listens on.
+quint16 ClosedPort() {
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    const quint16 port = probe.serverPort();
+    probe.close();
+    return port;
+}
+
+}  // namespace
+
+TEST_F(DatabasePanelTest, ConnectionStringsFollowTheServerKind) {
+    DatabaseFields f;
+    f.dbChoice = 1;
+    f.server = QStringLiteral(" db1\\inst ");
+    f.integratedSecurity = true;
+    EXPECT_EQ(BuildSQLConnection(f, false),
+              QStringLiteral("Provider=SQLOLEDB.1;Persist Security Info=True;Integrated Security=SSPI;"
+                             "Data Source=db1\\inst;Initial Catalog=TallyloomDB"));
+    f.serverKind = ServerKind::PostgreSQL;
+    f.server = QStringLiteral("host,5433");
+    f.database = QStringLiteral(" Team_1 ");
+    f.integratedSecurity = false;
+    f.userName = QStringLiteral("u");
+    f.password = QStringLiteral("p");
+    const QString pg = BuildSQLConnection(f, false);
+    EXPECT_EQ(pg, QStringLiteral("Provider=PostgreSQL;Persist Security Info=True;Password=p;User ID=u;"
+                                 "Data Source=host,5433;Initial Catalog=Team_1"));
+    EXPECT_EQ(BuildSQLConnection(f, true), fncGetServerConnectionString(pg));
+
+    // The panel shows the kind again after a save.
+    cMySettings s;
+    s.DBChoice = 1;
+    s.DBConnectionString = pg;
+    EXPECT_EQ(FieldsFromSettings(s).serverKind, ServerKind::PostgreSQL);
+    f.serverKind = ServerKind::SqlServer;
+    s.DBConnectionString = BuildSQLConnection(f, false);
+    EXPECT_EQ(FieldsFromSettings(s).serverKind, ServerKind::SqlServer);
+}
+
+TEST_F(DatabasePanelTest, PanelShowsTheStoredSettingsInEachMode) {
+    settings.DBChoice = 1;
+    settings.DBConnectionString = QStringLiteral(
+        "Provider=PostgreSQL;Persist Security Info=True;Password=pw;User ID=me;Data Source=h,1;Initial "
+        "Catalog=D");
+    settings.Server = QStringLiteral("h,1");
+    settings.Database = QStringLiteral("D");
+    settings.UserName = QStringLiteral("me");
+    settings.Password = QStringLiteral("pw");
+    Process().blnDatabaseSetup = true;
+    frmManagerSettings form;
+    Open(form, 14);
+    QWidget* p = Panel(form);
+    ASSERT_TRUE(p);
+    EXPECT_EQ(Child<QComboBox>(p, "cboDatabaseTypes")->currentText(), QStringLiteral("SQL server"));
+    EXPECT_EQ(Child<QComboBox>(p, "cboServerKind")->currentText(), QStringLiteral("PostgreSQL"));
+    EXPECT_EQ(Child<QLineEdit>(p, "txtServer")->text(), QStringLiteral("h,1"));
+    EXPECT_EQ(Child<QLineEdit>(p, "txtUserName")->text(), QStringLiteral("me"));
+    EXPECT_EQ(Child<QLineEdit>(p, "txtPassword")->echoMode(), QLineEdit::Password);
+    EXPECT_FALSE(Child<QCheckBox>(p, "chkIntegratedSecurity")->isChecked());
+    EXPECT_TRUE(Child<QWidget>(p, "picDBConnection")->isVisible());
+    EXPECT_FALSE(Child<QWidget>(p, "picMDBPath")->isVisible());
+    // Setup mode saves through the toolbar only.
+    EXPECT_FALSE(Child<QPushButton>(p, "cmdContinue")->isVisible());
+
+    // Choosing the server kind anew ticks integrated security, which locks the credentials.
+    Child<QComboBox>(p, "cboDatabaseTypes")->setCurrentIndex(0);
+    EXPECT_FALSE(Child<QWidget>(p, "picDBConnection")->isVisible());
+    Child<QComboBox>(p, "cboDatabaseTypes")->setCurrentIndex(1);
+    EXPECT_TRUE(Child<QCheckBox>(p, "chkIntegratedSecurity")->isChecked());
+    EXPECT_FALSE(Child<QLineEdit>(p, "txtUserName")->isEnabled());
+    EXPECT_FALSE(Child<QLineEdit>(p, "txtPassword")->isEnabled());
+    Child<QCheckBox>(p, "chkIntegratedSecurity")->setChecked(false);
+    EXPECT_TRUE(Child<QLineEdit>(p, "txtPassword")->isEnabled());
+    form.Exit();
+}
+
+// ---- the local database file ------------------------------------------------------------------
+
+TEST_F(DatabasePanelTest, FolderTestTellsNewCompatibleAndForeignFiles) {
+    Process().blnDatabaseSetup = true;
+    frmManagerSettings form;
+    Open(form, 14);
+    QWidget* p = Panel(form);
+    ASSERT_TRUE(p);
+    auto* test = Child<QPushButton>(p, "cmdTest");
+    Child<QLineEdit>(p, "txtMDBPath")->setText(dir);
+
+    test->click();
+    EXPECT_EQ(Text(p, "labelDBStatus"), QStringLiteral("Database '") + DbFile(dir) +
+                                            QStringLiteral("' does not exist yet: it will be created."));
+    EXPECT_EQ(Colour(p, "labelDBStatus"), Green());
+
+    ASSERT_TRUE(DB::fncCopyNewMDBToFile(DbFile(dir)));
+    test->click();
+    EXPECT_EQ(Text(p, "labelDBStatus"),
+              QStringLiteral("Connection to database '") + DbFile(dir) + QStringLiteral("' succeeded!"));
+    EXPECT_EQ(Colour(p, "labelDBStatus"), Green());
+
+    const QString foreignDir = NewTempDir(QStringLiteral("foreign"));
+    WriteForeignDatabase(DbFile(foreignDir));
+    Child<QLineEdit>(p, "txtMDBPath")->setText(foreignDir);
+    test->click();
+    EXPECT_TRUE(Text(p, "labelDBStatus")
+                    .startsWith(QStringLiteral("It appears the specified database '") + DbFile(foreignDir) +
+                                QStringLiteral("' is not a compatible Tally Loom database!")));
+    EXPECT_EQ(Colour(p, "labelDBStatus"), Red());
+    // A foreign file is never taken over.
+    EXPECT_FALSE(form.Save());
+    EXPECT_TRUE(form.isVisible());
+    EXPECT_FALSE(SettingsWritten());
+    form.Exit();
+}
+
+TEST_F(DatabasePanelTest, BadFoldersAreRefusedWithNothingSaved) {
+    QFile plain(dir + QStringLiteral("/plain.txt"));
+    ASSERT_TRUE(plain.open(QIODevice::WriteOnly));
+    plain.close();
+    const QString invalid = QStringLiteral(
+        "Please specify a valid a network folder path where the database will be created or located!");
+    const struct {
+        QString folder;
+        QString message;
+    } cases[] = {
+        {QStringLiteral("   "),
+         QStringLiteral(
+             "Please select a network folder path where the database will be created or located!")},
+        {dir + QStringLiteral("/missing"), invalid},
+        {dir + QStringLiteral("/plain.txt"), invalid},
+        {dir + QStringLiteral("/plain.txt/below"), invalid},
+    };
+    Process().blnDatabaseSetup = true;
+    frmManagerSettings form;
+    Open(form, 14);
+    QWidget* p = Panel(form);
+    ASSERT_TRUE(p);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.folder.toStdString());
+        Child<QLineEdit>(p, "txtMDBPath")->setText(c.folder);
+        form.toolbarButton(QStringLiteral("Save"))->trigger();
+        EXPECT_EQ(Text(p, "lblStatus"), c.message);
+        EXPECT_EQ(Colour(p, "lblStatus"), Red());
+        EXPECT_TRUE(form.isVisible());
+    }
+    // A folder that exists but takes no new file (a kernel folder refuses even root).
+    if (QFileInfo(QStringLiteral("/proc")).isDir()) {
+        Child<QLineEdit>(p, "txtMDBPath")->setText(QStringLiteral("/proc"));
+        EXPECT_FALSE(form.Save());
+        EXPECT_TRUE(Text(p, "lblStatus").contains(QStringLiteral("does not allow new files")));
+    }
+    EXPECT_FALSE(form.saved());
+    EXPECT_FALSE(SettingsWritten());
+    EXPECT_TRUE(settings.DBConnectionString.isEmpty());
+    EXPECT_TRUE(Process().strMDBPath.isEmpty());
+    EXPECT_TRUE(Process().blnDatabaseSetup);
+    form.Exit();
+}
+
+TEST_F(DatabasePanelTest, FirstRunProposesTheDefaultFolderAndMakesIt) {
+    const QString proposed = dir + QStringLiteral("/run/data");
+    qputenv("TLM_DEFAULT_DATA_DIR", proposed.toLocal8Bit());
+    QString shown;
+    SetManagerSettingsDriver([&](frmManagerSettings& form) {
+        shown = Child<QLineEdit>(form.currentItem(), "txtMDBPath")->text();
+        Child<QPushButton>(form.currentItem(), "cmdContinue")->click();
+    });
+    bool showDialog = true;
+    const QString connection = DB::GetCONN(showDialog);
+    qunsetenv("TLM_DEFAULT_DATA_DIR");
+    EXPECT_EQ(shown, proposed);
+    EXPECT_EQ(connection, SqliteConnectionString(DbFile(proposed)));
+    EXPECT_TRUE(QFileInfo::exists(DbFile(proposed)));
+    EXPECT_EQ(Stored().DBConnectionString, proposed);
+
+    // Without the variable, the application data folder is proposed.
+    EXPECT_EQ(DefaultDataFolder(), QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
+    EXPECT_FALSE(DefaultDataFolder().isEmpty());
+}
+
+TEST_F(DatabasePanelTest, SetupSaveSwitchesToTheNewDatabaseAndReloadsTheStore) {
+    const QString oldDir = NewTempDir(QStringLiteral("old"));
+    ASSERT_TRUE(DB::fncCopyNewMDBToFile(DbFile(oldDir)));
+    {
+        Connection old;
+        Failure f;
+        ASSERT_TRUE(old.Open(SqliteConnectionString(DbFile(oldDir))));
+        ASSERT_EQ(old.Execute(QStringLiteral("INSERT INTO tProjects (ProjectName) VALUES ('Alpha')"), {},
+                              false, &f),
+                  1);
+    }
+    settings.DBConnectionString = oldDir;
+    cDBSettings store;
+    SetDBSettings(&store);
+    bool ok = false;
+    store.LoadGlobalSettings(false, ok);
+    ASSERT_TRUE(ok);
+    ASSERT_EQ(store.Projects.Items.Count(), 1);
+    store.GeneralSettings.SetValue(QStringLiteral("tpoProjectTitle"), QStringLiteral("Job"));
+
+    const auto oldConnection = CurrentConnection();
+    ASSERT_TRUE(oldConnection);
+
+    InstallManagerSettingsDialogHost();  // as the program does: the reload is the store's load
+    Process().blnDatabaseSetup = true;
+    {
+        frmManagerSettings form;
+        Open(form, 14);
+        Child<QLineEdit>(form.currentItem(), "txtMDBPath")->setText(dir);
+        form.toolbarButton(QStringLiteral("Save"))->trigger();
+        EXPECT_TRUE(form.saved());
+        EXPECT_FALSE(form.isVisible());
+    }
+    EXPECT_FALSE(Process().blnDatabaseSetup);
+    EXPECT_EQ(Stored().DBConnectionString, dir);
+    ASSERT_TRUE(CurrentConnection());
+    EXPECT_NE(CurrentConnection(), oldConnection);
+    EXPECT_TRUE(QFileInfo::exists(DbFile(dir)));
+    // The lists come from the new database; a new database takes over the settings held in memory.
+    EXPECT_EQ(store.Projects.Items.Count(), 0);
+    EXPECT_EQ(store.ProjectTitle, QStringLiteral("Job"));
+    auto rs =
+        GetDBRecordset(QStringLiteral("SELECT KeyVal FROM tGeneralSettings WHERE KeyID = 'tpoProjectTitle'"));
+    ASSERT_TRUE(rs);
+    ASSERT_FALSE(rs->Eof());
+    EXPECT_EQ(rs->Fields(0).Value().toString(), QStringLiteral("Job"));
+    EXPECT_TRUE(presenter.reports.isEmpty());
+    SetDBSettings(nullptr);
+}
+
+// ---- server input -----------------------------------------------------------------------------
+
+TEST_F(DatabasePanelTest, BadServerFieldsAreRefusedBeforeAnyConnection) {
+    const struct {
+        int kind;  // 0 SQL Server, 1 PostgreSQL
+        QString server;
+        QString database;
+        QString password;
+        QString says;
+    } cases[] = {
+        {1, QStringLiteral("127.0.0.1,abc"), QString(), QStringLiteral("pw"),
+         QStringLiteral("The port 'abc'")},
+        {1, QStringLiteral("127.0.0.1,70000"), QString(), QStringLiteral("pw"),
+         QStringLiteral("The port '70000'")},
+        {0, QStringLiteral("my server"), QString(), QStringLiteral("pw"),
+         QStringLiteral("The server name 'my server'")},
+        {0, QStringLiteral("srv'x"), QString(), QStringLiteral("pw"),
+         QStringLiteral("may not hold blanks, quotes")},
+        {1, QStringLiteral("srv\"x"), QString(), QStringLiteral("pw"),
+         QStringLiteral("may not hold blanks, quotes")},
+        {1, QStringLiteral("host;Initial Catalog=x"), QString(), QStringLiteral("pw"),
+         QStringLiteral("The server name")},
+        {1, QStringLiteral("host\\inst"), QString(), QStringLiteral("pw"),
+         QStringLiteral("no instance name")},
+        {1, QStringLiteral("localhost"), QStringLiteral("a;Initial Catalog=b"), QStringLiteral("pw"),
+         QStringLiteral("The database name 'a;Initial Catalog=b' cannot be used")},
+        {1, QStringLiteral("localhost"), QString(), QStringLiteral("se;cret|x"),
+         QStringLiteral("The password may not")},
+    };
+    Process().blnDatabaseSetup = true;
+    frmManagerSettings form;
+    Open(form, 14);
+    QWidget* p = Panel(form);
+    ASSERT_TRUE(p);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.server.toStdString() + " / " + c.database.toStdString());
+        Child<QComboBox>(p, "cboDatabaseTypes")->setCurrentIndex(1);
+        Child<QComboBox>(p, "cboServerKind")->setCurrentIndex(c.kind);
+        Child<QLineEdit>(p, "txtServer")->setText(c.server);
+        Child<QLineEdit>(p, "txtDatabase")->setText(c.database);
+        Child<QCheckBox>(p, "chkIntegratedSecurity")->setChecked(false);
+        Child<QLineEdit>(p, "txtUserName")->setText(QStringLiteral("me"));
+        Child<QLineEdit>(p, "txtPassword")->setText(c.password);
+        EXPECT_FALSE(form.Save());
+        EXPECT_TRUE(Text(p, "lblStatus").contains(c.says)) << Text(p, "lblStatus").toStdString();
+        EXPECT_EQ(Colour(p, "lblStatus"), Red());
+        EXPECT_FALSE(Seen(p).contains(QStringLiteral("se;cret")));
+    }
+    // An empty server is the mandatory field.
+    Child<QLineEdit>(p, "txtServer")->setText(QStringLiteral("  "));
+    Child<QPushButton>(p, "cmdTest")->click();
+    EXPECT_TRUE(Text(p, "lblStatus").isEmpty());
+    EXPECT_FALSE(form.Save());
+    EXPECT_EQ(Text(p, "lblStatus"), QStringLiteral("Server name is mandatory!"));
+    EXPECT_EQ(Colour(p, "lblStatus"), Red());
+
+    EXPECT_TRUE(form.isVisible());
+    EXPECT_FALSE(SettingsWritten());
+    EXPECT_EQ(settings.DBChoice, 0);
+    EXPECT_TRUE(settings.Server.isEmpty());
+    EXPECT_TRUE(settings.Password.isEmpty());
+    EXPECT_TRUE(DialogScript::shownMessages().isEmpty());
+    form.Exit();
+}
+
+TEST_F(DatabasePanelTest, UnreachableServerFailsTheTestAndTheSave) {
+    Process().blnDatabaseSetup = true;
+    frmManagerSettings form;
+    Open(form, 14);
+    QWidget* p = Panel(form);
+    ASSERT_TRUE(p);
+    for (int kind : {1, 0}) {
+        SCOPED_TRACE(kind);
+        Child<QComboBox>(p, "cboDatabaseTypes")->setCurrentIndex(1);
+        Child<QComboBox>(p, "cboServerKind")->setCurrentIndex(kind);
+        Child<QLineEdit>(p, "txtServer")->setText(QStringLiteral("127.0.0.1,%1").arg(ClosedPort()));
+        Child<QCheckBox>(p, "chkIntegratedSecurity")->setChecked(false);
+        Child<QLineEdit>(p, "txtUserName")->setText(QStringLiteral("me"));
+        Child<QLineEdit>(p, "txtPassword")->setText(QStringLiteral("unreachable-pw"));
+        Child<QPushButton>(p, "cmdTest")->click();
+        EXPECT_EQ(Text(p, "lblStatus"), kConnectionFailed);
+        EXPECT_EQ(Colour(p, "lblStatus"), Red());
+        EXPECT_FALSE(form.Save());
+    }
+    EXPECT_FALSE(SettingsWritten());
+    EXPECT_FALSE(Seen(p).contains(QStringLiteral("unreachable-pw")));
+    form.Exit();
+}
+
+// ---- live PostgreSQL --------------------------------------------------------------------------
+
+class PostgresPanelTest : public SettingsFormsTest {
+  protected:
+    void SetUp() override {
+        if (!HavePostgres())
+            GTEST_SKIP() << "PostgreSQL case: TLM_TEST_PG is not set (run through `make test`, which starts "
+                            "the server)";
+        SettingsFormsTest::SetUp();
+    }
+};
+
+TEST_F(PostgresPanelTest, TestTellsServerAndDatabaseStates) {
+    const QString compatible = NewPgName();
+    const QString foreign = NewPgName();
+    const QString missing = NewPgName();
+    ASSERT_TRUE(PgAdmin(QStringLiteral("CREATE DATABASE \"%1\"").arg(foreign)));
+    // A compatible database, made by the creation flow.
+    settings.DBChoice = 1;
+    settings.Database = compatible;
+    settings.DBConnectionString = fncGetServerConnectionString(PostgresConnectionString()) +
+                                  QStringLiteral(";Initial Catalog=") + compatible;
+    bool created = false;
+    ASSERT_FALSE(fncCreateSQLDB(created).isEmpty());
+    ASSERT_TRUE(created);
+    settings = cMySettings();
+    Process().mySettings = &settings;
+
+    Process().blnDatabaseSetup = true;
+    frmManagerSettings form;
+    Open(form, 14);
+    QWidget* p = Panel(form);
+    ASSERT_TRUE(p);
+    auto* test = Child<QPushButton>(p, "cmdTest");
+    const QString serverOk =
+        QStringLiteral("Connection to SQL Server '") + PgServerField() + QStringLiteral("' succeeded!");
+
+    FillPostgres(p, QString(), Pg().password);
+    test->click();
+    EXPECT_EQ(Text(p, "lblStatus"), serverOk);
+    EXPECT_EQ(Colour(p, "lblStatus"), Green());
+    EXPECT_TRUE(Text(p, "labelDBStatus").isEmpty());
+
+    FillPostgres(p, compatible, Pg().password);
+    test->click();
+    EXPECT_EQ(Text(p, "labelDBStatus"),
+              QStringLiteral("Connection to database '") + compatible + QStringLiteral("' succeeded!"));
+    EXPECT_EQ(Colour(p, "labelDBStatus"), Green());
+
+    FillPostgres(p, missing, Pg().password);
+    test->click();
+    EXPECT_EQ(Text(p, "labelDBStatus"),
+              QStringLiteral("Database '") + missing + QStringLiteral("' does not exist!"));
+    EXPECT_EQ(Colour(p, "labelDBStatus"), Red());
+
+    FillPostgres(p, foreign, Pg().password);
+    test->click();
+    EXPECT_EQ(Text(p, "lblStatus"), serverOk);
+    EXPECT_EQ(
+        Text(p, "labelDBStatus"),
+        QStringLiteral("It appears the specified database '") + foreign +
+            QStringLiteral("' is not a compatible Tally Loom database! Either leave the database name empty "
+                           "or specify a correct existing database and try again!"));
+    EXPECT_EQ(Colour(p, "labelDBStatus"), Red());
+    EXPECT_FALSE(form.Save());
+    EXPECT_TRUE(form.isVisible());
+    EXPECT_FALSE(SettingsWritten());
+    EXPECT_TRUE(settings.DBConnectionString.isEmpty());
+
+    // A wrong password fails at the server, and is never shown.
+    FillPostgres(p, compatible, QStringLiteral("wrong-secret-pw"));
+    test->click();
+    EXPECT_EQ(Text(p, "lblStatus"), kConnectionFailed);
+    EXPECT_FALSE(form.Save());
+    EXPECT_FALSE(SettingsWritten());
+    EXPECT_FALSE(Seen(p).contains(QStringLiteral("wrong-secret-pw")));
+    EXPECT_FALSE(Seen(p).contains(Pg().password));
+    form.Exit();
+}
+
+TEST_F(PostgresPanelTest, SetupSaveOfAMissingDatabaseCreatesIt) {
+    const QString name = NewPgName();
+    Process().blnDatabaseSetup = true;
+    DialogScript::queueAnswer(
+        PromptAnswer::Yes);  // "... does not exist! Do you want to continue with a new database?"
+    {
+        frmManagerSettings form;
+        Open(form, 14);
+        QWidget* p = Panel(form);
+        ASSERT_TRUE(p);
+        FillPostgres(p, name, Pg().password);
+        form.toolbarButton(QStringLiteral("Save"))->trigger();
+        EXPECT_TRUE(form.saved()) << Text(p, "lblStatus").toStdString();
+    }
+    const QString expected = QStringLiteral("Provider=PostgreSQL;Persist Security Info=True;Password=") +
+                             Pg().password + QStringLiteral(";User ID=") + Pg().user +
+                             QStringLiteral(";Data Source=") + PgServerField() +
+                             QStringLiteral(";Initial Catalog=") + name;
+    const cMySettings stored = Stored();
+    EXPECT_EQ(stored.DBChoice, 1);
+    EXPECT_EQ(stored.DBConnectionString, expected);
+    EXPECT_EQ(stored.Server, PgServerField());
+    EXPECT_EQ(stored.Database, name);
+    EXPECT_EQ(stored.UserName, Pg().user);
+    EXPECT_EQ(stored.Password, Pg().password);
+    EXPECT_EQ(stored.IntegratedSecurity, 0);
+    EXPECT_TRUE(CheckIfTableExists(expected, QStringLiteral("tReportedAppointments")));
+    ASSERT_TRUE(CurrentConnection());
+    EXPECT_EQ(CurrentConnection()->engine(), Engine::PostgreSQL);
+    EXPECT_FALSE(Process().blnDatabaseSetup);
+    ASSERT_EQ(DialogScript::shownMessages().size(), 1);
+    EXPECT_TRUE(DialogScript::shownMessages()[0].contains(name));
+    EXPECT_TRUE(presenter.reports.isEmpty()) << presenter.reports.join(u'\n').toStdString();
+    EXPECT_FALSE(Seen().contains(Pg().password));
+}
+
+TEST_F(PostgresPanelTest, FirstRunOnTheServerCreatesTheDatabaseAndGoesOn) {
+    const QString name = NewPgName();
+    SetManagerSettingsDriver([&](frmManagerSettings& form) {
+        FillPostgres(form.currentItem(), name, Pg().password);
+        Child<QPushButton>(form.currentItem(), "cmdContinue")->click();
+    });
+    bool showDialog = true;
+    const QString connection = DB::GetCONN(showDialog);
+    EXPECT_EQ(FormExitCalls(), 0);
+    EXPECT_EQ(ParseConnectionString(connection).database, name);
+    EXPECT_EQ(ParseConnectionString(connection).engine, Engine::PostgreSQL);
+    EXPECT_TRUE(CheckIfTableExists(connection, QStringLiteral("tReportedAppointments")));
+    EXPECT_EQ(Stored().DBChoice, 1);
+    EXPECT_EQ(ParseConnectionString(Stored().DBConnectionString).database, name);
+    EXPECT_TRUE(DialogScript::shownMessages().isEmpty());
+}
+
+// A name the creation script cannot take as it stands fails at the server, through the report, and
+// leaves the local settings as they were.
+TEST_F(PostgresPanelTest, DatabaseNameNeedingQuotesFailsTheCreationAndSavesNothing) {
+    // The script quotes the name; a quote inside it ends the quoted name early.
+    const QString name = QStringLiteral("tlm\"forms_") + NewPgName().mid(9);
+    pgDatabases.append(name);
+
+    // Setup mode: the save is refused after the flow's question, and the window stays.
+    Process().blnDatabaseSetup = true;
+    DialogScript::queueAnswer(PromptAnswer::Yes);  // "... does not exist! Do you want to continue ...?"
+    {
+        frmManagerSettings form;
+        Open(form, 14);
+        QWidget* p = Panel(form);
+        ASSERT_TRUE(p);
+        FillPostgres(p, name, Pg().password);
+        EXPECT_FALSE(form.Save());
+        EXPECT_TRUE(form.isVisible());
+        EXPECT_TRUE(Text(p, "labelDBStatus").contains(QStringLiteral("The settings were not changed")));
+        EXPECT_EQ(Colour(p, "labelDBStatus"), Red());
+        form.Exit();
+    }
+    ASSERT_EQ(presenter.reports.size(), 1);
+    EXPECT_TRUE(presenter.reports[0].contains(name)) << presenter.reports[0].toStdString();
+    EXPECT_FALSE(SettingsWritten());
+    EXPECT_EQ(settings.DBChoice, 0);
+    EXPECT_TRUE(settings.DBConnectionString.isEmpty());
+    EXPECT_TRUE(settings.Password.isEmpty());
+    EXPECT_FALSE(CurrentConnection());
+
+    // First run: the flow reports, clears the attempt and asks again; closing then ends the process.
+    presenter.reports.clear();
+    ResetErrorReportingForTests();
+    Process().blnDatabaseSetup = false;
+    int shown = 0;
+    SetManagerSettingsDriver([&](frmManagerSettings& form) {
+        if (++shown == 1) {
+            FillPostgres(form.currentItem(), name, Pg().password);
+            Child<QPushButton>(form.currentItem(), "cmdContinue")->click();
+        } else {
+            form.Exit();
+        }
+    });
+    bool showDialog = true;
+    EXPECT_TRUE(DB::GetCONN(showDialog).isEmpty());
+    EXPECT_EQ(shown, 2);
+    EXPECT_EQ(FormExitCalls(), 1);
+    EXPECT_EQ(presenter.reports.size(), 1);
+    EXPECT_FALSE(SettingsWritten());
+    EXPECT_FALSE(Seen().contains(Pg().password));
+}
+
+// ---- the first run of the program ---------------------------------------------------------------
+
+namespace {
+
+// Main's steps as the program takes them, with the section's window recorded instead of shown.
+class FirstRunHooks : public StartupHooks {
+  public:
+    explicit FirstRunHooks(cMySettings& s) : settings_(s) {}
+    bool ReadLocalSettings() override {
+        Process().mySettings = &settings_;
+        settings_.ReadSettings();
+        return settings_.DBChoice == 0 && settings_.DBConnectionString.isEmpty();
+    }
+    bool LoadGlobalSettings() override {
+        store = std::make_unique<cDBSettings>();
+        SetDBSettings(store.get());
+        bool ok = false;
+        store->LoadGlobalSettings(true, ok);
+        return ok;
+    }
+    void LoadSection(qint32 section) override { sections.append(section); }
+    void DestroyAllObjects() override {
+        ++destroyed;
+        SetDBSettings(nullptr);
+    }
+
+    std::unique_ptr<cDBSettings> store;
+    QList<qint32> sections;
+    int destroyed = 0;
+
+  private:
+    cMySettings& settings_;
+};
+
+CommandLine Section(const char* text) {
+    return ParseCommandLine({QString::fromLatin1(text)});
+}
+
+}  // namespace
+
+TEST_F(DatabasePanelTest, FirstRunShowsThePanelOnceThenTheSection) {
+    for (const char* section : {"1", "14"}) {
+        SCOPED_TRACE(section);
+        FreshLocalSettings();
+        settings = cMySettings();
+        subCloseConnection();
+        ResetProcessStateForTests();
+        const QString folder = NewTempDir(QStringLiteral("first"));
+        int shown = 0;
+        SetManagerSettingsDriver([&](frmManagerSettings& form) {
+            ++shown;
+            EXPECT_EQ(form.windowTitle(), QStringLiteral("Administration Panel : Database Settings"));
+            QWidget* p = form.currentItem();
+            ASSERT_TRUE(Child<QPushButton>(p, "cmdContinue")->isVisible());
+            // The folder from the browse; a cancelled browse changes nothing.
+            Child<QLineEdit>(p, "txtMDBPath")->setText(QStringLiteral("typed"));
+            DialogScript::queueFolder(QString());
+            Child<QPushButton>(p, "cmdBrowseMDBpath")->click();
+            EXPECT_EQ(Child<QLineEdit>(p, "txtMDBPath")->text(), QStringLiteral("typed"));
+            DialogScript::queueFolder(folder);
+            Child<QPushButton>(p, "cmdBrowseMDBpath")->click();
+            EXPECT_EQ(Child<QLineEdit>(p, "txtMDBPath")->text(), folder);
+            Child<QPushButton>(p, "cmdContinue")->click();
+        });
+        FirstRunHooks hooks(settings);
+        EXPECT_EQ(RunMain(Section(section), hooks), kExitNormal);
+        EXPECT_EQ(shown, 1);
+        // After the panel, section 1 opens; 14 would be the same panel again.
+        EXPECT_EQ(hooks.sections, section == QLatin1String("1") ? QList<qint32>{1} : QList<qint32>{});
+        EXPECT_EQ(Stored().DBConnectionString, folder);
+        EXPECT_TRUE(QFileInfo::exists(DbFile(folder)));
+        // The new database took the built-in settings.
+        EXPECT_EQ(
+            hooks.store->GeneralSettings.GetValue(QStringLiteral("tpoProjectTitle"), cGeneralSettings::kText),
+            QStringLiteral("Project"));
+        EXPECT_EQ(FormExitCalls(), 0);
+        EXPECT_EQ(hooks.destroyed, 1);
+        EXPECT_TRUE(DialogScript::shownMessages().isEmpty());
+    }
+    SetDBSettings(nullptr);
+}
+
+TEST_F(DatabasePanelTest, FirstRunClosedUnsavedEndsWithNothingWrittenAndNoSection) {
+    int shown = 0;
+    SetManagerSettingsDriver([&](frmManagerSettings& form) {
+        ++shown;
+        Child<QLineEdit>(form.currentItem(), "txtMDBPath")->setText(dir);
+        form.close();
+    });
+    FirstRunHooks hooks(settings);
+    RunMain(Section("1"), hooks);
+    EXPECT_EQ(shown, 1);
+    EXPECT_EQ(FormExitCalls(), 1);
+    EXPECT_TRUE(hooks.sections.isEmpty());
+    EXPECT_FALSE(SettingsWritten());
+    EXPECT_TRUE(QDir(dir).isEmpty());
+    SetDBSettings(nullptr);
+}
