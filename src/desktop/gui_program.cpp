@@ -10,6 +10,7 @@
 #include "database/connection.h"
 #include "outlook/compose_form.h"
 #include "desktop/gui_section_loader.h"
+#include "notifications/notification_display_form.h"
 #include "settings/manager_settings_form.h"
 
 namespace tlm {
@@ -36,6 +37,7 @@ Program::Program() {
     SetErrorPresenter(&presenter_);
     SetShellLauncher(&shell_);
     InstallComposeWindow();  // the error report's mail goes through the mail profile
+    InstallNotificationMail();  // list saves and requests to report send their mails
     InstallManagerSettingsDialogHost();  // the first-run and database setup panel
 }
 

@@ -3,6 +3,7 @@
 #include "core/error_report.h"
 #include "core/process_state.h"
 #include "core/prompt.h"
+#include "notifications/template_editor_form.h"
 #include "settings/manager_settings_form.h"
 
 namespace tlm {
@@ -18,7 +19,7 @@ struct ScreenRow {
 // A row with nullptr is a screen still to come; its sections say so instead of opening.
 const ScreenRow kScreens[] = {
     {SectionWindow::ManagerList, nullptr},
-    {SectionWindow::Templates, nullptr},
+    {SectionWindow::Templates, OpenTemplates},
     {SectionWindow::ManagerSettings, &OpenManagerSettings},
     {SectionWindow::Search, nullptr},
     {SectionWindow::Reports, nullptr},

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QDir>
+#include <QList>
+#include <QStringList>
+#include <ostream>
+
+#include "notifications/notification_engine.h"
+#include "outlook/mail_transport.h"
+
+// Readable texts in failure messages.
+inline void PrintTo(const QString& s, std::ostream* os) {
+    *os << '"' << s.toStdString() << '"';
+}
+
+namespace tlm::test {
+
+// Keeps every mail it is handed; passes it on to an inner transport when given one.
+class RecordingTransport : public MailTransport {
+  public:
+    explicit RecordingTransport(MailTransport* inner = nullptr) : inner_(inner) {}
+    MailSendResult send(const MailMessage& message) override {
+        mails.append(message);
+        MailSendResult r;
+        if (inner_) {
+            r = inner_->send(message);
+        } else {
+            r.status = MailSendResult::Status::Sent;
+            r.messageId = QStringLiteral("id-%1@test").arg(mails.size());
+        }
+        results.append(r);
+        return r;
+    }
+    QList<MailMessage> mails;
+    QList<MailSendResult> results;
+
+  private:
+    MailTransport* inner_;
+};
+
+class RecordingDisplay : public NotificationDisplay {
+  public:
+    NotificationOutcome Display(const MailMessage& message) override {
+        shown.append(message);
+        NotificationOutcome out;
+        out.status = NotificationOutcome::Status::Displayed;
+        return out;
+    }
+    QList<MailMessage> shown;
+};
+
+inline QStringList EmlFiles(const QString& folder) {
+    QStringList files;
+    for (const QString& f : QDir(folder).entryList({QStringLiteral("*.eml")}, QDir::Files))
+        files << QDir(folder).absoluteFilePath(f);
+    return files;
+}
+
+}  // namespace tlm::test

@@ -1,0 +1,370 @@
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <memory>
+
+#include "core/error_report.h"
+#include "domain/domain_test_fixture.h"
+#include "domain/members.h"
+#include "notifications/notification_doubles.h"
+#include "notifications/senders.h"
+#include "outlook/mail_profile.h"
+#include "reported/appointment_data.h"
+#include "reported/task_data.h"
+#include "support/test_env.h"
+
+namespace tlm::test {
+namespace {
+
+const QString kNewProjectsFlag = QStringLiteral("tpoNotifyMembersWhenNewProjectsAdded");
+const QString kNewActivitiesFlag = QStringLiteral("tpoNotifyMembersWhenNewActivitiesAdded");
+const QString kManagerFlag = QStringLiteral("tpoNotifyManagerWhenAssignedProject");
+const QString kCoordinatorFlag = QStringLiteral("tpoNotifyCoordintorWhenAssignedActivity");
+
+// The real senders behind list saves, over a fresh database; mails are recorded, or passed on to
+// the SMTP sink by the fixture below.
+class SenderTest : public DomainDbTest {
+  protected:
+    void SetUp() override {
+        DomainDbTest::SetUp();
+        if (IsSkipped())
+            return;
+        InstallNotificationSenders(&display);
+        SetNotificationTransport(&transport);
+        outbox = NewTempDir(QStringLiteral("outbox"));
+        SetOutboxFolder(outbox);
+    }
+    void TearDown() override {
+        SetNotificationTransport(nullptr);
+        SetNotificationDisplay(nullptr);
+        SetOutboxFolder(QString());
+        DomainDbTest::TearDown();
+    }
+    // Robin runs the program; the others are members with addresses.
+    void SaveMembers(const std::vector<QVariantList>& rows) {
+        global->Members.FromArray(Rows(rows));
+        global->SaveGlobalSettings(3);
+        ASSERT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+    }
+    void SaveTeam() {
+        SaveMembers(
+            {{"Robin", "robin@example.org"}, {"Kim Lee", "kim@example.org"}, {"Ann", "ann@example.org"}});
+    }
+    void SetFlags(bool on) {
+        for (const auto& info : TemplateVocabulary())
+            global->MessageTemplates.SetNotificaionEnabledValue(info.key, on);
+    }
+    void SetBody(qint32 kind, const QString& body) {
+        global->MessageTemplates.SetValue(TemplateOfKind(kind)->key, body);
+    }
+    static QStringList Recipients(const MailMessage& m) {
+        QStringList all{m.to};
+        if (!m.bcc.isEmpty())
+            all += m.bcc.split(QLatin1Char(';'));
+        return all;
+    }
+
+    RecordingTransport transport;
+    RecordingDisplay display;
+    QString outbox;
+};
+
+TEST_P(SenderTest, SavesTellManagersCoordinatorsAndMembersButNotTheCurrentUser) {
+    SaveTeam();
+    SetFlags(true);
+    global->Projects.FromArray(Rows({{"Apollo", "kim lee", "90"}}));
+    global->SaveGlobalSettings(1);
+    global->Tasks.FromArray(Rows({{"Design", "Apollo", "5", "Ann"}}));
+    global->SaveGlobalSettings(2);
+    ASSERT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+
+    ASSERT_EQ(transport.mails.size(), 4);
+    const MailMessage& assigned = transport.mails[0];
+    EXPECT_EQ(Recipients(assigned), QStringList{"kim@example.org"});
+    EXPECT_EQ(assigned.subject, QStringLiteral("Notification: Project 'Apollo' Assignment"));
+    EXPECT_TRUE(assigned.html.contains(QStringLiteral("Dear kim lee,")));
+    EXPECT_TRUE(assigned.html.contains(QStringLiteral("<p>Robin</p>")));
+
+    const MailMessage& newProjects = transport.mails[1];
+    EXPECT_EQ(newProjects.to, QStringLiteral("kim@example.org"));
+    EXPECT_EQ(newProjects.bcc, QStringLiteral("ann@example.org"));
+    EXPECT_TRUE(newProjects.html.contains(QStringLiteral("Apollo (Manager: kim lee)")));
+
+    const MailMessage& coordinator = transport.mails[2];
+    EXPECT_EQ(Recipients(coordinator), QStringList{"ann@example.org"});
+    EXPECT_EQ(coordinator.subject, QStringLiteral("Notification: Activity 'Design' Assignment"));
+    // The project's manager comes from the project list.
+    EXPECT_TRUE(coordinator.html.contains(QStringLiteral("project manager 'kim lee'")));
+
+    const MailMessage& newActivities = transport.mails[3];
+    EXPECT_TRUE(newActivities.html.contains(QStringLiteral("Design (Coordinator: Ann, Project: Apollo)")));
+    // Kind 4's default body names TLM_PROJECT, which its sender does not supply.
+    EXPECT_TRUE(newActivities.html.contains(QStringLiteral("for TLM_PROJECT are")));
+    for (const MailMessage& m : transport.mails)
+        EXPECT_FALSE(Recipients(m).contains(QStringLiteral("robin@example.org"))) << m.subject.toStdString();
+}
+
+TEST_P(SenderTest, SeveralNewProjectsAreOneMailWithLineBreaks) {
+    SaveTeam();
+    global->MessageTemplates.SetNotificaionEnabledValue(kNewProjectsFlag, true);
+    global->Projects.FromArray(Rows({{"Apollo", "Kim Lee", "1"}, {"Borealis", "", "2"}}));
+    global->SaveGlobalSettings(1);
+    ASSERT_EQ(transport.mails.size(), 1);
+    EXPECT_TRUE(transport.mails[0].html.contains(
+        QStringLiteral("Borealis (Manager: )<BR>Apollo (Manager: Kim Lee)")));
+}
+
+TEST_P(SenderTest, OnlyMemberIsTheCurrentUserSoNobodyHearsOfNewProjects) {
+    SaveMembers({{"Robin", "robin@example.org"}});
+    SetFlags(true);
+    global->Projects.FromArray(Rows({{"Apollo", "", "1"}}));
+    global->Tasks.FromArray(Rows({{"Design", "Apollo", "5", ""}}));
+    global->SaveGlobalSettings(16);
+    EXPECT_EQ(Count(QStringLiteral("tProjects")), 1);
+    EXPECT_TRUE(transport.mails.isEmpty());
+    EXPECT_TRUE(display.shown.isEmpty());
+}
+
+TEST_P(SenderTest, UnknownManagerOrCoordinatorGetsNoMailAndTheRowsAreSaved) {
+    SaveTeam();
+    SetFlags(true);
+    global->MessageTemplates.SetNotificaionEnabledValue(kNewProjectsFlag, false);
+    global->MessageTemplates.SetNotificaionEnabledValue(kNewActivitiesFlag, false);
+    global->Projects.FromArray(Rows({{"Apollo", "Nobody", "1"}}));
+    global->Tasks.FromArray(Rows({{"Design", "Apollo", "5", "Nobody Either"}}));
+    global->SaveGlobalSettings(16);
+    EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+    EXPECT_EQ(Column(QStringLiteral("SELECT ProjectManager FROM tProjects")), QStringList{"Nobody"});
+    EXPECT_EQ(Column(QStringLiteral("SELECT Coordinator FROM tActivities")), QStringList{"Nobody Either"});
+    EXPECT_TRUE(transport.mails.isEmpty());
+}
+
+TEST_P(SenderTest, ListSaveEventsStayQuietWithTheirFlagsOff) {
+    SaveTeam();
+    SetFlags(false);
+    global->Projects.FromArray(Rows({{"Apollo", "Kim Lee", "1"}}));
+    global->Tasks.FromArray(Rows({{"Design", "Apollo", "5", "Ann"}}));
+    global->SaveGlobalSettings(16);
+    EXPECT_TRUE(transport.mails.isEmpty());
+    // A member without an address is no recipient either.
+    SaveMembers({{"Robin", ""}, {"Kim Lee", ""}});
+    SetFlags(true);
+    global->Projects.FromArray(Rows({{"Apollo", "Kim Lee", "1"}, {"Borealis", "Kim Lee", "1"}}));
+    global->SaveGlobalSettings(1);
+    EXPECT_TRUE(transport.mails.isEmpty());
+}
+
+TEST_P(SenderTest, RequestsToReportGoOutWithTheirFlagsOff) {
+    SaveTeam();
+    global->Projects.FromArray(Rows({{"Apollo", "Kim Lee", "90"}}));
+    global->Tasks.FromArray(Rows({{"Design", "Apollo", "5", "Ann"}, {"Build", "Apollo", "6", "Ann"}}));
+    global->SaveGlobalSettings(16);
+    cDBSettings& g = Reload();
+    SetFlags(false);
+    transport.mails.clear();
+
+    SendEmailToMembersToRequestReportOnAProject(*g.Projects.Items.Find(QStringLiteral("apollo")),
+                                                QStringLiteral("kim@example.org;ann@example.org"));
+    SendEmailToMembersToRequestReportOnATask(*g.Tasks.Items.Find(QStringLiteral("ApolloDesign")),
+                                             QStringLiteral("ann@example.org"));
+    SendEmailToMemberToReport(QStringLiteral("ANN"));
+    ASSERT_EQ(transport.mails.size(), 3);
+    EXPECT_EQ(transport.mails[0].to, QStringLiteral("kim@example.org"));
+    EXPECT_EQ(transport.mails[0].bcc, QStringLiteral("ann@example.org"));
+    EXPECT_EQ(transport.mails[0].subject,
+              QStringLiteral("Notification: Report all Timesheets on project 'Apollo'"));
+    const QString activities = g.AllTasksProjects.Find(QStringLiteral("Apollo"))->Items.Keys().join(u',');
+    EXPECT_FALSE(activities.isEmpty());
+    EXPECT_TRUE(transport.mails[0].html.contains(activities)) << transport.mails[0].html.toStdString();
+    EXPECT_EQ(transport.mails[1].subject,
+              QStringLiteral("Notification: Report all Timesheets on activity 'Design'"));
+    // Kind 10's default body names TLM_TASK, which nothing supplies.
+    EXPECT_TRUE(transport.mails[1].html.contains(QStringLiteral("Apollo / Design")));
+    EXPECT_TRUE(transport.mails[1].html.contains(QStringLiteral("due date for TLM_TASK")));
+    EXPECT_EQ(transport.mails[2].to, QStringLiteral("ann@example.org"));
+    EXPECT_TRUE(transport.mails[2].html.contains(QStringLiteral("Dear Ann")));
+}
+
+TEST_P(SenderTest, RequestsStopSilentlyWithoutRecipientMemberOrAddress) {
+    SaveMembers({{"Robin", "robin@example.org"}, {"Kim Lee", ""}});
+    cProject p;
+    p.ProjectName = QStringLiteral("Apollo");
+    SendEmailToMembersToRequestReportOnAProject(p, QString());
+    cTask t;
+    t.ActivityName = QStringLiteral("Design");
+    SendEmailToMembersToRequestReportOnATask(t, QString());
+    SendEmailToMemberToReport(QString());
+    SendEmailToMemberToReport(QStringLiteral("Stranger"));
+    SendEmailToMemberToReport(QStringLiteral("Kim Lee"));
+    EXPECT_TRUE(transport.mails.isEmpty());
+    EXPECT_TRUE(display.shown.isEmpty());
+    EXPECT_TRUE(prompter.shown().isEmpty());
+}
+
+TEST_P(SenderTest, ActivityOfAnUnknownProjectLeavesTheProjectTagsEmpty) {
+    SaveTeam();
+    SetBody(10,
+            QStringLiteral("[TLM_MANAGER][TLM_PROJECT][TLM_PROJECT_RATE][TLM_ACTIVITY][TLM_COORDINATOR]"));
+    cTask t;
+    t.ActivityName = QStringLiteral("Design");
+    t.Project = QStringLiteral("Gone");
+    t.Coordinator = QStringLiteral("Ann");
+    SendEmailToMembersToRequestReportOnATask(t, QStringLiteral("ann@example.org"));
+    ASSERT_EQ(transport.mails.size(), 1);
+    // TLM_PROJECT goes before TLM_PROJECT_RATE, so the rate tag keeps its tail.
+    EXPECT_EQ(transport.mails[0].html.toStdString(), "[][][_RATE][Design][Ann]");
+}
+
+TEST_P(SenderTest, EditingSettingShowsTheRequestInsteadOfSendingIt) {
+    SaveTeam();
+    global->GeneralSettings.SetValue(QStringLiteral("tpoAllowEditOfEmailToReport"), QStringLiteral("1"));
+    SendEmailToMemberToReport(QStringLiteral("Kim Lee"));
+    EXPECT_TRUE(transport.mails.isEmpty());
+    ASSERT_EQ(display.shown.size(), 1);
+    EXPECT_EQ(display.shown[0].to, QStringLiteral("kim@example.org"));
+    global->GeneralSettings.SetValue(QStringLiteral("tpoAllowEditOfEmailToReport"), QStringLiteral("0"));
+    SendEmailToMemberToReport(QStringLiteral("Kim Lee"));
+    EXPECT_EQ(transport.mails.size(), 1);
+}
+
+TEST_P(SenderTest, ApprovalAndDeclineReachTheReporterByFlagAndDisplaySetting) {
+    SaveTeam();
+    cTaskData task;
+    task.ID = QStringLiteral("7");
+    task.ReportedBy = QStringLiteral("Kim Lee");
+    cAppointmentData appt;
+    appt.ID = QStringLiteral("8");
+    appt.ReportedBy = QStringLiteral("Ann");
+
+    SetFlags(false);
+    SendEmailNotificationToMemberWhenApproved(task, QStringLiteral("Task"));
+    EXPECT_TRUE(transport.mails.isEmpty());
+
+    SetFlags(true);
+    SendEmailNotificationToMemberWhenApproved(task, QStringLiteral("Task"));
+    ASSERT_EQ(transport.mails.size(), 1);
+    EXPECT_EQ(transport.mails[0].to, QStringLiteral("kim@example.org"));
+    EXPECT_EQ(transport.mails[0].subject, QStringLiteral("Notification: Your Timesheet (#7) is approved!"));
+
+    global->GeneralSettings.SetValue(QStringLiteral("tpoAuditDisplayDeclinedEmail"), 1);
+    SendEmailNotificationToMemberWhenDeclined(appt, QStringLiteral("Appointment"));
+    ASSERT_EQ(display.shown.size(), 1);
+    EXPECT_EQ(display.shown[0].to, QStringLiteral("ann@example.org"));
+    EXPECT_EQ(display.shown[0].subject, QStringLiteral("Notification: Your Timesheet (#8) is declined!"));
+
+    // No record, or a reporter who is nobody, ends the sender.
+    SendEmailNotificationToMemberWhenApproved(ReportedItemRef(), QStringLiteral("Task"));
+    task.ReportedBy = QStringLiteral("Stranger");
+    SendEmailNotificationToMemberWhenApproved(task, QStringLiteral("Task"));
+    EXPECT_EQ(transport.mails.size(), 1);
+    EXPECT_EQ(display.shown.size(), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Engines, SenderTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
+                         EngineName);
+
+// The same senders against the SMTP sink that `make test` starts; what arrived is read back from
+// the sink's spool.
+class SenderSmtpTest : public SenderTest {
+  protected:
+    void SetUp() override {
+        SenderTest::SetUp();
+        if (IsSkipped())
+            return;
+        const int port = SmtpPort().toInt();
+        spool = SmtpSpoolDir();
+        if (port <= 0 || spool.isEmpty())
+            GTEST_SKIP()
+                << "TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL unset: the SMTP sink runs under `make test` "
+                   "or scripts/test-servers.sh";
+        MailProfile p;
+        p.senderName = QStringLiteral("Tally Desk");
+        p.senderAddress = QStringLiteral("desk@example.org");
+        p.host = QStringLiteral("127.0.0.1");
+        p.port = port;
+        p.tls = MailTlsMode::None;
+        smtp = std::make_unique<SmtpTransport>(p, outbox);
+        relay = std::make_unique<RecordingTransport>(smtp.get());
+        SetNotificationTransport(relay.get());
+    }
+    QJsonObject Arrived(const QString& messageId) const {
+        const QString wanted = QLatin1Char('<') + messageId + QLatin1Char('>');
+        for (const QString& f : QDir(spool).entryList({QStringLiteral("*.json")}, QDir::Files)) {
+            QFile file(spool + QLatin1Char('/') + f);
+            if (!file.open(QIODevice::ReadOnly))
+                continue;
+            const QJsonObject o = QJsonDocument::fromJson(file.readAll()).object();
+            if (o.value(QStringLiteral("message_id")).toString() == wanted)
+                return o;
+        }
+        return {};
+    }
+    static QStringList Strings(const QJsonValue& v) {
+        QStringList out;
+        for (const QJsonValue& e : v.toArray())
+            out << e.toString();
+        return out;
+    }
+
+    QString spool;
+    std::unique_ptr<SmtpTransport> smtp;
+    std::unique_ptr<RecordingTransport> relay;
+};
+
+TEST_P(SenderSmtpTest, ListSaveMailsArriveAtTheServer) {
+    SaveTeam();
+    SetFlags(true);
+    global->Projects.FromArray(Rows({{"Apollo", "Kim Lee", "90"}}));
+    global->Tasks.FromArray(Rows({{"Design", "Apollo", "5", "Ann"}}));
+    global->SaveGlobalSettings(16);
+    ASSERT_EQ(relay->results.size(), 4);
+    QList<QJsonObject> arrived;
+    for (const MailSendResult& r : relay->results) {
+        ASSERT_TRUE(r.sent()) << r.reason.toStdString();
+        arrived.append(Arrived(r.messageId));
+        ASSERT_FALSE(arrived.last().isEmpty()) << r.messageId.toStdString();
+    }
+    EXPECT_EQ(Strings(arrived[0].value(QStringLiteral("rcpt_tos"))), QStringList{"kim@example.org"});
+    EXPECT_EQ(arrived[0].value(QStringLiteral("subject")).toString(),
+              QStringLiteral("Notification: Project 'Apollo' Assignment"));
+    // Members hear of the new project: the first visibly, the rest as blind copies.
+    EXPECT_EQ(Strings(arrived[1].value(QStringLiteral("rcpt_tos"))),
+              (QStringList{"kim@example.org", "ann@example.org"}));
+    EXPECT_EQ(arrived[1].value(QStringLiteral("to")).toString(), QStringLiteral("kim@example.org"));
+    EXPECT_FALSE(
+        arrived[1].value(QStringLiteral("body")).toString().contains(QStringLiteral("ann@example.org")));
+    EXPECT_EQ(Strings(arrived[2].value(QStringLiteral("rcpt_tos"))), QStringList{"ann@example.org"});
+    EXPECT_EQ(arrived[3].value(QStringLiteral("subject")).toString(),
+              QStringLiteral("Notification: New Activities Available"));
+    EXPECT_TRUE(EmlFiles(outbox).isEmpty());
+}
+
+TEST_P(SenderSmtpTest, FiveMegabyteTemplateArrivesWhole) {
+    SaveTeam();
+    QString body = QStringLiteral("<p>Dear TLM_MEMBER</p>\n");
+    const QString row = QStringLiteral("<tr><td>Projekt Ä TLM_ADMIN</td><td>12.50</td></tr>\n");
+    while (body.size() < 5 * 1024 * 1024)
+        body += row;
+    SetBody(11, body);
+    SendEmailToMemberToReport(QStringLiteral("Ann"));
+    ASSERT_EQ(relay->results.size(), 1);
+    ASSERT_TRUE(relay->results[0].sent()) << relay->results[0].reason.toStdString();
+    const QJsonObject o = Arrived(relay->results[0].messageId);
+    ASSERT_FALSE(o.isEmpty());
+    QString expected = body;
+    expected.replace(QStringLiteral("TLM_MEMBER"), QStringLiteral("Ann"))
+        .replace(QStringLiteral("TLM_ADMIN"), sCurrentUser());
+    const QString got =
+        o.value(QStringLiteral("body")).toString().replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    EXPECT_EQ(got.size(), expected.size());
+    EXPECT_TRUE(got == expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Engines, SenderSmtpTest, ::testing::Values(Engine::SQLite), EngineName);
+
+}  // namespace
+}  // namespace tlm::test
