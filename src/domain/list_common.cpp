@@ -69,6 +69,13 @@ bool ReportRecordset(const Recordset& rs, const QString& label) {
     return false;
 }
 
+bool ReportRowCounterOverflow(const Matrix& matrix, const QString& label) {
+    if (matrix.UBound1() <= kMaxArrayRow)
+        return false;
+    ReportFailure(6, QStringLiteral("Overflow"), label);
+    return true;
+}
+
 void ReportFailure(qint32 number, const QString& description, const QString& label) {
     subReportError(Failure{number, description, 0, label});
 }

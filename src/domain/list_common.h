@@ -59,6 +59,10 @@ std::optional<QDateTime> VariantToDate(const QVariant& value);
 // Reports the recordset's last failure under the label; always answers false.
 bool ReportRecordset(const Recordset& rs, const QString& label);
 void ReportFailure(qint32 number, const QString& description, const QString& label);
+// The grid's row counter is 16 bits wide: a matrix with rows past 32767 overflows it. Reports the
+// overflow under the label and answers true, after the rows up to the limit were taken.
+constexpr int kMaxArrayRow = 32767;
+bool ReportRowCounterOverflow(const Matrix& matrix, const QString& label);
 
 // Positions a recordset on a row by its ID. The rows read at the start keep their place while a
 // save adds rows at the end and updates in place, so a remembered place is reached by stepping

@@ -87,7 +87,7 @@ QString cMembers::GetMatchingMemberFullName(const QString& rawName) const {
 void cMembers::FromArray(const Matrix& matrix) {
     Items = Dictionary<cMember>(CompareMode::Text);
     const int last = matrix.UBound1();
-    for (int row = 0; row <= last && row <= 32767; ++row) {
+    for (int row = 0; row <= last && row <= detail::kMaxArrayRow; ++row) {
         const QString key = matrix.Cell(row, 0).toString().trimmed().toLower();
         if (key.isEmpty() || Items.Exists(key))
             continue;
@@ -114,6 +114,7 @@ void cMembers::FromArray(const Matrix& matrix) {
         m.AdminAccess = numeric && admin.toDouble() != 0;
         Items.Add(key, std::move(m));
     }
+    detail::ReportRowCounterOverflow(matrix, QStringLiteral("cMembers.FromArray"));
 }
 
 std::optional<Matrix> cMembers::ToArray() const {

@@ -152,7 +152,7 @@ std::optional<cProject> cProjects::RandomCategory() const {
 qint16 cProjects::FromArray(const Matrix& matrix) {
     Items = Dictionary<cProject>(CompareMode::Text);
     const int last = matrix.UBound1();
-    for (int row = 0; row <= last && row <= 32767; ++row) {
+    for (int row = 0; row <= last && row <= detail::kMaxArrayRow; ++row) {
         const QString key = Text(matrix.Cell(row, 0)).trimmed();
         if (key.isEmpty() || Items.Exists(key))
             continue;
@@ -174,6 +174,7 @@ qint16 cProjects::FromArray(const Matrix& matrix) {
             return qint16(row + 1);
         Items.Add(key, std::move(p));
     }
+    detail::ReportRowCounterOverflow(matrix, QStringLiteral("cProjects.FromArray"));
     return 0;
 }
 

@@ -72,7 +72,7 @@ void cTask::FromRecordset(Recordset& rs) {
 void cTasks::FromArray(const Matrix& matrix) {
     Items = Dictionary<cTask>(CompareMode::Text);
     const int last = matrix.UBound1();
-    for (int row = 0; row <= last && row <= 32767; ++row) {
+    for (int row = 0; row <= last && row <= detail::kMaxArrayRow; ++row) {
         cTask t;
         t.ActivityName = matrix.Cell(row, 0).toString().trimmed();
         t.Project = matrix.Cell(row, 1).toString().trimmed();
@@ -86,6 +86,7 @@ void cTasks::FromArray(const Matrix& matrix) {
             t.DueDate = *d;
         Items.Add(key, std::move(t));
     }
+    detail::ReportRowCounterOverflow(matrix, QStringLiteral("cTasks.FromArray"));
 }
 
 std::optional<Matrix> cTasks::ToArray() const {

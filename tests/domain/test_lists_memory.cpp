@@ -64,6 +64,27 @@ TEST_F(ListMemoryTest, MemberRateThatIsNoNumberEndsTheReadWithTheRowsSoFar) {
     EXPECT_TRUE(m.Items.Find(QStringLiteral("ANN"))->AdminAccess);
 }
 
+// The row counter stops at 32767: the rows up to it are taken and the overflow is reported.
+TEST_F(ListMemoryTest, RowsPastTheCounterLimitAreReportedAsOverflow) {
+    Matrix big(32770, 5);
+    for (int r = 0; r < big.Rows(); ++r)
+        big(r, 0) = QStringLiteral("Member %1").arg(r);
+    cMembers m;
+    m.FromArray(big);
+    EXPECT_EQ(m.Items.Count(), 32768);
+    ASSERT_EQ(presenter.reports.size(), 1);
+    EXPECT_TRUE(presenter.reports[0].contains(QStringLiteral("Overflow")));
+    EXPECT_TRUE(presenter.reports[0].contains(QStringLiteral("cMembers.FromArray")));
+
+    ResetErrorReportingForTests();  // a second report would otherwise be held back
+    Matrix fits(32768, 5);
+    for (int r = 0; r < fits.Rows(); ++r)
+        fits(r, 0) = QStringLiteral("Member %1").arg(r);
+    m.FromArray(fits);
+    EXPECT_EQ(m.Items.Count(), 32768);
+    EXPECT_EQ(presenter.reports.size(), 1);
+}
+
 TEST_F(ListMemoryTest, MemberMatchingAndMailLists) {
     global->Members.FromArray(Rows({{"Robin Hart", "robin@x.org"},
                                     {"Al", "al@x.org "},  // the grid trims it
