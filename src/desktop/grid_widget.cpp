@@ -35,12 +35,12 @@ class GridDelegate : public QStyledItemDelegate {
 
     QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem&,
                           const QModelIndex& index) const override {
-        const GridColumn spec = grid_->effectiveColumn(index.row(), index.column());
-        switch (spec.type) {
+        const GridColumn desc = grid_->effectiveColumn(index.row(), index.column());
+        switch (desc.type) {
             case GridCellType::Combo: {
                 auto* box = new QComboBox(parent);
-                box->setEditable(spec.comboEditable);
-                box->addItems(spec.comboItems);
+                box->setEditable(desc.comboEditable);
+                box->addItems(desc.comboItems);
                 box->setFrame(false);
                 return box;
             }
@@ -52,12 +52,12 @@ class GridDelegate : public QStyledItemDelegate {
             default: {
                 auto* line = new QLineEdit(parent);
                 line->setFrame(false);
-                if (spec.type == GridCellType::Text && spec.maxLength > 0)
-                    line->setMaxLength(spec.maxLength);
-                if (spec.type == GridCellType::Currency || spec.type == GridCellType::Integer)
+                if (desc.type == GridCellType::Text && desc.maxLength > 0)
+                    line->setMaxLength(desc.maxLength);
+                if (desc.type == GridCellType::Currency || desc.type == GridCellType::Integer)
                     line->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-                if (spec.type == GridCellType::Date)
-                    line->setPlaceholderText(spec.dateFormat);
+                if (desc.type == GridCellType::Date)
+                    line->setPlaceholderText(desc.dateFormat);
                 return line;
             }
         }
@@ -95,14 +95,14 @@ class GridDelegate : public QStyledItemDelegate {
         QStyledItemDelegate::initStyleOption(option, index);
         const int row = index.row();
         const int col = index.column();
-        const GridColumn& spec = grid_->column(col);
+        const GridColumn& desc = grid_->column(col);
         option->text = grid_->text(row, col);
         if (option->text.isEmpty()) {
             option->features &= ~QStyleOptionViewItem::HasDisplay;
         } else {
             option->features |= QStyleOptionViewItem::HasDisplay;
         }
-        if (spec.type == GridCellType::Currency || spec.type == GridCellType::Integer)
+        if (desc.type == GridCellType::Currency || desc.type == GridCellType::Integer)
             option->displayAlignment = Qt::AlignRight | Qt::AlignVCenter;
         const auto icons = grid_->icons_.constFind(col);
         if (icons != grid_->icons_.cend()) {
@@ -123,8 +123,8 @@ class GridDelegate : public QStyledItemDelegate {
                const QModelIndex& index) const override {
         const int row = index.row();
         const int col = index.column();
-        const GridColumn& spec = grid_->column(col);
-        if (!IsActionType(spec.type)) {
+        const GridColumn& desc = grid_->column(col);
+        if (!IsActionType(desc.type)) {
             QStyledItemDelegate::paint(painter, option, index);
             return;
         }
@@ -136,7 +136,7 @@ class GridDelegate : public QStyledItemDelegate {
         style->drawPrimitive(QStyle::PE_PanelItemViewItem, &opt, painter, grid_);
         const bool enabled = !grid_->isCellLocked(row, col);
         const QVariant value = grid_->storedValue(row, col);
-        if (spec.type == GridCellType::Check) {
+        if (desc.type == GridCellType::Check) {
             QStyleOptionButton box;
             const QSize size(style->pixelMetric(QStyle::PM_IndicatorWidth),
                              style->pixelMetric(QStyle::PM_IndicatorHeight));
@@ -144,12 +144,15 @@ class GridDelegate : public QStyledItemDelegate {
             box.state = (value.toLongLong() != 0 ? QStyle::State_On : QStyle::State_Off) |
                         (enabled ? QStyle::State_Enabled : QStyle::State_None);
             style->drawPrimitive(QStyle::PE_IndicatorCheckBox, &box, painter, grid_);
-        } else if (spec.type == GridCellType::Button) {
+        } else if (desc.type == GridCellType::Button) {
             QStyleOptionButton button;
             button.rect = opt.rect.adjusted(1, 1, -1, -1);
             button.text = value.toString();
             button.palette = opt.palette;
-            button.palette.setColor(QPalette::Button, grid_->buttonFace(row, col));
+            const QColor face = grid_->buttonFace(row, col);
+            button.palette.setColor(QPalette::Button, face);
+            // A dark face (a colour button showing "Black") keeps its caption readable.
+            button.palette.setColor(QPalette::ButtonText, face.lightness() < 110 ? Qt::white : Qt::black);
             button.state = QStyle::State_Raised | (enabled ? QStyle::State_Enabled : QStyle::State_None);
             style->drawControl(QStyle::CE_PushButton, &button, painter, grid_);
         } else if (value.isValid() && !value.isNull()) {
@@ -242,13 +245,13 @@ QString GridWidget::columnCaption(int col) const {
     return header ? header->text() : QString();
 }
 
-void GridWidget::setColumn(int col, const GridColumn& spec) {
+void GridWidget::setColumn(int col, const GridColumn& desc) {
     if (col < 0)
         return;
     if (col >= columnCount())
         setColumnCount(col + 1);
     ensureColumns();
-    columns_[col] = spec;
+    columns_[col] = desc;
     viewport()->update();
 }
 
@@ -258,62 +261,62 @@ const GridColumn& GridWidget::column(int col) const {
 }
 
 void GridWidget::setTextColumn(int col, int maxLength) {
-    GridColumn spec;
-    spec.maxLength = maxLength;
-    setColumn(col, spec);
+    GridColumn desc;
+    desc.maxLength = maxLength;
+    setColumn(col, desc);
 }
 
 void GridWidget::setComboColumn(int col, const QString& tabList, bool editable) {
-    GridColumn spec;
-    spec.type = GridCellType::Combo;
-    spec.comboItems = SplitTabList(tabList);
-    spec.comboEditable = editable;
-    setColumn(col, spec);
+    GridColumn desc;
+    desc.type = GridCellType::Combo;
+    desc.comboItems = SplitTabList(tabList);
+    desc.comboEditable = editable;
+    setColumn(col, desc);
 }
 
 void GridWidget::setCurrencyColumn(int col, int decimals) {
-    GridColumn spec;
-    spec.type = GridCellType::Currency;
-    spec.decimals = decimals;
-    setColumn(col, spec);
+    GridColumn desc;
+    desc.type = GridCellType::Currency;
+    desc.decimals = decimals;
+    setColumn(col, desc);
 }
 
 void GridWidget::setDateColumn(int col, const QString& format) {
-    GridColumn spec;
-    spec.type = GridCellType::Date;
-    spec.dateFormat = format;
-    setColumn(col, spec);
+    GridColumn desc;
+    desc.type = GridCellType::Date;
+    desc.dateFormat = format;
+    setColumn(col, desc);
 }
 
 void GridWidget::setIntegerColumn(int col) {
-    GridColumn spec;
-    spec.type = GridCellType::Integer;
-    setColumn(col, spec);
+    GridColumn desc;
+    desc.type = GridCellType::Integer;
+    setColumn(col, desc);
 }
 
 void GridWidget::setCheckColumn(int col) {
-    GridColumn spec;
-    spec.type = GridCellType::Check;
-    setColumn(col, spec);
+    GridColumn desc;
+    desc.type = GridCellType::Check;
+    setColumn(col, desc);
 }
 
 void GridWidget::setButtonColumn(int col) {
-    GridColumn spec;
-    spec.type = GridCellType::Button;
-    setColumn(col, spec);
+    GridColumn desc;
+    desc.type = GridCellType::Button;
+    setColumn(col, desc);
 }
 
 void GridWidget::setStaticColumn(int col) {
-    GridColumn spec;
-    spec.type = GridCellType::Static;
-    setColumn(col, spec);
+    GridColumn desc;
+    desc.type = GridCellType::Static;
+    setColumn(col, desc);
 }
 
 void GridWidget::setColourColumn(int col, std::function<QColor(qint64)> toColour,
                                  std::function<QString(qint64)> toName) {
-    GridColumn spec;
-    spec.type = GridCellType::Colour;
-    setColumn(col, spec);
+    GridColumn desc;
+    desc.type = GridCellType::Colour;
+    setColumn(col, desc);
     colourOf_[col] = std::move(toColour);
     colourName_[col] = std::move(toName);
 }
@@ -334,15 +337,15 @@ QStringList GridWidget::comboItems(int row, int col) const {
 }
 
 GridColumn GridWidget::effectiveColumn(int row, int col) const {
-    GridColumn spec = column(col);
-    if (spec.type == GridCellType::Combo) {
+    GridColumn desc = column(col);
+    if (desc.type == GridCellType::Combo) {
         if (const auto* it = cellIfAny(row, col)) {
             const QVariant own = it->data(ComboRole);
             if (own.isValid())
-                spec.comboItems = own.toStringList();
+                desc.comboItems = own.toStringList();
         }
     }
-    return spec;
+    return desc;
 }
 
 void GridWidget::fitColumnsToWidth() {
@@ -478,11 +481,11 @@ int GridWidget::dataRowCount() const {
     const int cols = columnCount();
     for (int r = rowCount() - 1; r >= 0; --r) {
         for (int c = 0; c < cols; ++c) {
-            const GridColumn& spec = column(c);
-            if (spec.type == GridCellType::Button)
+            const GridColumn& desc = column(c);
+            if (desc.type == GridCellType::Button)
                 continue;
             const auto* it = cellIfAny(r, c);
-            if (it && !IsEmptyCellValue(spec, it->data(Qt::EditRole)))
+            if (it && !IsEmptyCellValue(desc, it->data(Qt::EditRole)))
                 return r + 1;
         }
     }
@@ -664,10 +667,10 @@ void GridWidget::sortRows(const QVector<SortKey>& keys) {
     for (const SortKey& key : keys) {
         QVector<QVariant> values(rows);
         QVector<bool> empty(rows);
-        const GridColumn& spec = column(key.column);
+        const GridColumn& desc = column(key.column);
         for (int r = 0; r < rows; ++r) {
             values[r] = value(r, key.column);
-            empty[r] = IsEmptyCellValue(spec, values[r]) && spec.type != GridCellType::Check;
+            empty[r] = IsEmptyCellValue(desc, values[r]) && desc.type != GridCellType::Check;
         }
         keyValues.append(values);
         keyEmpty.append(empty);

@@ -41,7 +41,7 @@ class GridWidget : public QTableWidget {
     void setColumns(const QStringList& captions);
     void setColumnCaption(int col, const QString& caption);
     QString columnCaption(int col) const;
-    void setColumn(int col, const GridColumn& spec);
+    void setColumn(int col, const GridColumn& desc);
     const GridColumn& column(int col) const;
     void setTextColumn(int col, int maxLength = 0);
     void setComboColumn(int col, const QString& tabList, bool editable = false);
@@ -127,6 +127,8 @@ class GridWidget : public QTableWidget {
     void copySelection() const;
     PasteResult pasteText(const QString& tabText);  // from the active cell, as the user
     void clearSelectedCells();                      // the Delete key, as the user
+    // Takes in what an open cell editor holds, as leaving the cell does (before a toolbar save).
+    void commitOpenEditor();
 
   signals:
     void valueEdited(int row, int col);
@@ -162,7 +164,6 @@ class GridWidget : public QTableWidget {
     void userDeleteRows();
     void headerClicked(int col);
     void ensureColumns();
-    void commitOpenEditor();
 
     QVector<GridColumn> columns_;
     QHash<int, std::function<QColor(qint64)>> colourOf_;

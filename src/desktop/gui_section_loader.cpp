@@ -1,5 +1,6 @@
 #include "desktop/gui_section_loader.h"
 
+#include "admin/manager_list_form.h"
 #include "core/error_report.h"
 #include "core/process_state.h"
 #include "core/prompt.h"
@@ -18,7 +19,7 @@ struct ScreenRow {
 // Every window of the section table, and the screen that shows it in this build.
 // A row with nullptr is a screen still to come; its sections say so instead of opening.
 const ScreenRow kScreens[] = {
-    {SectionWindow::ManagerList, nullptr},
+    {SectionWindow::ManagerList, OpenManagerList},
     {SectionWindow::Templates, OpenTemplates},
     {SectionWindow::ManagerSettings, &OpenManagerSettings},
     {SectionWindow::Search, nullptr},

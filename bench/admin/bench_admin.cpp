@@ -1,0 +1,224 @@
+// Timed run: the members section with a large list, opened and saved through the window offscreen,
+// against the same save by the engine alone. Usage: bench_admin [members] (default 10000);
+// PostgreSQL too when TLM_TEST_PG is set.
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QTemporaryDir>
+#include <QUuid>
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+#include "admin/manager_list.h"
+#include "admin/manager_list_form.h"
+#include "core/error_report.h"
+#include "core/local_settings.h"
+#include "core/process_state.h"
+#include "core/prompt.h"
+#include "database/connection.h"
+#include "database/provisioning.h"
+#include "database/recordset.h"
+#include "desktop/grid_widget.h"
+#include "settings/global_settings.h"
+
+using namespace tlm;
+
+namespace {
+
+struct Result {
+    double open = 0, formSave = 0, engineSave = 0, gridRead = 0;
+    int rowsAfterForm = 0, rowsAfterEngine = 0;
+};
+
+double Median(std::vector<double> v) {
+    std::sort(v.begin(), v.end());
+    return v.empty() ? 0 : v[v.size() / 2];
+}
+
+bool Exec(const QString& sql, const QVariantList& values = {}) {
+    auto c = GetCommand();
+    if (!c)
+        return false;
+    c->CommandText = sql;
+    if (c->Execute(values) < 0) {
+        std::fprintf(stderr, "%s: %s\n", qPrintable(sql), qPrintable(c->LastError().description));
+        return false;
+    }
+    return true;
+}
+
+// Seeding is not measured: one transaction of plain inserts, in random name order.
+void Seed(int n) {
+    Exec(QStringLiteral("DELETE FROM tMembers"));
+    Exec(QStringLiteral("BEGIN"));
+    for (int i = 0; i < n; ++i)
+        Exec(QStringLiteral(
+                 "INSERT INTO tMembers (Name, Email, Department, Rate, AdminAccess) VALUES (?, ?, ?, ?, ?)"),
+             {QStringLiteral("Member %1 %2").arg(i * 7919 % 1000003).arg(i),
+              QStringLiteral("m%1@example.org").arg(i), QStringLiteral("Dept"), QStringLiteral("10"), 0});
+    Exec(QStringLiteral("COMMIT"));
+}
+
+int CountMembers() {
+    auto rs = GetDBRecordset(QStringLiteral("SELECT COUNT(*) AS n FROM tMembers"), true, false, false);
+    return rs ? rs->Fields(QStringLiteral("n")).Value().toInt() : -1;
+}
+
+void LoadMembers(cDBSettings& global) {
+    auto rs = GetDBRecordset(QStringLiteral("SELECT * FROM tMembers ORDER BY Name"), true, false, false);
+    global.Members.FromRecordset(rs.get());
+}
+
+// 1 % changed: 60 % of it rate changes, 20 % rows removed, 20 % rows added. The same edits go to
+// the engine's rows and to the window's grid.
+struct Edits {
+    std::vector<int> rateRows;
+    std::vector<int> dropRows;  // descending, so that each deletion leaves the others in place
+    int added = 0;
+};
+
+Edits PlanEdits(int n) {
+    Edits e;
+    const int changes = n / 100;
+    for (int i = 0; i < changes * 6 / 10; ++i)
+        e.rateRows.push_back(i * 3);
+    for (int i = changes / 5; i >= 1; --i)
+        e.dropRows.push_back(i * 97 + 5);
+    e.added = changes / 5;
+    return e;
+}
+
+QString NewName(int i) {
+    return QStringLiteral("New member %1").arg(i);
+}
+
+Result Run(int n, bool postgres, const QString& folder, cMySettings& local, ScriptedPrompter& prompter) {
+    Result r;
+    subCloseConnection();
+    Process().blnNewDatabase = false;
+    if (postgres) {
+        const QString server = fncGetServerConnectionString(qEnvironmentVariable("TLM_TEST_PG"));
+        local.DBChoice = 1;
+        local.Database =
+            QStringLiteral("TlmBenchAdmin_") + QUuid::createUuid().toString(QUuid::Id128).left(8);
+        local.DBConnectionString = server + QStringLiteral(";Initial Catalog=") + local.Database;
+        prompter.queue(PromptAnswer::Yes);
+    } else {
+        local.DBChoice = 0;
+        local.DBConnectionString = folder + QStringLiteral("/n") + QString::number(n);
+        QDir().mkpath(local.DBConnectionString);
+    }
+    bool show = false;
+    DB::Initialize(show);
+    if (!CurrentConnection())
+        return r;
+    const Edits edits = PlanEdits(n);
+
+    // Each side runs three times on a fresh table; the medians are compared.
+    std::vector<double> engineSaves, opens, formSaves, gridReads;
+    for (int rep = 0; rep < 3; ++rep) {
+        // The engine alone: grid rows from the list, the edits, the save.
+        Seed(n);
+        {
+            cDBSettings global;
+            SetDBSettings(&global);
+            LoadMembers(global);
+            GridRows rows = ListToGridRows(3, global);
+            for (int row : edits.rateRows)
+                rows[row][3] = QVariant::fromValue(Money::fromInt(11));
+            for (int row : edits.dropRows)
+                rows.remove(row);
+            for (int i = 0; i < edits.added; ++i)
+                rows.append({NewName(i), QString(), QString(), QVariant(), 0});
+            QElapsedTimer t;
+            t.start();
+            SaveListFromGrid(3, rows, global);
+            engineSaves.push_back(t.nsecsElapsed() / 1e9);
+            r.rowsAfterEngine = CountMembers();
+            SetDBSettings(nullptr);
+        }
+
+        // The window: open the section, make the same edits in its grid, save.
+        Seed(n);
+        {
+            cDBSettings global;
+            SetDBSettings(&global);
+            LoadMembers(global);
+            Process().lngCurrentSection = 3;
+            QElapsedTimer t;
+            t.start();
+            frmManagerList form;
+            form.Load();
+            form.show();
+            QApplication::processEvents();
+            opens.push_back(t.nsecsElapsed() / 1e9);
+            GridWidget& grid = *form.grid();
+            for (int row : edits.rateRows)
+                grid.setValue(row, 3, QVariant::fromValue(Money::fromInt(11)));
+            for (int row : edits.dropRows)
+                grid.deleteRows(row, 1);
+            for (int i = 0; i < edits.added; ++i)
+                grid.appendRow({NewName(i), QString(), QString(), QVariant(), 0});
+            t.restart();
+            (void)grid.matrix(0, 0, grid.dataRowCount(), 5);
+            gridReads.push_back(t.nsecsElapsed() / 1e9);
+            t.restart();
+            const bool saved = form.subSaveSettings();
+            QApplication::processEvents();
+            formSaves.push_back(t.nsecsElapsed() / 1e9);
+            if (!saved)
+                std::fprintf(stderr, "the window's save was refused\n");
+            r.rowsAfterForm = CountMembers();
+            form.Exit();
+            SetDBSettings(nullptr);
+        }
+    }
+    r.engineSave = Median(engineSaves);
+    r.open = Median(opens);
+    r.formSave = Median(formSaves);
+    r.gridRead = Median(gridReads);
+    if (ReportShown())
+        std::fprintf(stderr, "a failure was reported during the run\n");
+    if (postgres) {
+        subCloseConnection();
+        Connection admin;
+        Failure f;
+        if (admin.Open(fncGetServerConnectionString(qEnvironmentVariable("TLM_TEST_PG"))))
+            admin.Execute(QStringLiteral("DROP DATABASE IF EXISTS \"%1\" WITH (FORCE)").arg(local.Database),
+                          {}, false, &f);
+    }
+    return r;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QTemporaryDir home;
+    qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    ScriptedPrompter prompter;
+    SetPrompter(&prompter);
+    cMySettings local;
+    Process().mySettings = &local;
+    const int n = argc > 1 ? QString::fromLocal8Bit(argv[1]).toInt() : 10000;
+    std::vector<bool> engines = {false};
+    if (!qEnvironmentVariable("TLM_TEST_PG").isEmpty())
+        engines.push_back(true);
+    for (bool pg : engines) {
+        const Result r = Run(n, pg, home.path(), local, prompter);
+        const char* name = pg ? "PostgreSQL" : "SQLite";
+        std::printf(
+            "%-10s members %d: open %.3f s, save through the window (1%% changed) %.3f s, rows after %d\n",
+            name, n, r.open, r.formSave, r.rowsAfterForm);
+        std::printf("%-10s members %d: of that, reading the grid %.3f s\n", name, n, r.gridRead);
+        std::printf(
+            "%-10s members %d: engine-only save %.3f s, rows after %d; window/engine %.2f (goal <= 1.5)\n",
+            name, n, r.engineSave, r.rowsAfterEngine, r.engineSave > 0 ? r.formSave / r.engineSave : 0.0);
+        std::fflush(stdout);
+    }
+    subCloseConnection();
+    return 0;
+}
