@@ -10,6 +10,7 @@
 #include "core/local_settings.h"
 #include "core/file_services.h"
 #include "desktop/gui_window_services.h"
+#include "outlook/mail_account_dialog.h"
 
 namespace tlm {
 
@@ -76,7 +77,12 @@ frmErrorReport::frmErrorReport(const QString& reportText, bool allowDirect, QWid
     cmdViewReport_ = new QPushButton(kView, this);
     cmdOpenEmail_ = new QPushButton(QStringLiteral("Open Email"), this);
     cmdCancel_ = new QPushButton(QStringLiteral("Cancel"), this);
+    // The report can only go out once an account is set up; let the user do that from here.
+    auto* cmdMailAccount = new QPushButton(QStringLiteral("Mail Account..."), this);
+    cmdMailAccount->setObjectName(QStringLiteral("cmdMailAccount"));
+    connect(cmdMailAccount, &QPushButton::clicked, this, [this] { frmMailAccount::Edit(this); });
     buttons->addWidget(lblSendDirectly_);
+    buttons->addWidget(cmdMailAccount);
     buttons->addStretch();
     buttons->addWidget(cmdViewReport_);
     buttons->addWidget(cmdOpenEmail_);

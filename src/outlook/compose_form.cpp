@@ -221,6 +221,7 @@ MailErrorReportMailer* InstallComposeWindow() {
         return true;
     });
     SetErrorReportMailer(&mailer);
+    SetMissingProfileHook([] { return frmMailAccount::Edit(VisibleOwner()); });
     return &mailer;
 }
 

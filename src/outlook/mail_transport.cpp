@@ -204,8 +204,24 @@ MailSendResult SmtpTransport::send(const MailMessage& message) {
     return result;
 }
 
+namespace {
+MissingProfileHook g_missingProfile;
+bool g_missingProfileAsked = false;
+}  // namespace
+
+void SetMissingProfileHook(MissingProfileHook hook) {
+    g_missingProfile = std::move(hook);
+    g_missingProfileAsked = false;
+}
+
 MailSendResult ProfileMailTransport::send(const MailMessage& message) {
-    return SmtpTransport(LoadMailProfile()).send(message);
+    MailProfile profile = LoadMailProfile();
+    if (profile.host.trimmed().isEmpty() && g_missingProfile && !g_missingProfileAsked) {
+        g_missingProfileAsked = true;
+        if (g_missingProfile())
+            profile = LoadMailProfile();
+    }
+    return SmtpTransport(profile).send(message);
 }
 
 MailErrorReportMailer::MailErrorReportMailer(MailTransport* transport) : transport_(transport) {}

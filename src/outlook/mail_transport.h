@@ -54,6 +54,12 @@ class SmtpTransport : public MailTransport {
     QString outbox_;
 };
 
+// Asked once per process when a mail must go out and the stored profile names no server, so
+// the first mail is not quietly parked in the outbox; the GUI opens the Mail Account dialog.
+// Answers true when the user saved a profile. An empty hook restores "never ask".
+using MissingProfileHook = std::function<bool()>;
+void SetMissingProfileHook(MissingProfileHook hook);
+
 // A transport over the stored mail profile, read at each send so a changed profile applies.
 class ProfileMailTransport : public MailTransport {
   public:

@@ -6,6 +6,7 @@
 
 #include "core/error_report.h"
 #include "desktop/error_report_form.h"
+#include "outlook/mail_account_dialog.h"
 
 using namespace tlm;
 
@@ -60,6 +61,22 @@ TEST(ErrorReportForm, DirectSendHiddenWhenNotAllowedAndOpenEmailSendsForDisplay)
     ASSERT_EQ(mailer.direct.size(), 1);
     EXPECT_FALSE(mailer.direct[0]);
     SetErrorReportMailer(nullptr);
+}
+
+// Without an account the report cannot go out, so the account is one click away.
+TEST(ErrorReportForm, MailAccountButtonOpensTheAccountDialog) {
+    int opened = 0;
+    frmMailAccount::SetDialogHook([&](frmMailAccount* dialog) {
+        ++opened;
+        dialog->reject();
+    });
+    frmErrorReport form(QStringLiteral("report"), false);
+    auto* button = form.findChild<QPushButton*>(QStringLiteral("cmdMailAccount"));
+    ASSERT_NE(button, nullptr);
+    button->click();
+    frmMailAccount::SetDialogHook({});
+    EXPECT_EQ(opened, 1);
+    EXPECT_EQ(form.result(), 0);  // the report dialog stays open
 }
 
 TEST(FriendlyErrorForm, StartsWithTheReportShown) {

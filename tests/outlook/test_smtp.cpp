@@ -372,3 +372,32 @@ TEST_F(SmtpSinkTest, ErrorReportGoesToTheMailboxWithoutSecrets) {
     EXPECT_EQ(shown.to, QStringLiteral("errors@example.org"));
     EXPECT_FALSE(shown.html.contains(QStringLiteral("abc")));
 }
+
+// The first mail with no server set asks for the account once; what the user saves is used at once.
+TEST_F(SmtpSinkTest, EmptyProfileAsksOnceAndSendsWithWhatWasSaved) {
+    test::FreshLocalSettings();
+    MailProfile empty = LocalProfile(port);
+    empty.host.clear();
+    ASSERT_TRUE(SaveMailProfile(empty));
+    SetOutboxFolder(outbox);
+    int asked = 0;
+    SetMissingProfileHook([&] {
+        ++asked;
+        return SaveMailProfile(LocalProfile(port));
+    });
+    ProfileMailTransport transport;
+    const MailSendResult first = transport.send(MakeNotificationMail(
+        QStringLiteral("ann@x.org"), QStringLiteral("First"), QStringLiteral("<p>1</p>")));
+    EXPECT_EQ(first.status, MailSendResult::Status::Sent) << first.reason.toStdString();
+    EXPECT_FALSE(Arrived(first.messageId).isEmpty());
+
+    // Cleared again: the user was asked already, so the mail waits in the outbox without a dialog.
+    ASSERT_TRUE(SaveMailProfile(empty));
+    const MailSendResult second = transport.send(MakeNotificationMail(
+        QStringLiteral("ann@x.org"), QStringLiteral("Second"), QStringLiteral("<p>2</p>")));
+    SetMissingProfileHook({});
+    SetOutboxFolder(QString());
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(second.status, MailSendResult::Status::KeptInOutbox);
+    EXPECT_EQ(OutboxFiles(outbox).size(), 1);
+}
