@@ -9,6 +9,8 @@ using TestApplication = QCoreApplication;
 #endif
 #include <QDir>
 #include <QStandardPaths>
+#include <cerrno>
+#include <csignal>
 
 #include "core/error_report.h"
 #include "core/prompt.h"
@@ -18,6 +20,22 @@ using TestApplication = QCoreApplication;
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:libfontconfig\nleak:libQt6Gui\nleak:libQt6Core\nleak:libdbus\nleak:libpq\nleak:libodbc\n";
 }
+
+namespace {
+
+// A test process that ends through exit() or a crash leaves its folder behind; the next run
+// removes the folders of processes that are gone.
+void RemoveFoldersOfEndedRuns() {
+    const QDir tmp(QDir::tempPath());
+    for (const QString& name : tmp.entryList({QStringLiteral("tlm-tests-*")}, QDir::Dirs)) {
+        bool ok = false;
+        const qint64 pid = name.mid(10).toLongLong(&ok);
+        if (ok && pid > 0 && ::kill(pid_t(pid), 0) != 0 && errno == ESRCH)
+            QDir(tmp.filePath(name)).removeRecursively();
+    }
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
     // Tests never show a real window, never block on a dialog, never touch the user's files.
@@ -30,6 +48,7 @@ int main(int argc, char** argv) {
     QStandardPaths::setTestModeEnabled(true);
 
     TestApplication app(argc, argv);
+    RemoveFoldersOfEndedRuns();
     tlm::test::FreshLocalSettings();
     ::testing::InitGoogleTest(&argc, argv);
     const int rc = RUN_ALL_TESTS();
