@@ -32,18 +32,22 @@ BENCHMARK(BM_EncodeDecode);
 
 void BM_DateText(benchmark::State& state) {
     QStringList texts;
-    for (int i = 0; i < 1000; ++i) texts << QStringLiteral("2026-%1-%2").arg(1 + i % 14).arg(1 + i % 31);
+    for (int i = 0; i < 1000; ++i)
+        texts << QStringLiteral("2026-%1-%2").arg(1 + i % 14).arg(1 + i % 31);
     for (auto _ : state)
-        for (const QString& t : texts) benchmark::DoNotOptimize(tlm::ToTallyloomDateFormat(tlm::FromTallyloomDateFormat(t)));
+        for (const QString& t : texts)
+            benchmark::DoNotOptimize(tlm::ToTallyloomDateFormat(tlm::FromTallyloomDateFormat(t)));
     state.SetItemsProcessed(state.iterations() * texts.size());
 }
 BENCHMARK(BM_DateText);
 
 void BM_MoneyParseFormat(benchmark::State& state) {
     QStringList texts;
-    for (int i = 0; i < 1000; ++i) texts << QStringLiteral("%1.%2").arg(i * 37).arg(i % 10000, 4, 10, QChar('0'));
+    for (int i = 0; i < 1000; ++i)
+        texts << QStringLiteral("%1.%2").arg(i * 37).arg(i % 10000, 4, 10, QChar('0'));
     for (auto _ : state)
-        for (const QString& t : texts) benchmark::DoNotOptimize(tlm::Money::parse(t)->toString(2));
+        for (const QString& t : texts)
+            benchmark::DoNotOptimize(tlm::Money::parse(t)->toString(2));
     state.SetItemsProcessed(state.iterations() * texts.size());
 }
 BENCHMARK(BM_MoneyParseFormat);
@@ -51,11 +55,14 @@ BENCHMARK(BM_MoneyParseFormat);
 void BM_DictionaryAddLookup(benchmark::State& state) {
     const int n = int(state.range(0));
     QStringList keys;
-    for (int i = 0; i < n; ++i) keys << QStringLiteral("Member.Name.%1").arg(i);
+    for (int i = 0; i < n; ++i)
+        keys << QStringLiteral("Member.Name.%1").arg(i);
     for (auto _ : state) {
         tlm::Dictionary<int> d;
-        for (int i = 0; i < n; ++i) d.Add(keys[i], i);
-        for (const QString& k : keys) benchmark::DoNotOptimize(d.Find(k));
+        for (int i = 0; i < n; ++i)
+            d.Add(keys[i], i);
+        for (const QString& k : keys)
+            benchmark::DoNotOptimize(d.Find(k));
     }
     state.SetItemsProcessed(state.iterations() * n);
     state.SetComplexityN(n);

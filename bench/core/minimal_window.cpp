@@ -4,11 +4,13 @@
 #include <QWidget>
 #include <cstdlib>
 
-// Shows one window with a line of text and ends the moment it is shown, like tlm-manager under TLM_EXIT_AT_FIRST_WINDOW.
+// Shows one window with a line of text and ends the moment it is shown, like tlm-manager under
+// TLM_EXIT_AT_FIRST_WINDOW.
 class ExitAtShow : public QObject {
-public:
+  public:
     bool eventFilter(QObject* watched, QEvent* event) override {
-        if (event->type() == QEvent::Show && watched->isWidgetType() && static_cast<QWidget*>(watched)->isWindow())
+        if (event->type() == QEvent::Show && watched->isWidgetType() &&
+            static_cast<QWidget*>(watched)->isWindow())
             std::_Exit(0);
         return false;
     }

@@ -7,7 +7,8 @@
 
 int main(int argc, char** argv) {
     QStringList arguments;
-    for (int i = 1; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
+    for (int i = 1; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
     const tlm::CommandLine commandLine = tlm::ParseCommandLine(arguments);
 
     // A refused argument ends before anything is created: no window, no file touched.

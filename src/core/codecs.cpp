@@ -26,59 +26,76 @@ QString DecodeValue(const QVariant& value) {
     return s;
 }
 
-QDateTime ZeroDate() { return QDateTime(QDate(1899, 12, 30), QTime(0, 0, 0)); }
+QDateTime ZeroDate() {
+    return QDateTime(QDate(1899, 12, 30), QTime(0, 0, 0));
+}
 
 bool IsEmptyDate(const QDate& date) {
-    if (!date.isValid()) return true;
+    if (!date.isValid())
+        return true;
     const int y = date.year();
     return y == 1899 || y == 4501 || y == 1;
 }
 
-bool IsEmptyDate(const QDateTime& date) { return IsEmptyDate(date.date()); }
+bool IsEmptyDate(const QDateTime& date) {
+    return IsEmptyDate(date.date());
+}
 
 QString ToTallyloomDateFormat(const QDate& date) {
     return QStringLiteral("%1-%2-%3").arg(date.year()).arg(date.month()).arg(date.day());
 }
 
-QString ToTallyloomDateFormat(const QDateTime& date) { return ToTallyloomDateFormat(date.date()); }
+QString ToTallyloomDateFormat(const QDateTime& date) {
+    return ToTallyloomDateFormat(date.date());
+}
 
 QString fncGetDateTextOrEmpty(const QDateTime& date) {
     return IsEmptyDate(date) ? QString() : ToTallyloomDateFormat(date);
 }
 
 QDate DateSerial(int year, int month, int day) {
-    if (year >= 0 && year <= 29) year += 2000;
-    else if (year >= 30 && year <= 99) year += 1900;
+    if (year >= 0 && year <= 29)
+        year += 2000;
+    else if (year >= 30 && year <= 99)
+        year += 1900;
     // Month overflow carries into years (both ways), then the day is an offset from the 1st.
     const int m0 = month - 1;
     const int carry = m0 >= 0 ? m0 / 12 : -((11 - m0) / 12);
     year += carry;
     const int m = m0 - carry * 12 + 1;
-    if (year < 100 || year > 9999) return QDate();
+    if (year < 100 || year > 9999)
+        return QDate();
     const QDate first(year, m, 1);
     const QDate result = first.addDays(qint64(day) - 1);
-    if (!result.isValid() || result.year() < 100 || result.year() > 9999) return QDate();
+    if (!result.isValid() || result.year() < 100 || result.year() > 9999)
+        return QDate();
     return result;
 }
 
 QDateTime FromTallyloomDateFormat(const QString& text) {
     const QString t = text.trimmed();
-    if (t.isEmpty()) return ZeroDate();
+    if (t.isEmpty())
+        return ZeroDate();
     const QStringList parts = t.split(QLatin1Char('-'));
-    if (parts.size() < 3) return ZeroDate();
+    if (parts.size() < 3)
+        return ZeroDate();
     bool ok1 = false, ok2 = false, ok3 = false;
     const int y = ToInt16(parts[0], &ok1);
     const int m = ToInt16(parts[1], &ok2);
     const int d = ToInt16(parts[2], &ok3);
-    if (!ok1 || !ok2 || !ok3) return ZeroDate();
+    if (!ok1 || !ok2 || !ok3)
+        return ZeroDate();
     const QDate date = DateSerial(y, m, d);
-    if (!date.isValid()) return ZeroDate();
+    if (!date.isValid())
+        return ZeroDate();
     return QDateTime(date, QTime(0, 0, 0));
 }
 
 namespace {
 
-bool IsNull(const QVariant& v) { return v.isValid() && v.isNull(); }
+bool IsNull(const QVariant& v) {
+    return v.isValid() && v.isNull();
+}
 
 bool IsNumberType(const QVariant& v) {
     switch (v.typeId()) {
@@ -104,13 +121,17 @@ bool IsDateType(const QVariant& v) {
 }
 
 QDateTime AsDateTime(const QVariant& v) {
-    if (v.typeId() == QMetaType::QDate) return QDateTime(v.toDate(), QTime(0, 0, 0));
-    if (v.typeId() == QMetaType::QDateTime) return v.toDateTime();
+    if (v.typeId() == QMetaType::QDate)
+        return QDateTime(v.toDate(), QTime(0, 0, 0));
+    if (v.typeId() == QMetaType::QDateTime)
+        return v.toDateTime();
     QDateTime dt = QDateTime::fromString(v.toString().trimmed(), Qt::ISODate);
-    if (!dt.isValid()) dt = QDateTime::fromString(v.toString().trimmed(), QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    if (!dt.isValid())
+        dt = QDateTime::fromString(v.toString().trimmed(), QStringLiteral("yyyy-MM-dd HH:mm:ss"));
     if (!dt.isValid()) {
         const QDateTime d = FromTallyloomDateFormat(v.toString());
-        if (d != ZeroDate() || v.toString().trimmed() == QStringLiteral("1899-12-30")) dt = d;
+        if (d != ZeroDate() || v.toString().trimmed() == QStringLiteral("1899-12-30"))
+            dt = d;
     }
     return dt;
 }
@@ -122,8 +143,10 @@ bool VariantsEqual(const QVariant& a, const QVariant& b) {
     if (aEmpty || bEmpty) {
         // Empty equals empty text and zero, as the original's variant comparison has it.
         const QVariant& other = aEmpty ? b : a;
-        if (!other.isValid()) return true;
-        if (IsNumberType(other)) return Money::fromVariant(other).value_or(Money{1}).units == 0;
+        if (!other.isValid())
+            return true;
+        if (IsNumberType(other))
+            return Money::fromVariant(other).value_or(Money{1}).units == 0;
         return other.toString().isEmpty();
     }
     if (IsNumberType(a) || IsNumberType(b)) {
@@ -145,8 +168,10 @@ bool VariantsEqual(const QVariant& a, const QVariant& b) {
 }
 
 bool IsFieldChanged(const QVariant& current, const QVariant& newValue) {
-    if (IsNull(newValue)) return false;
-    if (IsNull(current)) return true;
+    if (IsNull(newValue))
+        return false;
+    if (IsNull(current))
+        return true;
     return !VariantsEqual(current, newValue);
 }
 
@@ -163,9 +188,11 @@ QString ExtractResourceTextContent(const QString& resourceName, const QString& r
 
 void ExtractFileFromRes(const QString& resourceName, const QString& resourceType, const QString& path) {
     QFile f(QStringLiteral(":/%1/%2").arg(resourceType, resourceName));
-    if (!f.open(QIODevice::ReadOnly)) return;
+    if (!f.open(QIODevice::ReadOnly))
+        return;
     QFile out(path);
-    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate)) return;
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return;
     out.write(f.readAll());
 }
 
@@ -176,39 +203,52 @@ namespace {
 std::optional<long double> ParseNumber(const QString& text) {
     static const QRegularExpression re(
         QStringLiteral("^\\s*[+-]?(\\d+\\.?\\d*|\\.\\d+)([eE][+-]?\\d+)?\\s*$"));
-    if (!re.match(text).hasMatch()) return std::nullopt;
+    if (!re.match(text).hasMatch())
+        return std::nullopt;
     bool ok = false;
     const double d = text.trimmed().toDouble(&ok);
-    if (!ok || !std::isfinite(d)) return std::nullopt;
+    if (!ok || !std::isfinite(d))
+        return std::nullopt;
     return static_cast<long double>(d);
 }
 
 template <typename Int>
 Int ToIntRounded(const QString& text, bool* ok, bool* overflow) {
-    if (overflow) *overflow = false;
+    if (overflow)
+        *overflow = false;
     const auto n = ParseNumber(text);
     if (!n) {
-        if (ok) *ok = false;
+        if (ok)
+            *ok = false;
         return 0;
     }
     // Half to even, as the original's integer conversion rounds.
     const long double r = std::nearbyint(*n);
     if (r < static_cast<long double>(std::numeric_limits<Int>::min()) ||
         r > static_cast<long double>(std::numeric_limits<Int>::max())) {
-        if (ok) *ok = false;
-        if (overflow) *overflow = true;
+        if (ok)
+            *ok = false;
+        if (overflow)
+            *overflow = true;
         return 0;
     }
-    if (ok) *ok = true;
+    if (ok)
+        *ok = true;
     return static_cast<Int>(r);
 }
 
 }  // namespace
 
-bool IsNumericText(const QString& text) { return ParseNumber(text).has_value(); }
+bool IsNumericText(const QString& text) {
+    return ParseNumber(text).has_value();
+}
 
-qint16 ToInt16(const QString& text, bool* ok, bool* overflow) { return ToIntRounded<qint16>(text, ok, overflow); }
+qint16 ToInt16(const QString& text, bool* ok, bool* overflow) {
+    return ToIntRounded<qint16>(text, ok, overflow);
+}
 
-qint32 ToInt32(const QString& text, bool* ok, bool* overflow) { return ToIntRounded<qint32>(text, ok, overflow); }
+qint32 ToInt32(const QString& text, bool* ok, bool* overflow) {
+    return ToIntRounded<qint32>(text, ok, overflow);
+}
 
 }  // namespace tlm

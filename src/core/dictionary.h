@@ -17,7 +17,7 @@ enum class CompareMode { Binary = 0, Text = 1 };
 // keys compared exactly (Binary) or without regard to case (Text).
 template <typename T>
 class Dictionary {
-public:
+  public:
     struct Entry {
         QString key;
         T item;
@@ -28,13 +28,15 @@ public:
 
     explicit Dictionary(CompareMode mode = CompareMode::Text) : mode_(mode) {}
     Dictionary(const Dictionary& o) : mode_(o.mode_) {
-        for (const auto& e : o.entries_) Add(e.key, e.item);
+        for (const auto& e : o.entries_)
+            Add(e.key, e.item);
     }
     Dictionary& operator=(const Dictionary& o) {
         if (this != &o) {
             RemoveAll();
             mode_ = o.mode_;
-            for (const auto& e : o.entries_) Add(e.key, e.item);
+            for (const auto& e : o.entries_)
+                Add(e.key, e.item);
         }
         return *this;
     }
@@ -44,7 +46,8 @@ public:
     CompareMode compareMode() const { return mode_; }
     // Like the original, the mode can change only while the dictionary is empty.
     bool SetCompareMode(CompareMode mode) {
-        if (!entries_.empty()) return false;
+        if (!entries_.empty())
+            return false;
         mode_ = mode;
         return true;
     }
@@ -52,7 +55,8 @@ public:
     // Adding a key that exists is refused (returns false); the existing item stays.
     bool Add(const QString& key, T item) {
         const QString n = norm(key);
-        if (index_.contains(n)) return false;
+        if (index_.contains(n))
+            return false;
         entries_.push_back(Entry{key, std::move(item)});
         index_.insert(n, std::prev(entries_.end()));
         return true;
@@ -72,7 +76,8 @@ public:
         return p ? *p : fallback;
     }
     T& Item(const QString& key) {
-        if (T* p = Find(key)) return *p;
+        if (T* p = Find(key))
+            return *p;
         Add(key, T());
         return entries_.back().item;
     }
@@ -83,7 +88,8 @@ public:
     }
     bool Remove(const QString& key) {
         auto it = index_.find(norm(key));
-        if (it == index_.end()) return false;
+        if (it == index_.end())
+            return false;
         entries_.erase(it.value());
         index_.erase(it);
         return true;
@@ -98,13 +104,15 @@ public:
     QStringList Keys() const {
         QStringList k;
         k.reserve(Count());
-        for (const auto& e : entries_) k.append(e.key);
+        for (const auto& e : entries_)
+            k.append(e.key);
         return k;
     }
     std::vector<T> Items() const {
         std::vector<T> v;
         v.reserve(entries_.size());
-        for (const auto& e : entries_) v.push_back(e.item);
+        for (const auto& e : entries_)
+            v.push_back(e.item);
         return v;
     }
 
@@ -113,7 +121,7 @@ public:
     iterator begin() { return entries_.begin(); }
     iterator end() { return entries_.end(); }
 
-private:
+  private:
     QString norm(const QString& key) const { return mode_ == CompareMode::Text ? key.toCaseFolded() : key; }
 
     CompareMode mode_;
@@ -122,7 +130,9 @@ private:
 };
 
 // The text of an item for sorting by item; lists that sort by item hold text.
-inline QString SortText(const QString& s) { return s; }
+inline QString SortText(const QString& s) {
+    return s;
+}
 template <typename T>
 QString SortText(const T&) {
     return QString();
@@ -133,7 +143,8 @@ QString SortText(const T&) {
 // them (it is not stable), which a plain sort would not reproduce, so ties take the literal path.
 template <typename T>
 Dictionary<T> Sort(Dictionary<T>& dict, int sortBy) {
-    if (dict.Count() <= 1) return std::move(dict);
+    if (dict.Count() <= 1)
+        return std::move(dict);
     std::vector<typename Dictionary<T>::Entry> rows(dict.begin(), dict.end());
     auto text = [sortBy](const typename Dictionary<T>::Entry& e) {
         return sortBy == 2 ? SortText(e.item) : e.key;
@@ -142,23 +153,28 @@ Dictionary<T> Sort(Dictionary<T>& dict, int sortBy) {
         return QString::compare(text(a), text(b), Qt::CaseInsensitive);
     };
     std::vector<size_t> order(rows.size());
-    for (size_t i = 0; i < order.size(); ++i) order[i] = i;
+    for (size_t i = 0; i < order.size(); ++i)
+        order[i] = i;
     std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return cmp(rows[a], rows[b]) < 0; });
     bool ties = false;
-    for (size_t i = 1; i < order.size() && !ties; ++i) ties = cmp(rows[order[i - 1]], rows[order[i]]) == 0;
+    for (size_t i = 1; i < order.size() && !ties; ++i)
+        ties = cmp(rows[order[i - 1]], rows[order[i]]) == 0;
     std::vector<typename Dictionary<T>::Entry> sorted;
     sorted.reserve(rows.size());
     if (!ties) {
-        for (size_t i : order) sorted.push_back(std::move(rows[i]));
+        for (size_t i : order)
+            sorted.push_back(std::move(rows[i]));
     } else {
         for (size_t i = 0; i + 1 < rows.size(); ++i)
             for (size_t j = i; j < rows.size(); ++j)
-                if (cmp(rows[i], rows[j]) > 0) std::swap(rows[i], rows[j]);
+                if (cmp(rows[i], rows[j]) > 0)
+                    std::swap(rows[i], rows[j]);
         sorted = std::move(rows);
     }
     Dictionary<T> out(dict.compareMode());
     dict.RemoveAll();
-    for (auto& e : sorted) out.Add(e.key, std::move(e.item));
+    for (auto& e : sorted)
+        out.Add(e.key, std::move(e.item));
     return out;
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 // Without a GUI the report goes to stderr, so a headless run still says what went wrong.
 class StderrPresenter : public ErrorPresenter {
-public:
+  public:
     void showReport(const QString& reportText, bool) override {
         std::fprintf(stderr, "%s\n", qPrintable(reportText));
     }
@@ -35,16 +35,23 @@ bool g_logEnabled = false;
 QString g_currentAction;
 QStringList g_secrets;
 
-ErrorPresenter& presenter() { return g_presenter ? *g_presenter : g_stderrPresenter; }
+ErrorPresenter& presenter() {
+    return g_presenter ? *g_presenter : g_stderrPresenter;
+}
 
 }  // namespace
 
-void SetErrorPresenter(ErrorPresenter* p) { g_presenter = p; }
-void SetErrorReportMailer(ErrorReportMailer* mailer) { g_mailer = mailer; }
+void SetErrorPresenter(ErrorPresenter* p) {
+    g_presenter = p;
+}
+void SetErrorReportMailer(ErrorReportMailer* mailer) {
+    g_mailer = mailer;
+}
 
 void RegisterSecret(const QString& secret) {
     // Very short values would mask ordinary words; connection-string patterns still cover them.
-    if (secret.size() >= 3 && !g_secrets.contains(secret)) g_secrets.append(secret);
+    if (secret.size() >= 3 && !g_secrets.contains(secret))
+        g_secrets.append(secret);
 }
 
 QString MaskSecrets(const QString& text) {
@@ -52,7 +59,8 @@ QString MaskSecrets(const QString& text) {
                                             QRegularExpression::CaseInsensitiveOption);
     QString out = text;
     out.replace(pattern, QStringLiteral("\\1=****"));
-    for (const QString& s : g_secrets) out.replace(s, QStringLiteral("****"));
+    for (const QString& s : g_secrets)
+        out.replace(s, QStringLiteral("****"));
     return out;
 }
 
@@ -79,7 +87,8 @@ QString BuildFriendlyReportText(const Failure& f) {
 }
 
 void subReportError(const Failure& failure, bool blnAllowDirect) {
-    if (g_reportShown) return;
+    if (g_reportShown)
+        return;
     const QString report = BuildReportText(failure);
     g_reportShown = true;
     subTraceAction(QStringLiteral("Error in ") + failure.label + QStringLiteral(": ") + failure.description);
@@ -92,11 +101,16 @@ void subShowFriendlyError(const QString& friendlyText, const Failure& failure) {
 
 void subTraceAction(const QString& action) {
     g_currentAction = action;
-    if (g_logEnabled) subAppendLog(action);
+    if (g_logEnabled)
+        subAppendLog(action);
 }
 
-QString CurrentAction() { return g_currentAction; }
-bool ReportShown() { return g_reportShown; }
+QString CurrentAction() {
+    return g_currentAction;
+}
+bool ReportShown() {
+    return g_reportShown;
+}
 
 void ResetErrorReportingForTests() {
     g_reportShown = false;
@@ -104,23 +118,29 @@ void ResetErrorReportingForTests() {
     g_logEnabled = false;
 }
 
-void SetLogEnabledForTests(bool enabled) { g_logEnabled = enabled; }
+void SetLogEnabledForTests(bool enabled) {
+    g_logEnabled = enabled;
+}
 
 QString ErrorReportSubject() {
     return QStringLiteral("Exception (") + fncGetAppVersion() + QStringLiteral(") : ") + kMessageTitle;
 }
 
 void subSendErrorReport(const QString& reportText, bool blnSendDirectly) {
-    if (!g_mailer || !g_mailer->available()) return;
+    if (!g_mailer || !g_mailer->available())
+        return;
     if (!g_mailer->send(ErrorReportSubject(), MaskSecrets(reportText), blnSendDirectly))
         MsgBox(QStringLiteral("Failed to send error email using MS Outlook!"), PromptIcon::Critical);
 }
 
-QString fncGetAppVersion() { return QString::fromLatin1(kVersionText); }
+QString fncGetAppVersion() {
+    return QString::fromLatin1(kVersionText);
+}
 
 QString fncGetLogFolder() {
     const QString docs = fncGetSpecialFolder(5);
-    if (docs.isEmpty()) return QString();
+    if (docs.isEmpty())
+        return QString();
     const QString folder = docs + QStringLiteral("/Quorbase Data/");
     QDir().mkpath(folder);
     return QDir(folder).exists() ? folder : QString();
@@ -128,16 +148,20 @@ QString fncGetLogFolder() {
 
 QString fncGetLogFile() {
     const QString folder = fncGetLogFolder();
-    if (folder.isEmpty()) return QString();
+    if (folder.isEmpty())
+        return QString();
     return folder + kMessageTitle + QStringLiteral(".log.txt");
 }
 
 void subAppendLog(const QString& line) {
-    if (line.isEmpty()) return;
+    if (line.isEmpty())
+        return;
     const QString file = fncGetLogFile();
-    if (file.isEmpty()) return;
+    if (file.isEmpty())
+        return;
     QFile f(file);
-    if (!f.open(QIODevice::Append | QIODevice::Text)) return;
+    if (!f.open(QIODevice::Append | QIODevice::Text))
+        return;
     QTextStream out(&f);
     out << QDateTime::currentDateTime().toString(Qt::ISODate) << '\t' << MaskSecrets(line) << '\n';
 }

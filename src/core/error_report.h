@@ -11,7 +11,7 @@ inline const QString kMessageTitle = QStringLiteral("Tally Loom Manager Process"
 
 // Shows the report dialogs. The GUI installs the real screens; without one, reports go to stderr.
 class ErrorPresenter {
-public:
+  public:
     virtual ~ErrorPresenter() = default;
     virtual void showReport(const QString& reportText, bool allowDirect) = 0;
     virtual void showFriendly(const QString& friendlyText, const QString& reportText) = 0;
@@ -19,7 +19,7 @@ public:
 
 // Sends the error report by mail; filled by the mail bridge. Returns false when sending failed.
 class ErrorReportMailer {
-public:
+  public:
     virtual ~ErrorReportMailer() = default;
     virtual bool available() const = 0;
     virtual bool send(const QString& subject, const QString& body, bool sendDirectly) = 0;

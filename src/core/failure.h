@@ -25,7 +25,7 @@ inline constexpr qint32 kAppNameEmpty = qint32(0x800403E8);  // "AppName may not
 inline constexpr qint32 kKeyEmpty = qint32(0x800403EA);      // "Key may not be empty"
 inline constexpr qint32 kSettingsOpen = qint32(0x800403EB);
 inline constexpr qint32 kSettingsWrite = qint32(0x800403EC);
-inline constexpr qint32 kUnspecified = qint32(0x80004005);   // the provider's "cannot connect" number
+inline constexpr qint32 kUnspecified = qint32(0x80004005);  // the provider's "cannot connect" number
 }  // namespace errnum
 
 }  // namespace tlm

@@ -16,12 +16,17 @@ ShellLauncher* g_launcher = nullptr;
 }
 
 QString fncStripTrailingSlash(const QString& path) {
-    if (path.endsWith(QLatin1Char('/')) || path.endsWith(QLatin1Char('\\'))) return path.left(path.size() - 1);
+    if (path.endsWith(QLatin1Char('/')) || path.endsWith(QLatin1Char('\\')))
+        return path.left(path.size() - 1);
     return path;
 }
 
-void SetShellLauncher(ShellLauncher* launcher) { g_launcher = launcher; }
-ShellLauncher* shellLauncher() { return g_launcher; }
+void SetShellLauncher(ShellLauncher* launcher) {
+    g_launcher = launcher;
+}
+ShellLauncher* shellLauncher() {
+    return g_launcher;
+}
 
 RunTarget ResolveRunTarget(const QString& name, const QString& folder, const QString& applicationDir) {
     RunTarget t;
@@ -45,15 +50,17 @@ RunTarget ResolveRunTarget(const QString& name, const QString& folder, const QSt
 }
 
 void RunApp(const QString& name, const QString& arguments, const QString& folder) {
-    subTraceAction(QStringLiteral("Attempting to execute ") + name + QLatin1Char(' ') + arguments + QLatin1Char(' ') +
-                   folder);
+    subTraceAction(QStringLiteral("Attempting to execute ") + name + QLatin1Char(' ') + arguments +
+                   QLatin1Char(' ') + folder);
     const RunTarget t = ResolveRunTarget(name, folder, QCoreApplication::applicationDirPath());
     if (t.isLink) {
-        if (g_launcher) g_launcher->openUrl(t.path);
+        if (g_launcher)
+            g_launcher->openUrl(t.path);
         return;
     }
     subTraceAction(QStringLiteral("Attempting to execute the path '") + t.path + QLatin1Char('\''));
-    if (!t.found || !g_launcher) return;
+    if (!t.found || !g_launcher)
+        return;
     if (!g_launcher->startProgram(t.path, arguments, folder)) {
         MsgBox(QStringLiteral("Exception occured when running the file") + QLatin1Char(' ') + t.path +
                    QLatin1Char('\n') + QStringLiteral("The program could not be started."),
@@ -62,7 +69,8 @@ void RunApp(const QString& name, const QString& arguments, const QString& folder
 }
 
 void subOpenWithShell(const QString& file) {
-    if (g_launcher) g_launcher->openUrl(file);
+    if (g_launcher)
+        g_launcher->openUrl(file);
 }
 
 QString fncGetSpecialFolder(int folderNumber) {
@@ -80,12 +88,15 @@ bool WriteFileAtomically(const QString& path, const QByteArray& bytes, bool priv
     QDir().mkpath(QFileInfo(path).absolutePath());
     QSaveFile f(path);
     if (!f.open(QIODevice::WriteOnly)) {
-        if (error) *error = f.errorString();
+        if (error)
+            *error = f.errorString();
         return false;
     }
-    if (privateMode) f.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    if (privateMode)
+        f.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
     if (f.write(bytes) != bytes.size() || !f.commit()) {
-        if (error) *error = f.errorString();
+        if (error)
+            *error = f.errorString();
         return false;
     }
     return true;

@@ -10,7 +10,7 @@ QString fncStripTrailingSlash(const QString& path);
 
 // Opens a document or link, or starts a program; the GUI installs the desktop's way.
 class ShellLauncher {
-public:
+  public:
     virtual ~ShellLauncher() = default;
     virtual bool openUrl(const QString& url) = 0;
     virtual bool startProgram(const QString& path, const QString& arguments, const QString& folder) = 0;
@@ -34,6 +34,7 @@ void subOpenWithShell(const QString& file);
 QString fncGetSpecialFolder(int folderNumber);
 
 // Writes a file whole or not at all (temporary file, then rename), at the given permissions.
-bool WriteFileAtomically(const QString& path, const QByteArray& bytes, bool privateMode, QString* error = nullptr);
+bool WriteFileAtomically(const QString& path, const QByteArray& bytes, bool privateMode,
+                         QString* error = nullptr);
 
 }  // namespace tlm

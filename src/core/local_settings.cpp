@@ -64,10 +64,14 @@ const QStringList& OptionFlags() {
 const QStringList& FieldFlags() {
     static const QStringList names = [] {
         QStringList n = {QStringLiteral("ProjectMandatory"), QStringLiteral("ActivityMandatory")};
-        for (int i = 1; i <= 4; ++i) n << QStringLiteral("CustomList%1Mandatory").arg(i);
-        for (int i = 5; i <= 10; ++i) n << QStringLiteral("CustomField%1Mandatory").arg(i);
-        for (int i = 1; i <= 4; ++i) n << QStringLiteral("CustomList%1Active").arg(i);
-        for (int i = 5; i <= 10; ++i) n << QStringLiteral("CustomField%1Active").arg(i);
+        for (int i = 1; i <= 4; ++i)
+            n << QStringLiteral("CustomList%1Mandatory").arg(i);
+        for (int i = 5; i <= 10; ++i)
+            n << QStringLiteral("CustomField%1Mandatory").arg(i);
+        for (int i = 1; i <= 4; ++i)
+            n << QStringLiteral("CustomList%1Active").arg(i);
+        for (int i = 5; i <= 10; ++i)
+            n << QStringLiteral("CustomField%1Active").arg(i);
         return n;
     }();
     return names;
@@ -92,17 +96,20 @@ void EnsurePrivateFile(const QString& path) {
     QDir().mkpath(QFileInfo(path).absolutePath());
     const QByteArray p = QFile::encodeName(path);
     const int fd = ::open(p.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-    if (fd >= 0) ::close(fd);
+    if (fd >= 0)
+        ::close(fd);
     QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
 }
 
 bool CheckNames(const QString& application, const QString& key, Failure* failure, const QString& label) {
     if (application.trimmed().isEmpty()) {
-        if (failure) *failure = Failure{errnum::kAppNameEmpty, QStringLiteral("AppName may not be empty"), 0, label};
+        if (failure)
+            *failure = Failure{errnum::kAppNameEmpty, QStringLiteral("AppName may not be empty"), 0, label};
         return false;
     }
     if (key.isEmpty()) {
-        if (failure) *failure = Failure{errnum::kKeyEmpty, QStringLiteral("Key may not be empty"), 0, label};
+        if (failure)
+            *failure = Failure{errnum::kKeyEmpty, QStringLiteral("Key may not be empty"), 0, label};
         return false;
     }
     return true;
@@ -110,15 +117,17 @@ bool CheckNames(const QString& application, const QString& key, Failure* failure
 
 // One open store for a run of reads or writes; a single sync at the end.
 class Store {
-public:
+  public:
     explicit Store(const QString& application = kSettingsApplication)
         : settings_(kSettingsOrganization, application.trimmed()) {}
 
     QString get(const QString& key, const QString& def, Failure* failure = nullptr) {
         const QVariant v = settings_.value(key);
-        if (!v.isValid()) return def;
+        if (!v.isValid())
+            return def;
         if (v.typeId() != QMetaType::QString) {
-            if (v.canConvert<QString>() && v.typeId() != QMetaType::QStringList) return v.toString();
+            if (v.canConvert<QString>() && v.typeId() != QMetaType::QStringList)
+                return v.toString();
             if (failure)
                 *failure = Failure{errnum::kTypeMismatch, QStringLiteral("Registry data not a string"), 0,
                                    QStringLiteral("modRegistryEntry.GetSetting")};
@@ -133,36 +142,45 @@ public:
         settings_.sync();
         QFile::setPermissions(settings_.fileName(), QFileDevice::ReadOwner | QFileDevice::WriteOwner);
         if (settings_.status() != QSettings::NoError) {
-            if (failure) *failure = Failure{errnum::kSettingsWrite, QStringLiteral("Could not set key value"), 0, label};
+            if (failure)
+                *failure =
+                    Failure{errnum::kSettingsWrite, QStringLiteral("Could not set key value"), 0, label};
             return false;
         }
         return true;
     }
 
-private:
+  private:
     QSettings settings_;
 };
 
 }  // namespace
 
-QString LocalSettingsFilePath() { return SettingsFile(); }
+QString LocalSettingsFilePath() {
+    return SettingsFile();
+}
 
 bool SaveSetting(const QString& application, const QString& section, const QString& key, const QString& value,
                  Failure* failure) {
     const QString label = QStringLiteral("modRegistryEntry.SaveSetting");
-    if (!CheckNames(application, key, failure, label)) return false;
+    if (!CheckNames(application, key, failure, label))
+        return false;
     Store store(application);
-    if (!section.trimmed().isEmpty()) store.raw().beginGroup(section.trimmed());
+    if (!section.trimmed().isEmpty())
+        store.raw().beginGroup(section.trimmed());
     store.set(key, value);
-    if (!section.trimmed().isEmpty()) store.raw().endGroup();
+    if (!section.trimmed().isEmpty())
+        store.raw().endGroup();
     return store.sync(failure, label);
 }
 
 QString GetSetting(const QString& application, const QString& section, const QString& key,
                    const QString& defaultValue, Failure* failure) {
-    if (!CheckNames(application, key, failure, QStringLiteral("modRegistryEntry.GetSetting"))) return defaultValue;
+    if (!CheckNames(application, key, failure, QStringLiteral("modRegistryEntry.GetSetting")))
+        return defaultValue;
     Store store(application);
-    if (!section.trimmed().isEmpty()) store.raw().beginGroup(section.trimmed());
+    if (!section.trimmed().isEmpty())
+        store.raw().beginGroup(section.trimmed());
     return store.get(key, defaultValue, failure);
 }
 
@@ -170,10 +188,13 @@ cMySettings::cMySettings() {
     ProjectTitle = QStringLiteral("Project");
     ActivityTitle = QStringLiteral("Activity");
     CustomFieldsTitle = QStringLiteral("Custom Fields");
-    for (int i = 0; i < 10; ++i) CustomFieldName[i] = QStringLiteral("Custom Field %1").arg(i + 1);
+    for (int i = 0; i < 10; ++i)
+        CustomFieldName[i] = QStringLiteral("Custom Field %1").arg(i + 1);
     LastReported = QDateTime::currentDateTime();
-    for (const QString& f : OptionFlags()) flags_.insert(f, DefaultsToOne(f) ? 1 : 0);
-    for (const QString& f : FieldFlags()) flags_.insert(f, 0);
+    for (const QString& f : OptionFlags())
+        flags_.insert(f, DefaultsToOne(f) ? 1 : 0);
+    for (const QString& f : FieldFlags())
+        flags_.insert(f, 0);
 }
 
 const QStringList& cMySettings::FlagNames() {
@@ -190,30 +211,36 @@ void cMySettings::ReadSettings() {
     Store store;
     auto readFlags = [&](const QStringList& names) -> bool {
         for (const QString& name : names) {
-            const QString text = store.get(name, DefaultsToOne(name) ? QStringLiteral("1") : QStringLiteral("0"));
+            const QString text =
+                store.get(name, DefaultsToOne(name) ? QStringLiteral("1") : QStringLiteral("0"));
             bool ok = false;
             const qint16 v = ToInt16(text, &ok);
             if (!ok) {
-                subReportError(Failure{errnum::kTypeMismatch, QStringLiteral("Type mismatch"), 0, kReadLabel});
+                subReportError(
+                    Failure{errnum::kTypeMismatch, QStringLiteral("Type mismatch"), 0, kReadLabel});
                 return false;
             }
             flags_.insert(name, v);
         }
         return true;
     };
-    if (!readFlags(OptionFlags())) return;
+    if (!readFlags(OptionFlags()))
+        return;
 
     // A damaged database value never stops the read: it leaves the default and the first run takes over.
     DatabaseInfo = store.get(QStringLiteral("DatabaseInfo"), QString());
     ReadDatabaseInfo();
     bool ok = false;
     const qint32 choice = ToInt32(store.get(QStringLiteral("DBChoice"), QStringLiteral("0")), &ok);
-    if (ok) DBChoice = choice;
+    if (ok)
+        DBChoice = choice;
     DBConnectionString = store.get(QStringLiteral("DBConnectionString"), QString());
     const QString last = store.get(QStringLiteral("LastReported"), QString());
     QDateTime lastDate = QDateTime::fromString(last, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
-    if (!lastDate.isValid()) lastDate = QDateTime::fromString(last, Qt::ISODate);
-    if (lastDate.isValid()) LastReported = lastDate;
+    if (!lastDate.isValid())
+        lastDate = QDateTime::fromString(last, Qt::ISODate);
+    if (lastDate.isValid())
+        LastReported = lastDate;
 
     auto title = [&](const QString& key, const QString& def) {
         const QString v = store.get(key, def).trimmed();
@@ -222,21 +249,27 @@ void cMySettings::ReadSettings() {
     ProjectTitle = title(QStringLiteral("ProjectTitle"), QStringLiteral("Project"));
     ActivityTitle = title(QStringLiteral("ActivityTitle"), QStringLiteral("Activity"));
     CustomFieldsTitle = store.get(QStringLiteral("CustomFieldsTitle"), QStringLiteral("Custom Fields"));
-    if (CustomFieldsTitle.isEmpty()) CustomFieldsTitle = QStringLiteral("Custom Fields");
-    for (int i = 0; i < 10; ++i) CustomFieldName[i] = title(CustomNameKey(i), QStringLiteral("Custom Field %1").arg(i + 1));
+    if (CustomFieldsTitle.isEmpty())
+        CustomFieldsTitle = QStringLiteral("Custom Fields");
+    for (int i = 0; i < 10; ++i)
+        CustomFieldName[i] = title(CustomNameKey(i), QStringLiteral("Custom Field %1").arg(i + 1));
     MyProjectsTasks = store.get(QStringLiteral("MyProjectsTasks"), QString());
-    for (int i = 0; i < 4; ++i) CustomFieldList[i] = store.get(QStringLiteral("CustomField%1List").arg(i + 1), QString());
+    for (int i = 0; i < 4; ++i)
+        CustomFieldList[i] = store.get(QStringLiteral("CustomField%1List").arg(i + 1), QString());
     DefaultValueForProject = store.get(QStringLiteral("DefaultValueForProject"), QString());
     DefaultValueForTask = store.get(QStringLiteral("DefaultValueForTask"), QString());
     for (int i = 0; i < 4; ++i)
-        DefaultValueCustomField[i] = store.get(QStringLiteral("DefaultValueCustomField%1").arg(i + 1), QString());
+        DefaultValueCustomField[i] =
+            store.get(QStringLiteral("DefaultValueCustomField%1").arg(i + 1), QString());
     readFlags(FieldFlags());
 }
 
 void cMySettings::ReadDatabaseInfo() {
-    if (DatabaseInfo.isEmpty()) return;
+    if (DatabaseInfo.isEmpty())
+        return;
     const QStringList parts = DatabaseInfo.split(QLatin1Char('|'));
-    if (parts.size() <= 1) return;
+    if (parts.size() <= 1)
+        return;
     // Fields by position; a short value fills what it has and reports the rest.
     Server = parts.value(0);
     Database = parts.value(1);
@@ -254,11 +287,13 @@ void cMySettings::ReadDatabaseInfo() {
     Password = parts.value(4);
     RegisterSecret(Password);
     if (parts.size() < 5)
-        subReportError(Failure{9, QStringLiteral("Subscript out of range"), 0, QStringLiteral("MySettings.ReadDatabaseInfo")});
+        subReportError(Failure{9, QStringLiteral("Subscript out of range"), 0,
+                               QStringLiteral("MySettings.ReadDatabaseInfo")});
 }
 
 QString cMySettings::WriteDatabaseInfo() const {
-    return QStringList{Server, Database, QString::number(IntegratedSecurity), UserName, Password}.join(QLatin1Char('|'));
+    return QStringList{Server, Database, QString::number(IntegratedSecurity), UserName, Password}.join(
+        QLatin1Char('|'));
 }
 
 void cMySettings::SaveSettings() {
@@ -271,30 +306,36 @@ void cMySettings::SaveSettings() {
     store.set(QStringLiteral("ProjectTitle"), ProjectTitle);
     store.set(QStringLiteral("ActivityTitle"), ActivityTitle);
     store.set(QStringLiteral("CustomFieldsTitle"), CustomFieldsTitle);
-    for (int i = 0; i < 10; ++i) store.set(CustomNameKey(i), CustomFieldName[i]);
+    for (int i = 0; i < 10; ++i)
+        store.set(CustomNameKey(i), CustomFieldName[i]);
     store.set(QStringLiteral("MyProjectsTasks"), MyProjectsTasks);
-    for (int i = 0; i < 4; ++i) store.set(QStringLiteral("CustomField%1List").arg(i + 1), CustomFieldList[i]);
+    for (int i = 0; i < 4; ++i)
+        store.set(QStringLiteral("CustomField%1List").arg(i + 1), CustomFieldList[i]);
     store.set(QStringLiteral("DefaultValueForProject"), DefaultValueForProject);
     store.set(QStringLiteral("DefaultValueForTask"), DefaultValueForTask);
     for (int i = 0; i < 4; ++i)
         store.set(QStringLiteral("DefaultValueCustomField%1").arg(i + 1), DefaultValueCustomField[i]);
     for (const QString& name : FlagNames()) {
-        if (name == QLatin1String("AllowManagerReview")) continue;
+        if (name == QLatin1String("AllowManagerReview"))
+            continue;
         store.set(name, QString::number(flag(name)));
     }
     Failure failure;
-    if (!store.sync(&failure, QStringLiteral("MySettings.SaveSettings"))) subReportError(failure);
+    if (!store.sync(&failure, QStringLiteral("MySettings.SaveSettings")))
+        subReportError(failure);
 }
 
 void cMySettings::SaveAdminSettingsOnly() {
     Store store;
     store.set(QStringLiteral("ProjectTitle"), ProjectTitle);
     store.set(QStringLiteral("ActivityTitle"), ActivityTitle);
-    for (int i = 0; i < 10; ++i) store.set(CustomNameKey(i), CustomFieldName[i]);
+    for (int i = 0; i < 10; ++i)
+        store.set(CustomNameKey(i), CustomFieldName[i]);
     for (const char* name : {"AllowManagerReview", "AllowAppointmentItems", "AllowTaskItems"})
         store.set(QString::fromLatin1(name), QString::number(flag(QString::fromLatin1(name))));
     Failure failure;
-    if (!store.sync(&failure, QStringLiteral("MySettings.SaveAdminSettingsOnly"))) subReportError(failure);
+    if (!store.sync(&failure, QStringLiteral("MySettings.SaveAdminSettingsOnly")))
+        subReportError(failure);
 }
 
 }  // namespace tlm

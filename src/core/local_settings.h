@@ -16,8 +16,8 @@ inline const QString kSettingsApplication = QStringLiteral("TLM");
 // Named text values per user, in QSettings("Orrinwell", "TLM"); a non-empty section is a group.
 // The file is kept at mode 0600 and replaced atomically, so a crash never leaves half a file.
 // On an empty application or key the failure is set and nothing is read or written.
-bool SaveSetting(const QString& application, const QString& section, const QString& key,
-                 const QString& value, Failure* failure = nullptr);
+bool SaveSetting(const QString& application, const QString& section, const QString& key, const QString& value,
+                 Failure* failure = nullptr);
 QString GetSetting(const QString& application, const QString& section, const QString& key,
                    const QString& defaultValue, Failure* failure = nullptr);
 // Path of the per-user settings file (for messages and tests).
@@ -26,7 +26,7 @@ QString LocalSettingsFilePath();
 // What belongs to one user on one machine, above all where the shared database is.
 // Shared with the members' client: names, texts and defaults are a contract.
 class cMySettings {
-public:
+  public:
     cMySettings();
 
     // Database location.
@@ -71,7 +71,7 @@ public:
     // The key names of the ten custom titles, in order.
     static QString CustomNameKey(int index);  // 0..9
 
-private:
+  private:
     QHash<QString, qint16> flags_;
 };
 

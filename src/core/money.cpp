@@ -15,29 +15,34 @@ std::int64_t DivRoundHalfEven(std::int64_t num, std::int64_t den) {
     }
     std::int64_t q = num / den;
     std::int64_t r = num % den;
-    if (r == 0) return q;
+    if (r == 0)
+        return q;
     const std::int64_t twice = 2 * (r < 0 ? -r : r);
     const int sign = (r < 0) ? -1 : 1;
-    if (twice > den || (twice == den && (q % 2 != 0))) q += sign;
+    if (twice > den || (twice == den && (q % 2 != 0)))
+        q += sign;
     return q;
 }
 
 std::optional<Money> Money::parse(const QString& input) {
     QString t = input.trimmed();
     t.remove(QLatin1Char(','));
-    if (t.isEmpty()) return std::nullopt;
+    if (t.isEmpty())
+        return std::nullopt;
     bool negative = false;
     int i = 0;
     if (t[0] == QLatin1Char('-') || t[0] == QLatin1Char('+')) {
         negative = t[0] == QLatin1Char('-');
         ++i;
     }
-    if (i < t.size() && t[i] == QLatin1Char('$')) ++i;
+    if (i < t.size() && t[i] == QLatin1Char('$'))
+        ++i;
     Int128 whole = 0;
     int digits = 0;
     for (; i < t.size() && t[i].isDigit(); ++i, ++digits) {
         whole = whole * 10 + t[i].digitValue();
-        if (whole > (Int128(1) << 62)) return std::nullopt;
+        if (whole > (Int128(1) << 62))
+            return std::nullopt;
     }
     // Up to four decimals exact; the rest decides the rounding, half to even.
     Int128 frac = 0;
@@ -59,26 +64,32 @@ std::optional<Money> Money::parse(const QString& input) {
             ++digits;
         }
     }
-    if (i != t.size() || digits == 0) return std::nullopt;
+    if (i != t.size() || digits == 0)
+        return std::nullopt;
     while (fracDigits < 4) {
         frac *= 10;
         ++fracDigits;
     }
     Int128 units = whole * kScale + frac;
-    if (fifth > 5 || (fifth == 5 && (beyondNonZero || (units % 2 != 0)))) units += 1;
-    if (units > INT64_MAX) return std::nullopt;
+    if (fifth > 5 || (fifth == 5 && (beyondNonZero || (units % 2 != 0))))
+        units += 1;
+    if (units > INT64_MAX)
+        return std::nullopt;
     return Money{negative ? -std::int64_t(units) : std::int64_t(units)};
 }
 
 Money Money::fromDouble(double value) {
-    if (!std::isfinite(value)) return Money{};
+    if (!std::isfinite(value))
+        return Money{};
     // Ten decimals are past any money value's precision; the text then rounds exactly.
     return parse(QString::number(value, 'f', 10)).value_or(Money{});
 }
 
 std::optional<Money> Money::fromVariant(const QVariant& v) {
-    if (!v.isValid() || v.isNull()) return Money{};
-    if (v.metaType() == QMetaType::fromType<Money>()) return v.value<Money>();
+    if (!v.isValid() || v.isNull())
+        return Money{};
+    if (v.metaType() == QMetaType::fromType<Money>())
+        return v.value<Money>();
     switch (v.typeId()) {
         case QMetaType::Int:
         case QMetaType::Short:
@@ -99,39 +110,47 @@ std::optional<Money> Money::fromVariant(const QVariant& v) {
 }
 
 QString Money::toString(int decimals) const {
-    if (decimals < 0) decimals = 0;
-    if (decimals > 4) decimals = 4;
+    if (decimals < 0)
+        decimals = 0;
+    if (decimals > 4)
+        decimals = 4;
     std::int64_t scale = 1;
-    for (int i = decimals; i < 4; ++i) scale *= 10;
+    for (int i = decimals; i < 4; ++i)
+        scale *= 10;
     const std::int64_t rounded = DivRoundHalfEven(units, scale);
     std::int64_t div = 1;
-    for (int i = 0; i < decimals; ++i) div *= 10;
+    for (int i = 0; i < decimals; ++i)
+        div *= 10;
     const bool neg = rounded < 0;
-    const unsigned long long mag = neg ? 0ULL - static_cast<unsigned long long>(rounded)
-                                       : static_cast<unsigned long long>(rounded);
+    const unsigned long long mag =
+        neg ? 0ULL - static_cast<unsigned long long>(rounded) : static_cast<unsigned long long>(rounded);
     QString s = QString::number(mag / static_cast<unsigned long long>(div));
     if (decimals > 0)
-        s += QLatin1Char('.') +
-             QStringLiteral("%1").arg(mag % static_cast<unsigned long long>(div), decimals, 10, QLatin1Char('0'));
+        s += QLatin1Char('.') + QStringLiteral("%1").arg(mag % static_cast<unsigned long long>(div), decimals,
+                                                         10, QLatin1Char('0'));
     return neg ? QLatin1Char('-') + s : s;
 }
 
 QString Money::toPlainString() const {
     QString s = toString(4);
-    while (s.endsWith(QLatin1Char('0'))) s.chop(1);
-    if (s.endsWith(QLatin1Char('.'))) s.chop(1);
+    while (s.endsWith(QLatin1Char('0')))
+        s.chop(1);
+    if (s.endsWith(QLatin1Char('.')))
+        s.chop(1);
     return s;
 }
 
 Money Money::mulDiv(std::int64_t num, std::int64_t den) const {
-    if (den == 0) return Money{};
+    if (den == 0)
+        return Money{};
     const Int128 p = Int128(units) * num;
     Int128 q = p / den, r = p % den;
     if (r != 0) {
         const Int128 twice = 2 * (r < 0 ? -r : r);
         const Int128 d = den < 0 ? -Int128(den) : Int128(den);
         const int sign = ((r < 0) != (den < 0)) ? -1 : 1;
-        if (twice > d || (twice == d && (q % 2 != 0))) q += sign;
+        if (twice > d || (twice == d && (q % 2 != 0)))
+            q += sign;
     }
     return Money{std::int64_t(q)};
 }

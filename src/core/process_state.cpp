@@ -6,8 +6,12 @@ namespace {
 ProcessState g_state;
 }
 
-ProcessState& Process() { return g_state; }
+ProcessState& Process() {
+    return g_state;
+}
 
-void ResetProcessStateForTests() { g_state = ProcessState{}; }
+void ResetProcessStateForTests() {
+    g_state = ProcessState{};
+}
 
 }  // namespace tlm

@@ -7,7 +7,8 @@ namespace tlm {
 PromptAnswer ScriptedPrompter::show(PromptIcon icon, PromptButtons buttons, const QString& title,
                                     const QString& text) {
     shown_.append(Shown{icon, buttons, title, text});
-    if (!answers_.isEmpty()) return answers_.takeFirst();
+    if (!answers_.isEmpty())
+        return answers_.takeFirst();
     switch (buttons) {
         case PromptButtons::Ok:
             return PromptAnswer::Ok;
@@ -25,9 +26,13 @@ ScriptedPrompter g_defaultPrompter;
 Prompter* g_prompter = nullptr;
 }  // namespace
 
-Prompter& prompter() { return g_prompter ? *g_prompter : g_defaultPrompter; }
+Prompter& prompter() {
+    return g_prompter ? *g_prompter : g_defaultPrompter;
+}
 
-void SetPrompter(Prompter* p) { g_prompter = p; }
+void SetPrompter(Prompter* p) {
+    g_prompter = p;
+}
 
 PromptAnswer MsgBox(const QString& text, PromptIcon icon, PromptButtons buttons, const QString& title) {
     return prompter().show(icon, buttons, title.isEmpty() ? kMessageTitle : title, MaskSecrets(text));

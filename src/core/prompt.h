@@ -12,7 +12,7 @@ enum class PromptAnswer { Ok, Cancel, Yes, No };
 // Every message box goes through here, so the logic never names a widget and tests can answer
 // in advance. The GUI installs a prompter that shows real boxes.
 class Prompter {
-public:
+  public:
     virtual ~Prompter() = default;
     virtual PromptAnswer show(PromptIcon icon, PromptButtons buttons, const QString& title,
                               const QString& text) = 0;
@@ -21,7 +21,7 @@ public:
 // Answers from a queue; with the queue empty it answers Ok/No/Cancel and never blocks.
 // Records what was shown. The default prompter of a process without a GUI.
 class ScriptedPrompter : public Prompter {
-public:
+  public:
     struct Shown {
         PromptIcon icon;
         PromptButtons buttons;
@@ -37,7 +37,7 @@ public:
         answers_.clear();
     }
 
-private:
+  private:
     QList<PromptAnswer> answers_;
     QList<Shown> shown_;
 };

@@ -77,17 +77,21 @@ QString SectionDescription(qint32 section) {
             return QStringLiteral("Review of reported items");
         default: {
             const SettingsPanelRow row = SettingsPanelForSection(section);
-            if (!row.title.isEmpty()) return row.title;
-            if (!row.panel.isEmpty()) return QStringLiteral("Settings panel %1 (not part of this program)").arg(row.panel);
+            if (!row.title.isEmpty())
+                return row.title;
+            if (!row.panel.isEmpty())
+                return QStringLiteral("Settings panel %1 (not part of this program)").arg(row.panel);
             return QStringLiteral("Settings window without a panel");
         }
     }
 }
 
 QString SectionTableText() {
-    static const int kSections[] = {0, 1, 2, 3, 4, 6, 8, 9, 10, 11, 12, 13, 14, 15, 18, 19, 20, 21, 22, 24, 25};
+    static const int kSections[] = {0,  1,  2,  3,  4,  6,  8,  9,  10, 11, 12,
+                                    13, 14, 15, 18, 19, 20, 21, 22, 24, 25};
     QStringList lines;
-    for (int s : kSections) lines << QStringLiteral("  %1  %2").arg(s, 2).arg(SectionDescription(s));
+    for (int s : kSections)
+        lines << QStringLiteral("  %1  %2").arg(s, 2).arg(SectionDescription(s));
     return lines.join(QLatin1Char('\n'));
 }
 

@@ -14,7 +14,9 @@ namespace {
 ExitHandler g_exitHandler = nullptr;
 }
 
-void SetExitHandler(ExitHandler handler) { g_exitHandler = handler; }
+void SetExitHandler(ExitHandler handler) {
+    g_exitHandler = handler;
+}
 
 void subExitProgram(int code) {
     if (g_exitHandler) {
@@ -58,7 +60,9 @@ QString UsageText() {
                "4 the settings or the database could not be loaded.\n");
 }
 
-QString VersionText() { return QStringLiteral("tlm-manager ") + QString::fromLatin1(kVersionText) + QLatin1Char('\n'); }
+QString VersionText() {
+    return QStringLiteral("tlm-manager ") + QString::fromLatin1(kVersionText) + QLatin1Char('\n');
+}
 
 int RunMain(const CommandLine& commandLine, StartupHooks& hooks) {
     Process().blnManagerProcess = true;
@@ -78,7 +82,8 @@ int RunMain(const CommandLine& commandLine, StartupHooks& hooks) {
         return kExitStartFailed;
     }
     // Right after the first-run panel, section 14 would show the same panel a second time.
-    if (!(firstRun && section == 14)) hooks.LoadSection(section);
+    if (!(firstRun && section == 14))
+        hooks.LoadSection(section);
     hooks.DestroyAllObjects();
     return kExitNormal;
 }

@@ -8,10 +8,10 @@ namespace tlm {
 
 // Exit codes of tlm-manager.
 enum ExitCode : int {
-    kExitNormal = 0,          // the screen closed, or --help / --version
-    kExitRefusedArgument = 2, // no argument or a non-numeric one: silent
-    kExitBadSection = 3,      // a number outside the 16-bit range: reported with label "Main"
-    kExitStartFailed = 4,     // the global settings could not be loaded (the user has seen why)
+    kExitNormal = 0,           // the screen closed, or --help / --version
+    kExitRefusedArgument = 2,  // no argument or a non-numeric one: silent
+    kExitBadSection = 3,       // a number outside the 16-bit range: reported with label "Main"
+    kExitStartFailed = 4,      // the global settings could not be loaded (the user has seen why)
 };
 
 struct CommandLine {
@@ -28,7 +28,7 @@ QString VersionText();
 
 // What Main needs from the layers above core; each later layer fills its part.
 class StartupHooks {
-public:
+  public:
     virtual ~StartupHooks() = default;
     // Reads the local settings; answers whether this is a first run (DBChoice 0, no folder).
     virtual bool ReadLocalSettings() = 0;

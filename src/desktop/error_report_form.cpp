@@ -7,8 +7,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "core/local_settings.h"
 #include "core/file_services.h"
+#include "core/local_settings.h"
 #include "desktop/gui_window_services.h"
 #include "outlook/mail_account_dialog.h"
 
@@ -42,7 +42,8 @@ void Toggle(QPlainTextEdit* box, QPushButton* button, QDialog* dialog) {
 
 }  // namespace
 
-frmErrorReport::frmErrorReport(const QString& reportText, bool allowDirect, QWidget* parent) : QDialog(parent) {
+frmErrorReport::frmErrorReport(const QString& reportText, bool allowDirect, QWidget* parent)
+    : QDialog(parent) {
     setWindowTitle(kMessageTitle);
     auto* layout = new QVBoxLayout(this);
     auto* lblApplication = new QLabel(kMessageTitle, this);
@@ -51,19 +52,24 @@ frmErrorReport::frmErrorReport(const QString& reportText, bool allowDirect, QWid
     lblApplication->setFont(f);
     layout->addWidget(lblApplication);
     layout->addWidget(new QLabel(QStringLiteral("Build ") + fncGetAppVersion(), this));
-    layout->addWidget(Wrapped(QStringLiteral("An unknown exception has occured. A report on the exception has been "
-                                             "generated. It is highly recommended that you send this report to us to "
-                                             "help diagnose the exception."),
-                              this));
-    layout->addWidget(Wrapped(QStringLiteral("The information contained in this report is taken from this application "
-                                             "for quality control only, not for marketing purposes or for monitoring "
-                                             "individual users or machines. You can opt to view the detail of the "
-                                             "report by clicking 'View Report' button."),
-                              this));
-    auto* lblClickHere = new QLabel(
-        QStringLiteral("To learn more about the error reporting, <a href=\"%1\">click here</a>.").arg(PolicyUrl()), this);
+    layout->addWidget(
+        Wrapped(QStringLiteral("An unknown exception has occured. A report on the exception has been "
+                               "generated. It is highly recommended that you send this report to us to "
+                               "help diagnose the exception."),
+                this));
+    layout->addWidget(
+        Wrapped(QStringLiteral("The information contained in this report is taken from this application "
+                               "for quality control only, not for marketing purposes or for monitoring "
+                               "individual users or machines. You can opt to view the detail of the "
+                               "report by clicking 'View Report' button."),
+                this));
+    auto* lblClickHere =
+        new QLabel(QStringLiteral("To learn more about the error reporting, <a href=\"%1\">click here</a>.")
+                       .arg(PolicyUrl()),
+                   this);
     lblClickHere->setOpenExternalLinks(false);
-    connect(lblClickHere, &QLabel::linkActivated, this, [](const QString& url) { RunApp(url, QString(), QString()); });
+    connect(lblClickHere, &QLabel::linkActivated, this,
+            [](const QString& url) { RunApp(url, QString(), QString()); });
     lblClickHere->setVisible(!PolicyUrl().isEmpty());
     layout->addWidget(lblClickHere);
     txtReport_ = ReportBox(MaskSecrets(reportText), this);
@@ -95,14 +101,20 @@ frmErrorReport::frmErrorReport(const QString& reportText, bool allowDirect, QWid
     connect(lblSendDirectly_, &QPushButton::clicked, this, [this] { send(true); });
 }
 
-bool frmErrorReport::reportVisible() const { return !txtReport_->isHidden(); }
-QString frmErrorReport::reportText() const { return txtReport_->toPlainText(); }
+bool frmErrorReport::reportVisible() const {
+    return !txtReport_->isHidden();
+}
+QString frmErrorReport::reportText() const {
+    return txtReport_->toPlainText();
+}
 
 QString frmErrorReport::PolicyUrl() {
     return GetSetting(kSettingsApplication, QString(), QStringLiteral("ErrorPolicyUrl"), QString());
 }
 
-void frmErrorReport::toggleReport() { Toggle(txtReport_, cmdViewReport_, this); }
+void frmErrorReport::toggleReport() {
+    Toggle(txtReport_, cmdViewReport_, this);
+}
 
 void frmErrorReport::send(bool directly) {
     hide();
@@ -131,25 +143,34 @@ frmFriendlyError::frmFriendlyError(const QString& friendlyText, const QString& r
     buttons->addWidget(cmdViewReport_);
     buttons->addWidget(cmdExit_);
     layout->addLayout(buttons);
-    connect(cmdViewReport_, &QPushButton::clicked, this, [this] { Toggle(txtReport_, cmdViewReport_, this); });
+    connect(cmdViewReport_, &QPushButton::clicked, this,
+            [this] { Toggle(txtReport_, cmdViewReport_, this); });
     connect(cmdExit_, &QPushButton::clicked, this, &QDialog::accept);
 }
 
-bool frmFriendlyError::reportVisible() const { return !txtReport_->isHidden(); }
+bool frmFriendlyError::reportVisible() const {
+    return !txtReport_->isHidden();
+}
 
-void GuiErrorPresenter::SetDialogHook(Hook hook) { g_hook = hook; }
+void GuiErrorPresenter::SetDialogHook(Hook hook) {
+    g_hook = hook;
+}
 
 void GuiErrorPresenter::showReport(const QString& reportText, bool allowDirect) {
     MakeActiveWindowNormal();  // the report must not hide behind an always-on-top window
     frmErrorReport dialog(reportText, allowDirect, QApplication::activeWindow());
-    if (g_hook) g_hook(&dialog);
-    else dialog.exec();
+    if (g_hook)
+        g_hook(&dialog);
+    else
+        dialog.exec();
 }
 
 void GuiErrorPresenter::showFriendly(const QString& friendlyText, const QString& reportText) {
     frmFriendlyError dialog(friendlyText, reportText, QApplication::activeWindow());
-    if (g_hook) g_hook(&dialog);
-    else dialog.exec();
+    if (g_hook)
+        g_hook(&dialog);
+    else
+        dialog.exec();
 }
 
 }  // namespace tlm

@@ -13,7 +13,7 @@ namespace tlm {
 // The report dialog of the one failure path: send, open as mail, view the report.
 class frmErrorReport : public QDialog {
     Q_OBJECT
-public:
+  public:
     frmErrorReport(const QString& reportText, bool allowDirect, QWidget* parent = nullptr);
     bool reportVisible() const;
     QPushButton* viewButton() const { return cmdViewReport_; }
@@ -25,7 +25,7 @@ public:
     // Where the "learn more" link leads; a configuration value (local setting "ErrorPolicyUrl").
     static QString PolicyUrl();
 
-private:
+  private:
     void toggleReport();
     void send(bool directly);
 
@@ -39,13 +39,13 @@ private:
 // The dialog for failures the user can act on; nothing is sent from it.
 class frmFriendlyError : public QDialog {
     Q_OBJECT
-public:
+  public:
     frmFriendlyError(const QString& friendlyText, const QString& reportText, QWidget* parent = nullptr);
     bool reportVisible() const;
     QPushButton* viewButton() const { return cmdViewReport_; }
     QPushButton* exitButton() const { return cmdExit_; }
 
-private:
+  private:
     QPlainTextEdit* txtReport_;
     QPushButton* cmdViewReport_;
     QPushButton* cmdExit_;
@@ -53,7 +53,7 @@ private:
 
 // Shows the two dialogs modal; installed by the program at start.
 class GuiErrorPresenter : public ErrorPresenter {
-public:
+  public:
     void showReport(const QString& reportText, bool allowDirect) override;
     void showFriendly(const QString& friendlyText, const QString& reportText) override;
     // Tests see the dialogs through this hook instead of a blocking exec().

@@ -15,25 +15,36 @@ QStringList g_folders;
 QStringList g_shown;
 }  // namespace
 
-void DialogScript::queueAnswer(PromptAnswer answer) { g_answers.append(answer); }
-void DialogScript::queueFileName(const QString& path) { g_fileNames.append(path); }
-void DialogScript::queueFolder(const QString& path) { g_folders.append(path); }
+void DialogScript::queueAnswer(PromptAnswer answer) {
+    g_answers.append(answer);
+}
+void DialogScript::queueFileName(const QString& path) {
+    g_fileNames.append(path);
+}
+void DialogScript::queueFolder(const QString& path) {
+    g_folders.append(path);
+}
 bool DialogScript::takeAnswer(PromptAnswer* answer) {
-    if (g_answers.isEmpty()) return false;
+    if (g_answers.isEmpty())
+        return false;
     *answer = g_answers.takeFirst();
     return true;
 }
 bool DialogScript::takeFileName(QString* path) {
-    if (g_fileNames.isEmpty()) return false;
+    if (g_fileNames.isEmpty())
+        return false;
     *path = g_fileNames.takeFirst();
     return true;
 }
 bool DialogScript::takeFolder(QString* path) {
-    if (g_folders.isEmpty()) return false;
+    if (g_folders.isEmpty())
+        return false;
     *path = g_folders.takeFirst();
     return true;
 }
-QStringList& DialogScript::shownMessages() { return g_shown; }
+QStringList& DialogScript::shownMessages() {
+    return g_shown;
+}
 void DialogScript::clear() {
     g_answers.clear();
     g_fileNames.clear();
@@ -45,7 +56,8 @@ PromptAnswer DesktopPrompter::show(PromptIcon icon, PromptButtons buttons, const
                                    const QString& text) {
     g_shown.append(text);
     PromptAnswer scripted;
-    if (DialogScript::takeAnswer(&scripted)) return scripted;
+    if (DialogScript::takeAnswer(&scripted))
+        return scripted;
 
     QMessageBox box(QApplication::activeWindow());
     box.setWindowTitle(title);
@@ -100,8 +112,11 @@ QString ConvertFileFilter(const QString& filter) {
     for (int i = 0; i + 1 < parts.size(); i += 2) {
         QString name = parts[i].trimmed();
         const QString pattern = QString(parts[i + 1]).replace(QLatin1Char(';'), QLatin1Char(' ')).trimmed();
-        if (!name.contains(QLatin1Char('('))) name += QStringLiteral(" (") + pattern + QLatin1Char(')');
-        else name = name.left(name.indexOf(QLatin1Char('('))).trimmed() + QStringLiteral(" (") + pattern + QLatin1Char(')');
+        if (!name.contains(QLatin1Char('(')))
+            name += QStringLiteral(" (") + pattern + QLatin1Char(')');
+        else
+            name = name.left(name.indexOf(QLatin1Char('('))).trimmed() + QStringLiteral(" (") + pattern +
+                   QLatin1Char(')');
         out << name;
     }
     return out.join(QStringLiteral(";;"));
@@ -110,20 +125,23 @@ QString ConvertFileFilter(const QString& filter) {
 QString SaveFileToDisk(const QString& filter, QWidget* owner, const QString& title) {
     subTraceAction(QStringLiteral("saving a file from dialog"));
     QString path;
-    if (DialogScript::takeFileName(&path)) return path;
+    if (DialogScript::takeFileName(&path))
+        return path;
     return QFileDialog::getSaveFileName(owner, title, QString(), ConvertFileFilter(filter));
 }
 
 QString OpenFileFromDisk(const QString& filter, QWidget* owner, const QString& title) {
     subTraceAction(QStringLiteral("Opening a file from dialog"));
     QString path;
-    if (DialogScript::takeFileName(&path)) return path;
+    if (DialogScript::takeFileName(&path))
+        return path;
     return QFileDialog::getOpenFileName(owner, title, QString(), ConvertFileFilter(filter));
 }
 
 QString fncBrowseForFolder(QWidget* owner, const QString& title) {
     QString path;
-    if (DialogScript::takeFolder(&path)) return path;
+    if (DialogScript::takeFolder(&path))
+        return path;
     return QFileDialog::getExistingDirectory(owner, title, QString(), QFileDialog::ShowDirsOnly);
 }
 

@@ -13,7 +13,7 @@ namespace tlm {
 // Answers for dialogs given in advance, so widget tests never block: when a queue holds an answer,
 // the dialog is not shown and the answer is taken. Every shown message is recorded.
 class DialogScript {
-public:
+  public:
     static void queueAnswer(PromptAnswer answer);
     static void queueFileName(const QString& path);  // empty text = the user cancelled
     static void queueFolder(const QString& path);    // empty text = the user cancelled
@@ -26,8 +26,9 @@ public:
 
 // The prompter of the GUI: a real message box unless the script has an answer.
 class DesktopPrompter : public Prompter {
-public:
-    PromptAnswer show(PromptIcon icon, PromptButtons buttons, const QString& title, const QString& text) override;
+  public:
+    PromptAnswer show(PromptIcon icon, PromptButtons buttons, const QString& title,
+                      const QString& text) override;
 };
 
 // "Name (*.a)|*.a|All (*.*)|*.*" to Qt's "Name (*.a);;All (*.*)".

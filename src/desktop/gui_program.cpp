@@ -8,9 +8,9 @@
 
 #include "core/process_state.h"
 #include "database/connection.h"
-#include "outlook/compose_form.h"
 #include "desktop/gui_section_loader.h"
 #include "notifications/notification_display_form.h"
+#include "outlook/compose_form.h"
 #include "settings/manager_settings_form.h"
 
 namespace tlm {
@@ -19,9 +19,10 @@ namespace {
 
 // For the start-up benchmark: ends the process the moment the first window is shown.
 class ExitAtFirstWindow : public QObject {
-public:
+  public:
     bool eventFilter(QObject* watched, QEvent* event) override {
-        if (event->type() == QEvent::Show && watched->isWidgetType() && static_cast<QWidget*>(watched)->isWindow()) {
+        if (event->type() == QEvent::Show && watched->isWidgetType() &&
+            static_cast<QWidget*>(watched)->isWindow()) {
             std::fflush(stdout);
             std::_Exit(0);
         }
@@ -32,16 +33,19 @@ public:
 }  // namespace
 
 Program::Program() {
-    if (qEnvironmentVariableIsSet("TLM_EXIT_AT_FIRST_WINDOW")) qApp->installEventFilter(new ExitAtFirstWindow);
+    if (qEnvironmentVariableIsSet("TLM_EXIT_AT_FIRST_WINDOW"))
+        qApp->installEventFilter(new ExitAtFirstWindow);
     SetPrompter(&prompter_);
     SetErrorPresenter(&presenter_);
     SetShellLauncher(&shell_);
-    InstallComposeWindow();  // the error report's mail goes through the mail profile
-    InstallNotificationMail();  // list saves and requests to report send their mails
+    InstallComposeWindow();              // the error report's mail goes through the mail profile
+    InstallNotificationMail();           // list saves and requests to report send their mails
     InstallManagerSettingsDialogHost();  // the first-run and database setup panel
 }
 
-Program::~Program() { DestroyAllObjects(); }
+Program::~Program() {
+    DestroyAllObjects();
+}
 
 bool Program::ReadLocalSettings() {
     mySettings_ = std::make_unique<cMySettings>();
@@ -56,18 +60,22 @@ bool Program::LoadGlobalSettings() {
     SetDBSettings(dbSettings_.get());
     bool ok = false;
     dbSettings_->LoadGlobalSettings(true, ok);
-    if (ok) uiSettings_ = std::make_unique<cUISettings>();
+    if (ok)
+        uiSettings_ = std::make_unique<cUISettings>();
     return ok;
 }
 
-void Program::LoadSection(qint32 section) { subLoadSection(section); }
+void Program::LoadSection(qint32 section) {
+    subLoadSection(section);
+}
 
 void Program::DestroyAllObjects() {
     // Windows first, from the last to the first; a window that refuses to close stops the walk.
     QWidgetList windows = QApplication::topLevelWidgets();
     for (int i = int(windows.size()) - 1; i >= 0; --i) {
         windows[i]->close();
-        if (QApplication::topLevelWidgets().size() == windows.size()) break;
+        if (QApplication::topLevelWidgets().size() == windows.size())
+            break;
         windows = QApplication::topLevelWidgets();
     }
     subCloseConnection();

@@ -15,7 +15,7 @@ namespace tlm {
 // The objects of one process, built by main: installs the GUI's prompter, error dialogs and shell,
 // and answers Main's steps.
 class Program : public StartupHooks {
-public:
+  public:
     Program();
     ~Program() override;
 
@@ -27,7 +27,7 @@ public:
     cMySettings* mySettings() const { return mySettings_.get(); }
     cUISettings* uiSettings() const { return uiSettings_.get(); }
 
-private:
+  private:
     DesktopPrompter prompter_;
     GuiErrorPresenter presenter_;
     DesktopShellLauncher shell_;

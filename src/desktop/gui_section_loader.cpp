@@ -31,19 +31,23 @@ const ScreenRow kScreens[] = {
 
 ScreenOpener OpenerFor(SectionWindow window) {
     for (const ScreenRow& row : kScreens)
-        if (row.window == window) return row.open;
+        if (row.window == window)
+            return row.open;
     return nullptr;
 }
 
 QString NotAvailableText(qint32 section) {
-    return QStringLiteral("Section %1 (%2) is not available in this build.").arg(section).arg(SectionDescription(section));
+    return QStringLiteral("Section %1 (%2) is not available in this build.")
+        .arg(section)
+        .arg(SectionDescription(section));
 }
 
 void subLoadSection(qint32 section) {
     subTraceAction(QStringLiteral("Loading section ") + QString::number(section));
     Process().lngCurrentSection = section;
     const SectionWindow window = WindowForSection(section);
-    if (window == SectionWindow::ManagerSettings && section == 14) Process().blnDatabaseSetup = true;
+    if (window == SectionWindow::ManagerSettings && section == 14)
+        Process().blnDatabaseSetup = true;
     if (ScreenOpener open = OpenerFor(window)) {
         open(section);
         return;

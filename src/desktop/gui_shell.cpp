@@ -12,7 +12,8 @@ bool DesktopShellLauncher::openUrl(const QString& url) {
     return QDesktopServices::openUrl(u);
 }
 
-bool DesktopShellLauncher::startProgram(const QString& path, const QString& arguments, const QString& folder) {
+bool DesktopShellLauncher::startProgram(const QString& path, const QString& arguments,
+                                        const QString& folder) {
     return QProcess::startDetached(path, QProcess::splitCommand(arguments), folder);
 }
 

@@ -6,7 +6,7 @@ namespace tlm {
 
 // Links and documents open with the desktop's handler; programs start detached.
 class DesktopShellLauncher : public ShellLauncher {
-public:
+  public:
     bool openUrl(const QString& url) override;
     bool startProgram(const QString& path, const QString& arguments, const QString& folder) override;
 };

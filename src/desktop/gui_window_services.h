@@ -6,7 +6,7 @@ namespace tlm {
 
 // Keeping a window above the others, through window flags.
 class clsAlwaysOnTop {
-public:
+  public:
     static void MakeTopMost(QWidget* window);
     static void MakeNormal(QWidget* window);
 };

@@ -19,10 +19,11 @@ struct NumberKey {
 void ReadNumbers(const QString& section, const QList<NumberKey>& keys) {
     for (const NumberKey& k : keys) {
         bool ok = false;
-        const qint16 v = ToInt16(GetSetting(kSettingsApplication, section, QString::fromLatin1(k.key),
-                                            QString::fromLatin1(k.def)),
-                                 &ok);
-        if (ok) *k.value = v;
+        const qint16 v = ToInt16(
+            GetSetting(kSettingsApplication, section, QString::fromLatin1(k.key), QString::fromLatin1(k.def)),
+            &ok);
+        if (ok)
+            *k.value = v;
     }
 }
 
@@ -65,8 +66,8 @@ void cUISettings::ReadReportsUIValues() {
                            {"FilterByIndex", &Reports_FilterByIndex, "0"}});
     Reports_SelectedFieldsList_Tasks =
         GetSetting(kSettingsApplication, kReports, QStringLiteral("SelectedFieldsListTasks"), QString());
-    Reports_SelectedFieldsList_Appointments =
-        GetSetting(kSettingsApplication, kReports, QStringLiteral("SelectedFieldsListAppointments"), QString());
+    Reports_SelectedFieldsList_Appointments = GetSetting(
+        kSettingsApplication, kReports, QStringLiteral("SelectedFieldsListAppointments"), QString());
     Reports_SelectedFieldsList_Common =
         GetSetting(kSettingsApplication, kReports, QStringLiteral("SelectedFieldsListCommon"), QString());
     ReadNumbers(kReports, {{"WindowState", &Reports_WindowState, "0"},

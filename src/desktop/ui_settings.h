@@ -9,7 +9,7 @@ namespace tlm {
 // when it loads and saves them when it unloads. A stored value that is no 16-bit number leaves the
 // property as it was.
 class cUISettings {
-public:
+  public:
     // SearchUI
     qint16 Search_SubjectWidth = 150;
     qint16 Search_IDWidth = 50;

@@ -45,10 +45,12 @@ RunResult Finish(QProcess* p, int timeoutMs) {
 }
 
 QString RandomArgument(QRandomGenerator& rng) {
-    static const QString alphabet = QStringLiteral("abcXYZ019-+. ,;:'\"\\/$&*?!#%@=_\t") + QChar(0x00E9) + QChar(0x4E2D);
+    static const QString alphabet =
+        QStringLiteral("abcXYZ019-+. ,;:'\"\\/$&*?!#%@=_\t") + QChar(0x00E9) + QChar(0x4E2D);
     const int len = rng.bounded(0, 24);
     QString s;
-    for (int i = 0; i < len; ++i) s += alphabet[rng.bounded(int(alphabet.size()))];
+    for (int i = 0; i < len; ++i)
+        s += alphabet[rng.bounded(int(alphabet.size()))];
     return s;
 }
 
@@ -68,8 +70,9 @@ TEST(ProgramCommandLine, HelpAndVersionPrintAndExitZero) {
 
 TEST(ProgramCommandLine, RefusedArgumentsEndSilently) {
     const QString home = test::NewTempDir(QStringLiteral("cli"));
-    for (const QStringList& args : {QStringList{}, QStringList{QStringLiteral("projects")}, QStringList{"1", "2"},
-                                    QStringList{QStringLiteral("-h")}, QStringList{QStringLiteral("0x10")}}) {
+    for (const QStringList& args :
+         {QStringList{}, QStringList{QStringLiteral("projects")}, QStringList{"1", "2"},
+          QStringList{QStringLiteral("-h")}, QStringList{QStringLiteral("0x10")}}) {
         RunResult r = Finish(Start(args, home), 20000);
         ASSERT_TRUE(r.finished) << args.join(' ').toStdString();
         EXPECT_EQ(r.exitCode, kExitRefusedArgument);
@@ -87,16 +90,19 @@ TEST(ProgramCommandLine, RandomNonNumericLinesNeverCrashOrTouchAnything) {
     while (lines.size() < 1000) {
         QStringList args;
         const int n = rng.bounded(0, 4);
-        for (int i = 0; i < n; ++i) args << RandomArgument(rng);
+        for (int i = 0; i < n; ++i)
+            args << RandomArgument(rng);
         // Numeric lines open a screen by design; they are covered by the dispatch tests.
-        if (ParseCommandLine(args).kind != CommandLine::Silent) continue;
+        if (ParseCommandLine(args).kind != CommandLine::Silent)
+            continue;
         lines << args;
     }
     constexpr int kParallel = 8;
     int checked = 0;
     for (int i = 0; i < lines.size(); i += kParallel) {
         QList<QProcess*> running;
-        for (int j = i; j < qMin(i + kParallel, int(lines.size())); ++j) running << Start(lines[j], home);
+        for (int j = i; j < qMin(i + kParallel, int(lines.size())); ++j)
+            running << Start(lines[j], home);
         for (int j = 0; j < running.size(); ++j) {
             RunResult r = Finish(running[j], 20000);
             const std::string shown = lines[i + j].join(QStringLiteral("|")).toStdString();

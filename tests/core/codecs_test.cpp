@@ -23,7 +23,8 @@ TEST(DateText, IsUnpaddedAndLocaleFree) {
     EXPECT_EQ(fncGetDateTextOrEmpty(QDateTime(QDate(4501, 1, 1), QTime())), QString());
     EXPECT_EQ(fncGetDateTextOrEmpty(ZeroDate()), QString());
     EXPECT_EQ(fncGetDateTextOrEmpty(QDateTime(QDate(1, 1, 1), QTime())), QString());
-    EXPECT_EQ(fncGetDateTextOrEmpty(QDateTime(QDate(2026, 11, 23), QTime(8, 0))), QStringLiteral("2026-11-23"));
+    EXPECT_EQ(fncGetDateTextOrEmpty(QDateTime(QDate(2026, 11, 23), QTime(8, 0))),
+              QStringLiteral("2026-11-23"));
 }
 
 TEST(DateText, ParsesWithCarryAndFallsBackToZero) {
@@ -54,11 +55,11 @@ TEST(EmptyDate, CoversTheThreeNoDateYears) {
 
 TEST(FieldChange, NullAndEmptyRules) {
     const QVariant nullText(QMetaType::fromType<QString>());
-    EXPECT_TRUE(IsFieldChanged(nullText, QString()));             // empty text against NULL: changed
-    EXPECT_FALSE(IsFieldChanged(QString(""), QString("")));      // empty against empty: same
-    EXPECT_FALSE(IsFieldChanged(QString("abc"), nullText));       // a NULL new value is never a change
-    EXPECT_TRUE(IsFieldChanged(nullText, QVariant()));            // empty variant is not NULL
-    EXPECT_FALSE(IsFieldChanged(QString(""), QVariant()));        // empty variant equals empty text
+    EXPECT_TRUE(IsFieldChanged(nullText, QString()));        // empty text against NULL: changed
+    EXPECT_FALSE(IsFieldChanged(QString(""), QString("")));  // empty against empty: same
+    EXPECT_FALSE(IsFieldChanged(QString("abc"), nullText));  // a NULL new value is never a change
+    EXPECT_TRUE(IsFieldChanged(nullText, QVariant()));       // empty variant is not NULL
+    EXPECT_FALSE(IsFieldChanged(QString(""), QVariant()));   // empty variant equals empty text
 }
 
 TEST(FieldChange, TextsExactNumbersAndDatesByValue) {

@@ -80,9 +80,11 @@ TEST(Dictionary, SortByItemWithTiesFollowsTheExchangeSort) {
 
 TEST(Dictionary, LargeSortIsOrderedAndFast) {
     Dictionary<int> d;
-    for (int i = 0; i < 50000; ++i) d.Add(QStringLiteral("key%1").arg((i * 7919) % 50000, 5, 10, QChar('0')), i);
+    for (int i = 0; i < 50000; ++i)
+        d.Add(QStringLiteral("key%1").arg((i * 7919) % 50000, 5, 10, QChar('0')), i);
     auto s = Sort(d, 1);
     const QStringList keys = s.Keys();
     ASSERT_EQ(keys.size(), 50000);
-    for (int i = 1; i < keys.size(); ++i) ASSERT_LT(keys[i - 1].compare(keys[i], Qt::CaseInsensitive), 0);
+    for (int i = 1; i < keys.size(); ++i)
+        ASSERT_LT(keys[i - 1].compare(keys[i], Qt::CaseInsensitive), 0);
 }

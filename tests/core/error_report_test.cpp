@@ -10,7 +10,7 @@ using namespace tlm;
 namespace {
 
 class RecordingPresenter : public ErrorPresenter {
-public:
+  public:
     QStringList reports, friendly;
     QList<bool> direct;
     void showReport(const QString& text, bool allowDirect) override {
@@ -21,7 +21,7 @@ public:
 };
 
 class RecordingMailer : public ErrorReportMailer {
-public:
+  public:
     bool up = true, ok = true;
     QStringList subjects, bodies;
     bool available() const override { return up; }
@@ -33,7 +33,7 @@ public:
 };
 
 class ErrorPath : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         ResetErrorReportingForTests();
         SetErrorPresenter(&presenter);
@@ -52,9 +52,11 @@ protected:
 }  // namespace
 
 TEST_F(ErrorPath, ReportTextHasTheFiveLinesInOrder) {
-    const QString t = BuildReportText(Failure{-2147467259, QStringLiteral("Boom"), 42, QStringLiteral("DB.GetCONN")});
-    EXPECT_EQ(t, QStringLiteral("At Line: 42\r\nIn Function: DB.GetCONN\r\nSource: Tally Loom Manager Process\r\n"
-                                "Exception Number: -2147467259\r\nException Description: Boom\r\n"));
+    const QString t =
+        BuildReportText(Failure{-2147467259, QStringLiteral("Boom"), 42, QStringLiteral("DB.GetCONN")});
+    EXPECT_EQ(
+        t, QStringLiteral("At Line: 42\r\nIn Function: DB.GetCONN\r\nSource: Tally Loom Manager Process\r\n"
+                          "Exception Number: -2147467259\r\nException Description: Boom\r\n"));
 }
 
 TEST_F(ErrorPath, OnlyTheFirstReportOfAProcessIsShown) {
@@ -65,17 +67,19 @@ TEST_F(ErrorPath, OnlyTheFirstReportOfAProcessIsShown) {
     EXPECT_TRUE(presenter.direct[0]);
     EXPECT_TRUE(ReportShown());
     // The friendly path still shows after a report.
-    subShowFriendlyError(QStringLiteral("Connection lost"), Failure{7, QStringLiteral("x"), 0, QStringLiteral("DB.x")});
+    subShowFriendlyError(QStringLiteral("Connection lost"),
+                         Failure{7, QStringLiteral("x"), 0, QStringLiteral("DB.x")});
     ASSERT_EQ(presenter.friendly.size(), 1);
     EXPECT_TRUE(presenter.friendly[0].contains(QStringLiteral("Function: DB.x")));
 }
 
 TEST_F(ErrorPath, PasswordsNeverReachAReport) {
     RegisterSecret(QStringLiteral("s3cr|et"));
-    subReportError(Failure{1,
-                           QStringLiteral("Login failed\r\n\r\nstrConn=Provider=SQLOLEDB.1;Password=hunter2;User "
-                                          "ID=sa;Data Source=db; pwd = other ; also s3cr|et"),
-                           0, QStringLiteral("DB.Initialize")});
+    subReportError(
+        Failure{1,
+                QStringLiteral("Login failed\r\n\r\nstrConn=Provider=SQLOLEDB.1;Password=hunter2;User "
+                               "ID=sa;Data Source=db; pwd = other ; also s3cr|et"),
+                0, QStringLiteral("DB.Initialize")});
     ASSERT_EQ(presenter.reports.size(), 1);
     const QString r = presenter.reports[0];
     EXPECT_FALSE(r.contains(QStringLiteral("hunter2")));

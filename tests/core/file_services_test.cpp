@@ -14,7 +14,7 @@ using namespace tlm;
 namespace {
 
 class RecordingLauncher : public ShellLauncher {
-public:
+  public:
     QStringList urls, programs;
     bool startOk = true;
     bool openUrl(const QString& url) override {
@@ -37,8 +37,10 @@ TEST(FileServices, StripsOneTrailingSlashOnly) {
 }
 
 TEST(FileServices, LinksPassWithoutAFileTestInAnyCase) {
-    for (const char* link : {"http://example.invalid/x", "HTTPS://x.invalid", "mailto:a@b.invalid", "MailTo:x"}) {
-        const RunTarget t = ResolveRunTarget(QString::fromLatin1(link), QStringLiteral("/nonexistent"), QString());
+    for (const char* link :
+         {"http://example.invalid/x", "HTTPS://x.invalid", "mailto:a@b.invalid", "MailTo:x"}) {
+        const RunTarget t =
+            ResolveRunTarget(QString::fromLatin1(link), QStringLiteral("/nonexistent"), QString());
         EXPECT_TRUE(t.isLink) << link;
         EXPECT_EQ(t.path, QString::fromLatin1(link));
     }
@@ -74,7 +76,8 @@ TEST(FileServices, RunAppStartsNothingForAMissingProgramAndReportsAFailedStart) 
     RunApp(QStringLiteral("tool"), QStringLiteral("a b"), folder);
     EXPECT_EQ(launcher.programs, QStringList{folder + QStringLiteral("/tool a b")});
     ASSERT_EQ(prompts.shown().size(), 1);
-    EXPECT_TRUE(prompts.shown()[0].text.startsWith(QStringLiteral("Exception occured when running the file ")));
+    EXPECT_TRUE(
+        prompts.shown()[0].text.startsWith(QStringLiteral("Exception occured when running the file ")));
     SetShellLauncher(nullptr);
     SetPrompter(nullptr);
 }
@@ -90,7 +93,8 @@ TEST(FileServices, AtomicWriteReplacesWholeAndKeepsPrivateMode) {
     struct stat st {};
     ASSERT_EQ(::stat(QFile::encodeName(path).constData(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600u);
-    EXPECT_EQ(QDir(dir + QStringLiteral("/sub")).entryList(QDir::Files), QStringList{QStringLiteral("file.txt")});
+    EXPECT_EQ(QDir(dir + QStringLiteral("/sub")).entryList(QDir::Files),
+              QStringList{QStringLiteral("file.txt")});
     QString error;
     EXPECT_FALSE(WriteFileAtomically(path + QStringLiteral("/under-a-file"), QByteArray("x"), true, &error));
     EXPECT_FALSE(error.isEmpty());

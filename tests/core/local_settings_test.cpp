@@ -15,14 +15,14 @@ using namespace tlm;
 namespace {
 
 class CapturingPresenter : public ErrorPresenter {
-public:
+  public:
     QStringList reports;
     void showReport(const QString& t, bool) override { reports << t; }
     void showFriendly(const QString&, const QString&) override {}
 };
 
 class LocalSettings : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         file = test::FreshLocalSettings();
         ResetErrorReportingForTests();
@@ -95,7 +95,8 @@ TEST_F(LocalSettings, SaveThenReadRoundTripsAndKeepsTheFilePrivate) {
 }
 
 TEST_F(LocalSettings, PasswordWithBarShiftsTheFieldsAsStored) {
-    SaveSetting(kSettingsApplication, QString(), QStringLiteral("DatabaseInfo"), QStringLiteral("srv|db|0|usr|pa|ss"));
+    SaveSetting(kSettingsApplication, QString(), QStringLiteral("DatabaseInfo"),
+                QStringLiteral("srv|db|0|usr|pa|ss"));
     cMySettings s;
     s.ReadSettings();
     EXPECT_EQ(s.Server, QStringLiteral("srv"));
@@ -136,15 +137,18 @@ TEST_F(LocalSettings, EmptyApplicationOrKeyIsRefused) {
     EXPECT_FALSE(SaveSetting(QStringLiteral(" "), QString(), QStringLiteral("k"), QStringLiteral("v"), &f));
     EXPECT_EQ(f.description, QStringLiteral("AppName may not be empty"));
     EXPECT_EQ(f.number, errnum::kAppNameEmpty);
-    EXPECT_EQ(GetSetting(kSettingsApplication, QString(), QString(), QStringLiteral("def"), &f), QStringLiteral("def"));
+    EXPECT_EQ(GetSetting(kSettingsApplication, QString(), QString(), QStringLiteral("def"), &f),
+              QStringLiteral("def"));
     EXPECT_EQ(f.description, QStringLiteral("Key may not be empty"));
     EXPECT_FALSE(QFile::exists(file));
 }
 
 TEST_F(LocalSettings, SectionsAreGroupsAndNonTextIsRefused) {
-    ASSERT_TRUE(SaveSetting(kSettingsApplication, QStringLiteral("ReportsUI"), QStringLiteral("Width"), QStringLiteral("9000")));
-    EXPECT_EQ(GetSetting(kSettingsApplication, QStringLiteral("ReportsUI"), QStringLiteral("Width"), QString()),
-              QStringLiteral("9000"));
+    ASSERT_TRUE(SaveSetting(kSettingsApplication, QStringLiteral("ReportsUI"), QStringLiteral("Width"),
+                            QStringLiteral("9000")));
+    EXPECT_EQ(
+        GetSetting(kSettingsApplication, QStringLiteral("ReportsUI"), QStringLiteral("Width"), QString()),
+        QStringLiteral("9000"));
     EXPECT_EQ(GetSetting(kSettingsApplication, QString(), QStringLiteral("Width"), QStringLiteral("none")),
               QStringLiteral("none"));
     {
@@ -152,8 +156,9 @@ TEST_F(LocalSettings, SectionsAreGroupsAndNonTextIsRefused) {
         raw.setValue(QStringLiteral("ListValue"), QStringList{QStringLiteral("a"), QStringLiteral("b")});
     }
     Failure f;
-    EXPECT_EQ(GetSetting(kSettingsApplication, QString(), QStringLiteral("ListValue"), QStringLiteral("d"), &f),
-              QStringLiteral("d"));
+    EXPECT_EQ(
+        GetSetting(kSettingsApplication, QString(), QStringLiteral("ListValue"), QStringLiteral("d"), &f),
+        QStringLiteral("d"));
     EXPECT_EQ(f.description, QStringLiteral("Registry data not a string"));
 }
 

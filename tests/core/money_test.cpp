@@ -8,9 +8,9 @@ TEST(Money, ParsesExactlyAndRoundsHalfToEven) {
     EXPECT_EQ(Money::parse(QStringLiteral("67.5"))->units, 675000);
     EXPECT_EQ(Money::parse(QStringLiteral("-3.25"))->units, -32500);
     EXPECT_EQ(Money::parse(QStringLiteral("1,234.5678"))->units, 12345678);
-    EXPECT_EQ(Money::parse(QStringLiteral("0.00005"))->units, 0);      // tie to even (0)
-    EXPECT_EQ(Money::parse(QStringLiteral("0.00015"))->units, 2);      // tie to even (2)
-    EXPECT_EQ(Money::parse(QStringLiteral("0.000051"))->units, 1);     // above the tie
+    EXPECT_EQ(Money::parse(QStringLiteral("0.00005"))->units, 0);   // tie to even (0)
+    EXPECT_EQ(Money::parse(QStringLiteral("0.00015"))->units, 2);   // tie to even (2)
+    EXPECT_EQ(Money::parse(QStringLiteral("0.000051"))->units, 1);  // above the tie
     EXPECT_EQ(Money::parse(QStringLiteral(".5"))->units, 5000);
     for (const char* bad : {"", "-", "1.2.3", "abc", "1e5", "99999999999999999999"})
         EXPECT_FALSE(Money::parse(QString::fromLatin1(bad)).has_value()) << bad;

@@ -10,7 +10,7 @@ using namespace tlm;
 namespace {
 
 class Hooks : public StartupHooks {
-public:
+  public:
     bool firstRun = false, loadOk = true;
     QStringList calls;
     QList<qint32> sections;
@@ -30,7 +30,7 @@ public:
 };
 
 class Reports : public ErrorPresenter {
-public:
+  public:
     QStringList texts;
     void showReport(const QString& t, bool) override { texts << t; }
     void showFriendly(const QString&, const QString&) override {}
@@ -38,7 +38,8 @@ public:
 
 CommandLine Parse(std::initializer_list<const char*> args) {
     QStringList l;
-    for (const char* a : args) l << QString::fromUtf8(a);
+    for (const char* a : args)
+        l << QString::fromUtf8(a);
     return ParseCommandLine(l);
 }
 
@@ -106,12 +107,14 @@ TEST(MainFlow, OutOfRangeNumberTakesTheFailurePathWithLabelMain) {
 }
 
 TEST(SectionTable, WindowsAndPanels) {
-    for (int s : {1, 2, 3, 10, 11, 12, 13}) EXPECT_EQ(WindowForSection(s), SectionWindow::ManagerList) << s;
+    for (int s : {1, 2, 3, 10, 11, 12, 13})
+        EXPECT_EQ(WindowForSection(s), SectionWindow::ManagerList) << s;
     EXPECT_EQ(WindowForSection(4), SectionWindow::Templates);
     EXPECT_EQ(WindowForSection(20), SectionWindow::Search);
     EXPECT_EQ(WindowForSection(21), SectionWindow::Reports);
     EXPECT_EQ(WindowForSection(22), SectionWindow::ReviewReports);
-    for (int s : {0, 5, 6, 8, 9, 14, 15, 18, 19, 24, 25, 99, -1}) EXPECT_EQ(WindowForSection(s), SectionWindow::ManagerSettings) << s;
+    for (int s : {0, 5, 6, 8, 9, 14, 15, 18, 19, 24, 25, 99, -1})
+        EXPECT_EQ(WindowForSection(s), SectionWindow::ManagerSettings) << s;
     EXPECT_EQ(SettingsPanelForSection(14).title, QStringLiteral("Database Settings"));
     EXPECT_EQ(SettingsPanelForSection(19).title, QStringLiteral("Upgrade Options"));
     EXPECT_EQ(SettingsPanelForSection(6).panel, QStringLiteral("ucMyProjects"));

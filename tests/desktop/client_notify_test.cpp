@@ -16,16 +16,18 @@ namespace {
 
 // A listener on its own thread, since the sender blocks the calling thread while it writes.
 class Listener : public QThread {
-public:
+  public:
     explicit Listener(const QString& name, bool readIt = true) : name_(name), read_(readIt) {}
     std::atomic<qint32> received{-1};
     std::atomic<bool> ready{false};
     void run() override {
         QLocalServer server;
         QLocalServer::removeServer(name_);
-        if (!server.listen(name_)) return;
+        if (!server.listen(name_))
+            return;
         ready = true;
-        if (!server.waitForNewConnection(3000)) return;
+        if (!server.waitForNewConnection(3000))
+            return;
         QLocalSocket* s = server.nextPendingConnection();
         if (!read_) {
             QThread::msleep(3000);
@@ -40,7 +42,7 @@ public:
         }
     }
 
-private:
+  private:
     QString name_;
     bool read_;
 };
@@ -48,7 +50,7 @@ private:
 // Local server names live in the temporary folder; ctest runs test processes side by side,
 // so each test gets a folder of its own and never meets another test's listener.
 class ClientNotify : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         ASSERT_TRUE(dir_.isValid());
         oldTmp_ = qgetenv("TMPDIR");
@@ -61,13 +63,14 @@ protected:
             qputenv("TMPDIR", oldTmp_);
     }
 
-private:
+  private:
     QTemporaryDir dir_;
     QByteArray oldTmp_;
 };
 
 void WaitReady(Listener& l) {
-    for (int i = 0; i < 300 && !l.ready; ++i) QThread::msleep(10);
+    for (int i = 0; i < 300 && !l.ready; ++i)
+        QThread::msleep(10);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 using namespace tlm;
 
 class Dialogs : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         DialogScript::clear();
         SetPrompter(&prompter);
@@ -21,8 +21,10 @@ protected:
 TEST_F(Dialogs, ScriptedAnswersAreTakenInOrderAndMessagesRecorded) {
     DialogScript::queueAnswer(PromptAnswer::Yes);
     DialogScript::queueAnswer(PromptAnswer::No);
-    EXPECT_EQ(MsgBox(QStringLiteral("Continue?"), PromptIcon::Question, PromptButtons::YesNo), PromptAnswer::Yes);
-    EXPECT_EQ(MsgBox(QStringLiteral("Really? Password=x"), PromptIcon::Question, PromptButtons::YesNo), PromptAnswer::No);
+    EXPECT_EQ(MsgBox(QStringLiteral("Continue?"), PromptIcon::Question, PromptButtons::YesNo),
+              PromptAnswer::Yes);
+    EXPECT_EQ(MsgBox(QStringLiteral("Really? Password=x"), PromptIcon::Question, PromptButtons::YesNo),
+              PromptAnswer::No);
     EXPECT_EQ(DialogScript::shownMessages(), (QStringList{"Continue?", "Really? Password=****"}));
 }
 
@@ -32,7 +34,8 @@ TEST_F(Dialogs, FileAndFolderAnswersIncludingCancel) {
     DialogScript::queueFolder(QStringLiteral("/srv/data"));
     EXPECT_EQ(SaveFileToDisk(QStringLiteral("Excel (*.xlsx)|*.xlsx")), QStringLiteral("/tmp/report.xlsx"));
     EXPECT_EQ(OpenFileFromDisk(QStringLiteral("All|*.*")), QString());
-    EXPECT_EQ(fncBrowseForFolder(nullptr, QStringLiteral("Select a destination folder")), QStringLiteral("/srv/data"));
+    EXPECT_EQ(fncBrowseForFolder(nullptr, QStringLiteral("Select a destination folder")),
+              QStringLiteral("/srv/data"));
 }
 
 TEST(FileFilter, BarSeparatedPairsBecomeQtFilters) {

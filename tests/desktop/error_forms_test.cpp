@@ -26,7 +26,8 @@ struct Mailer : ErrorReportMailer {
 QStringList g_seen;
 void Capture(QDialog* dialog) {
     g_seen << dialog->metaObject()->className();
-    for (QLabel* l : dialog->findChildren<QLabel*>()) g_seen << l->text();
+    for (QLabel* l : dialog->findChildren<QLabel*>())
+        g_seen << l->text();
 }
 
 }  // namespace
@@ -80,7 +81,8 @@ TEST(ErrorReportForm, MailAccountButtonOpensTheAccountDialog) {
 }
 
 TEST(FriendlyErrorForm, StartsWithTheReportShown) {
-    frmFriendlyError form(QStringLiteral("Connection to the database cannot be established!"), QStringLiteral("r"));
+    frmFriendlyError form(QStringLiteral("Connection to the database cannot be established!"),
+                          QStringLiteral("r"));
     form.show();
     EXPECT_TRUE(form.reportVisible());
     EXPECT_EQ(form.viewButton()->text(), QStringLiteral("Hide Report"));

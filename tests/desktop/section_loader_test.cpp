@@ -13,7 +13,8 @@ TEST(SectionLoader, UnbuiltScreensShowANamedMessage) {
     SetPrompter(&prompter);
     DialogScript::clear();
     for (int s : {3, 5, 14, 22}) {
-        if (OpenerFor(WindowForSection(s))) continue;  // built screens are tested with their subsystem
+        if (OpenerFor(WindowForSection(s)))
+            continue;  // built screens are tested with their subsystem
         DialogScript::queueAnswer(PromptAnswer::Ok);
         subLoadSection(s);
         EXPECT_EQ(Process().lngCurrentSection, s);

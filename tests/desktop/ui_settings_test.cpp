@@ -40,15 +40,19 @@ TEST(UISettings, RoundTripPerSectionAndTheAuditDateQuirk) {
     EXPECT_EQ(in.Reports_ReportTypeIndex, 1);
     EXPECT_EQ(in.Audit_Width, 9000);
     EXPECT_EQ(in.Audit_QueryByDate, 0);
-    EXPECT_EQ(GetSetting(kSettingsApplication, QStringLiteral("AuditUI"), QStringLiteral("TimePeriodIndex"), {}),
-              QStringLiteral("3"));
+    EXPECT_EQ(
+        GetSetting(kSettingsApplication, QStringLiteral("AuditUI"), QStringLiteral("TimePeriodIndex"), {}),
+        QStringLiteral("3"));
 }
 
 TEST(UISettings, ValueThatIsNoSmallNumberLeavesThePropertyAsItWas) {
     test::FreshLocalSettings();
-    SaveSetting(kSettingsApplication, QStringLiteral("SearchUI"), QStringLiteral("Width"), QStringLiteral("70000"));
-    SaveSetting(kSettingsApplication, QStringLiteral("SearchUI"), QStringLiteral("Height"), QStringLiteral("tall"));
-    SaveSetting(kSettingsApplication, QStringLiteral("SearchUI"), QStringLiteral("IDWidth"), QStringLiteral("77"));
+    SaveSetting(kSettingsApplication, QStringLiteral("SearchUI"), QStringLiteral("Width"),
+                QStringLiteral("70000"));
+    SaveSetting(kSettingsApplication, QStringLiteral("SearchUI"), QStringLiteral("Height"),
+                QStringLiteral("tall"));
+    SaveSetting(kSettingsApplication, QStringLiteral("SearchUI"), QStringLiteral("IDWidth"),
+                QStringLiteral("77"));
     cUISettings ui;
     ui.Search_Width = 5;
     ui.ReadSearchUIValues();

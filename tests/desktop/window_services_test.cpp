@@ -30,7 +30,8 @@ TEST(WindowServices, MakeAllFormsNormalTreatsOnlyTheLastWindow) {
     ASSERT_EQ(all.size(), 3);
     MakeAllFormsNormal();
     int normal = 0;
-    for (QWidget* w : all) normal += (w->windowFlags() & Qt::WindowStaysOnTopHint) ? 0 : 1;
+    for (QWidget* w : all)
+        normal += (w->windowFlags() & Qt::WindowStaysOnTopHint) ? 0 : 1;
     EXPECT_EQ(normal, 1);
     EXPECT_FALSE(all.last()->windowFlags() & Qt::WindowStaysOnTopHint);
 }

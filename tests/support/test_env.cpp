@@ -9,7 +9,8 @@ namespace tlm::test {
 
 QString TestRoot() {
     static const QString root = [] {
-        const QString r = QDir::tempPath() + QStringLiteral("/tlm-tests-%1").arg(QCoreApplication::applicationPid());
+        const QString r =
+            QDir::tempPath() + QStringLiteral("/tlm-tests-%1").arg(QCoreApplication::applicationPid());
         QDir().mkpath(r);
         return r;
     }();
@@ -17,8 +18,8 @@ QString TestRoot() {
 }
 
 QString NewTempDir(const QString& name) {
-    const QString dir =
-        TestRoot() + QLatin1Char('/') + name + QLatin1Char('-') + QUuid::createUuid().toString(QUuid::Id128).left(8);
+    const QString dir = TestRoot() + QLatin1Char('/') + name + QLatin1Char('-') +
+                        QUuid::createUuid().toString(QUuid::Id128).left(8);
     QDir(dir).removeRecursively();
     QDir().mkpath(dir);
     return dir;
@@ -32,10 +33,18 @@ QString FreshLocalSettings() {
     return dir + QStringLiteral("/Orrinwell/TLM.conf");
 }
 
-QString PostgresConnectionString() { return qEnvironmentVariable("TLM_TEST_PG"); }
-QString SmtpPort() { return qEnvironmentVariable("TLM_TEST_SMTP_PORT"); }
-QString SmtpSpoolDir() { return qEnvironmentVariable("TLM_TEST_SMTP_SPOOL"); }
-QString LdapUri() { return qEnvironmentVariable("TLM_TEST_LDAP_URI"); }
+QString PostgresConnectionString() {
+    return qEnvironmentVariable("TLM_TEST_PG");
+}
+QString SmtpPort() {
+    return qEnvironmentVariable("TLM_TEST_SMTP_PORT");
+}
+QString SmtpSpoolDir() {
+    return qEnvironmentVariable("TLM_TEST_SMTP_SPOOL");
+}
+QString LdapUri() {
+    return qEnvironmentVariable("TLM_TEST_LDAP_URI");
+}
 
 QString BuiltProgram(const QString& name) {
     const QString dir = qEnvironmentVariable("TLM_BUILD_BIN_DIR", QStringLiteral(TLM_BUILD_BIN_DIR));
