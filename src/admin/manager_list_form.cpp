@@ -318,7 +318,7 @@ void frmManagerList::LoadNotifyButtons(int col, bool single) {
 }
 
 void frmManagerList::subResizeSpreadSheets() {
-    fps_->fitColumnsToWidth();
+    fps_->setFitColumnsOnResize(true);
 }
 
 void frmManagerList::resizeEvent(QResizeEvent* event) {
@@ -331,14 +331,7 @@ void OpenManagerList(qint32 section) {
     Process().lngCurrentSection = section;
     frmManagerList form;
     form.Load();
-    if (g_driver) {
-        form.show();
-        g_driver(form);
-        if (form.isVisible())
-            form.Exit();
-    } else {
-        form.exec();
-    }
+    RunScreen(form, g_driver);
 }
 
 void SetManagerListDriver(std::function<void(frmManagerList&)> driver) {

@@ -348,6 +348,18 @@ GridColumn GridWidget::effectiveColumn(int row, int col) const {
     return desc;
 }
 
+void GridWidget::setFitColumnsOnResize(bool on) {
+    fitOnResize_ = on;
+    if (on)
+        fitColumnsToWidth();
+}
+
+void GridWidget::resizeEvent(QResizeEvent* event) {
+    QTableWidget::resizeEvent(event);
+    if (fitOnResize_)
+        fitColumnsToWidth();
+}
+
 void GridWidget::fitColumnsToWidth() {
     int visible = 0;
     for (int c = 0; c < columnCount(); ++c)

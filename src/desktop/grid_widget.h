@@ -61,6 +61,9 @@ class GridWidget : public QTableWidget {
     QStringList comboItems(int row, int col) const;
     // Equal widths over the visible columns, filling the viewport.
     void fitColumnsToWidth();
+    // Keeps the columns fitted whenever the grid changes size (the grid knows its final width
+    // only after its window's layout ran, which is later than the window's own resize).
+    void setFitColumnsOnResize(bool on);
 
     // Values.
     QVariant value(int row, int col) const;
@@ -141,6 +144,7 @@ class GridWidget : public QTableWidget {
     void afterUserSort(int col);
 
   protected:
+    void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
@@ -173,6 +177,7 @@ class GridWidget : public QTableWidget {
     QColor lockColor_{235, 235, 235};
     GridDelegate* delegate_ = nullptr;
     DeleteKey deleteKey_ = DeleteKey::ClearCells;
+    bool fitOnResize_ = false;
     QModelIndex pressed_;
     int lastSortColumn_ = -1;
     Qt::SortOrder lastSortOrder_ = Qt::AscendingOrder;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 class QWidget;
 
 namespace tlm {
@@ -16,5 +18,19 @@ class clsAlwaysOnTop {
 void MakeAllFormsNormal();
 // The active window loses its always-on-top state (before an error dialog).
 void MakeActiveWindowNormal();
+
+// Runs a screen modal. A test installs a driver instead: it acts on the shown screen, and what it
+// leaves open is closed through the screen's own Exit, as the user's Exit would.
+template <class Form>
+void RunScreen(Form& form, const std::function<void(Form&)>& driver) {
+    if (!driver) {
+        form.exec();
+        return;
+    }
+    form.show();
+    driver(form);
+    if (form.isVisible())
+        form.Exit();
+}
 
 }  // namespace tlm

@@ -16,6 +16,7 @@
 #include <QVBoxLayout>
 
 #include "core/error_report.h"
+#include "desktop/gui_window_services.h"
 #include "outlook/mail_account_dialog.h"
 
 namespace tlm {
@@ -209,14 +210,7 @@ void frmTemplates::refreshPreview() {
 void OpenTemplates(qint32 /*section*/) {
     frmTemplates form;
     form.subGetSettings();
-    if (g_driver) {
-        form.show();
-        g_driver(form);
-        if (form.isVisible())
-            form.Exit();
-    } else {
-        form.exec();
-    }
+    RunScreen(form, g_driver);
 }
 
 void SetTemplatesDriver(std::function<void(frmTemplates&)> driver) {

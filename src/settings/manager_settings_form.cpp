@@ -162,14 +162,7 @@ void frmManagerSettings::done(int result) {
 bool ShowManagerSettingsModal() {
     frmManagerSettings form;
     form.Load();
-    if (g_driver) {
-        form.show();
-        g_driver(form);
-        if (form.isVisible())
-            form.Exit();
-    } else {
-        form.exec();
-    }
+    RunScreen(form, g_driver);
     return form.saved();
 }
 

@@ -466,3 +466,23 @@ TEST_F(Grid, BulkLoadGrowsRowsAndLeavesNoChangeMarks) {
     EXPECT_EQ(grid.rowCount(), 502);
     EXPECT_EQ(grid.dataRowCount(), 0);
 }
+
+// Fitted columns share the viewport equally, and stay fitted when the window gives the grid its
+// final size later (a fit done once at the window's first resize left them 20 pixels wide).
+TEST_F(Grid, FittedColumnsFollowTheGridsSize) {
+    grid.setColumnHidden(Colour, true);
+    grid.setFitColumnsOnResize(true);
+    const auto check = [&] {
+        const int expected = grid.viewport()->width() / 8;
+        for (int c = 0; c < grid.columnCount(); ++c) {
+            if (c != Colour) {
+                EXPECT_EQ(grid.columnWidth(c), expected) << "column " << c;
+            }
+        }
+    };
+    check();
+    grid.resize(1500, 300);
+    QCoreApplication::processEvents();
+    EXPECT_GT(grid.viewport()->width() / 8, 1100 / 8);
+    check();
+}
