@@ -175,6 +175,8 @@ void frmManagerList::subGetSettings() {
         if (layout_.notifyColumn >= 0)
             LoadNotifyButtons(layout_.notifyColumn, layout_.notifySingle);
     }
+    // Like a spreadsheet, there is always an empty row to type a new entry into.
+    fps_->setKeepBlankRow(true);
     fps_->clearChanged();
     dirty_ = false;
 }

@@ -478,6 +478,7 @@ void GridWidget::setMatrix(const QVector<QVector<QVariant>>& values, int firstRo
         }
     }
     setUpdatesEnabled(updates);
+    ensureBlankRow();
     viewport()->update();
 }
 
@@ -487,6 +488,20 @@ void GridWidget::clearValues() {
     QTableWidget::clearContents();
     setRowCount(rows);
     changed_ = false;
+}
+
+void GridWidget::setKeepBlankRow(bool keep) {
+    keepBlankRow_ = keep;
+    ensureBlankRow();
+}
+
+void GridWidget::ensureBlankRow() {
+    if (!keepBlankRow_ || !allowAddRows_ || gridLocked_)
+        return;
+    // The scan stops at the last row with data, so with the blank row in place it is short.
+    const int used = dataRowCount();
+    if (rowCount() <= used)
+        setRowCount(used + 1);
 }
 
 int GridWidget::dataRowCount() const {
@@ -599,6 +614,7 @@ void GridWidget::deleteRows(int at, int count) {
     commitOpenEditor();
     model()->removeRows(at, count);
     emit rowsRemoved(at, count);
+    ensureBlankRow();
 }
 
 int GridWidget::appendRow(const QVector<QVariant>& values) {
@@ -827,6 +843,7 @@ void GridWidget::applyUserValue(int row, int col, const QVariant& normalised) {
     cell(row, col)->setData(ChangedRole, true);
     changed_ = true;
     emit valueEdited(row, col);
+    ensureBlankRow();
 }
 
 void GridWidget::activateSpecialCell(int row, int col) {
@@ -938,6 +955,7 @@ GridWidget::PasteResult GridWidget::pasteText(const QString& tabText) {
     setUpdatesEnabled(updates);
     if (result.rowsAdded > 0)
         changed_ = true;
+    ensureBlankRow();
     return result;
 }
 

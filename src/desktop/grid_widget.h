@@ -93,6 +93,8 @@ class GridWidget : public QTableWidget {
     void deleteRows(int at, int count = 1);
     int appendRow(const QVector<QVariant>& values = {});
     void setAllowAddRows(bool allow) { allowAddRows_ = allow; }
+    // Keeps one empty row after the last row with data, where the user types a new entry.
+    void setKeepBlankRow(bool keep);
     bool allowAddRows() const { return allowAddRows_; }
 
     // Locks: a locked cell refuses edits and is painted in the lock colour.
@@ -178,6 +180,8 @@ class GridWidget : public QTableWidget {
     GridDelegate* delegate_ = nullptr;
     DeleteKey deleteKey_ = DeleteKey::ClearCells;
     bool fitOnResize_ = false;
+    bool keepBlankRow_ = false;
+    void ensureBlankRow();
     QModelIndex pressed_;
     int lastSortColumn_ = -1;
     Qt::SortOrder lastSortOrder_ = Qt::AscendingOrder;

@@ -166,6 +166,7 @@ void frmTemplates::ShowTemplate(int index) {
         return;
     }
     txtSubject_->setText(editor_.Subject(index));
+    txtSubject_->setCursorPosition(0);  // a long subject shows its beginning
     uHTMLEditor_->setPlainText(editor_.Body(index));
     uHTMLEditor_->setVisible(true);
     txtBodyTag_ = QString::number(index);

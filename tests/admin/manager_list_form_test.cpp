@@ -91,6 +91,8 @@ TEST_P(ManagerListFormTest, ProjectsShowTheirColumnsAndSaveEditsAddsAndDeletions
     EXPECT_EQ(G().column(1).comboItems, (QStringList{"Kim", "Lee", "Robin", ""}));
 
     ASSERT_EQ(G().dataRowCount(), 3);
+    EXPECT_EQ(G().rowCount(), 4);  // an empty row to type a new project into
+    EXPECT_EQ(G().text(3, 9), QString());
     EXPECT_EQ(G().text(0, 0), QStringLiteral("Apollo"));
     EXPECT_EQ(G().text(0, 2), QStringLiteral("90.00"));
     EXPECT_EQ(G().text(0, 3), QStringLiteral("2024-05-01"));

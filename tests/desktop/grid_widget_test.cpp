@@ -486,3 +486,31 @@ TEST_F(Grid, FittedColumnsFollowTheGridsSize) {
     EXPECT_GT(grid.viewport()->width() / 8, 1100 / 8);
     check();
 }
+
+// A list grid always offers one empty row below its data: typing into it, pasting past it or
+// deleting rows leaves exactly one, and the empty row never counts as data.
+TEST_F(Grid, KeptBlankRowFollowsTheDataAndIsNoData) {
+    grid.setRowCount(0);
+    grid.setKeepBlankRow(true);
+    EXPECT_EQ(grid.rowCount(), 1);
+    EXPECT_EQ(grid.dataRowCount(), 0);
+    EXPECT_FALSE(grid.isChanged());
+
+    grid.setCurrentCell(0, Name);
+    typeAndEnter(QStringLiteral("Ann"));
+    EXPECT_EQ(grid.value(0, Name).toString(), QStringLiteral("Ann"));
+    EXPECT_EQ(grid.dataRowCount(), 1);
+    EXPECT_EQ(grid.rowCount(), 2);
+
+    grid.setCurrentCell(1, Name);
+    grid.pasteText(QStringLiteral("Bob\nCy\n"));
+    EXPECT_EQ(grid.dataRowCount(), 3);
+    EXPECT_EQ(grid.rowCount(), 4);
+
+    grid.deleteRows(0, 3);
+    EXPECT_EQ(grid.rowCount(), 1);
+    EXPECT_EQ(grid.dataRowCount(), 0);
+
+    grid.setMatrix({{QStringLiteral("D")}, {QStringLiteral("E")}});
+    EXPECT_EQ(grid.rowCount(), 3);
+}
