@@ -8,53 +8,39 @@
 namespace tlm {
 
 bool cAppointmentData::ReadDataFromOutlookItem(const TlmItem& item) {
-    const SafeItem safe = GetSafeObject(item);
-    if (!safe)
+    const detail::ItemReader in(item);
+    if (!in.ok())
         return false;
     ID = GetFieldValueFromItem(item, QStringLiteral("ReportedID")).toString();
     if (ID.isEmpty())
         ID = QStringLiteral("0");
-    const auto safeText = [&](const char* name, QString& out) {
-        QVariant v;
-        GetSafeFieldValue(safe, QString::fromLatin1(name), v);
-        out = v.toString();
-    };
-    safeText("OptionalAttendees", OptionalAttendees);
-    safeText("Organizer", Organizer);
-    safeText("RequiredAttendees", RequiredAttendees);
-    safeText("Resources", Resources);
-    safeText("NetMeetingOrganizerAlias", NetMeetingOrganizerAlias);
-    safeText("Body", Body);
-    safeText("HTMLBody", HTMLBody);
-    const auto plain = [&](const char* name) { return item.property(QString::fromLatin1(name)); };
-    const auto date = [&](const char* name) {
-        const QVariant v = plain(name);
-        return v.typeId() == QMetaType::QDateTime ? v.toDateTime() : ZeroDate();
-    };
-    const auto named = [&](const char* name) {
-        return fncGetItemValueName(QString::fromLatin1(name), plain(name));
-    };
-    const auto flag = [&](const char* name) { return named(name) == u"True"; };
-    RecurrenceState = named("RecurrenceState");
-    AllDayEvent = flag("AllDayEvent");
-    BillingInformation = plain("BillingInformation").toString();
-    Categories = plain("Categories").toString();
-    Companies = plain("Companies").toString();
-    CreationTime = date("CreationTime");
+    OptionalAttendees = in.safeText("OptionalAttendees");
+    Organizer = in.safeText("Organizer");
+    RequiredAttendees = in.safeText("RequiredAttendees");
+    Resources = in.safeText("Resources");
+    NetMeetingOrganizerAlias = in.safeText("NetMeetingOrganizerAlias");
+    Body = in.safeText("Body");
+    HTMLBody = in.safeText("HTMLBody");
+    RecurrenceState = in.named("RecurrenceState");
+    AllDayEvent = in.flag("AllDayEvent");
+    BillingInformation = in.plain("BillingInformation").toString();
+    Categories = in.plain("Categories").toString();
+    Companies = in.plain("Companies").toString();
+    CreationTime = in.date("CreationTime");
     Duration = item.minutes(QStringLiteral("Duration"));
-    EndDate = date("End");
-    EntryID = plain("EntryID").toString();
-    Importance = named("Importance");
-    IsRecurring = flag("IsRecurring");
-    LastModificationTime = date("LastModificationTime");
-    Mileage = plain("Mileage").toString();
-    NoAging = flag("NoAging");
-    Location = plain("Location").toString();
-    MeetingStatus = named("MeetingStatus");
-    ResponseStatus = named("ResponseStatus");
-    Sensitivity = named("Sensitivity");
-    StartDate = date("Start");
-    Subject = plain("Subject").toString();
+    EndDate = in.date("End");
+    EntryID = in.plain("EntryID").toString();
+    Importance = in.named("Importance");
+    IsRecurring = in.flag("IsRecurring");
+    LastModificationTime = in.date("LastModificationTime");
+    Mileage = in.plain("Mileage").toString();
+    NoAging = in.flag("NoAging");
+    Location = in.plain("Location").toString();
+    MeetingStatus = in.named("MeetingStatus");
+    ResponseStatus = in.named("ResponseStatus");
+    Sensitivity = in.named("Sensitivity");
+    StartDate = in.date("Start");
+    Subject = in.plain("Subject").toString();
     ReportedBy = sCurrentUser();
     detail::ReadCommonUserFields(item, *this);
     return true;

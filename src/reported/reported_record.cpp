@@ -8,6 +8,7 @@
 #include "domain/projects.h"
 #include "domain/tasks.h"
 #include "outlook/item.h"
+#include "outlook/value_names.h"
 
 namespace tlm::detail {
 
@@ -75,6 +76,27 @@ void RowWriter::Put(const char* column, const QVariant& value) {
         ok_ = false;
         ReportRecordset(rs_, label_);
     }
+}
+
+ItemReader::ItemReader(const TlmItem& item) : item_(item), safe_(GetSafeObject(item)) {}
+
+QString ItemReader::safeText(const char* name) const {
+    QVariant v;
+    GetSafeFieldValue(safe_, QString::fromLatin1(name), v);
+    return v.toString();
+}
+
+QVariant ItemReader::plain(const char* name) const {
+    return item_.property(QString::fromLatin1(name));
+}
+
+QDateTime ItemReader::date(const char* name) const {
+    const QVariant v = plain(name);
+    return v.typeId() == QMetaType::QDateTime ? v.toDateTime() : ZeroDate();
+}
+
+QString ItemReader::named(const char* name) const {
+    return fncGetItemValueName(QString::fromLatin1(name), plain(name));
 }
 
 void ReadCommonUserFields(const TlmItem& item, cReportedRecord& r) {

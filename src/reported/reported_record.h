@@ -6,6 +6,7 @@
 
 #include "core/codecs.h"
 #include "core/money.h"
+#include "outlook/item.h"
 
 namespace tlm {
 
@@ -76,6 +77,23 @@ class RowWriter {
     Recordset& rs_;
     QString label_;
     bool ok_ = true;
+};
+
+// An item's properties read the ways the records take them: through the safe access for the
+// texts that may be refused, as value names, as dates (no date when the item has none) and flags.
+class ItemReader {
+  public:
+    explicit ItemReader(const TlmItem& item);
+    bool ok() const { return bool(safe_); }  // false when the item cannot be read at all
+    QString safeText(const char* name) const;
+    QVariant plain(const char* name) const;
+    QDateTime date(const char* name) const;
+    QString named(const char* name) const;
+    bool flag(const char* name) const { return named(name) == u"True"; }
+
+  private:
+    const TlmItem& item_;
+    SafeItem safe_;
 };
 
 // What both records read from an item the same way: IDs, project, activity, fields, cost.

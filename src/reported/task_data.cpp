@@ -8,57 +8,43 @@
 namespace tlm {
 
 bool cTaskData::ReadDataFromOutlookItem(const TlmItem& item) {
-    const SafeItem safe = GetSafeObject(item);
-    if (!safe)
+    const detail::ItemReader in(item);
+    if (!in.ok())
         return false;
     ID = GetFieldValueFromItem(item, QStringLiteral("ReportedID")).toString();
     if (ID.isEmpty())
         ID = QStringLiteral("0");
     ActualWork = item.minutes(QStringLiteral("ActualWork"));
-    const auto safeText = [&](const char* name, QString& out) {
-        QVariant v;
-        GetSafeFieldValue(safe, QString::fromLatin1(name), v);
-        out = v.toString();
-    };
-    safeText("ContactNames", ContactNames);
-    safeText("Delegator", Delegator);
-    safeText("Owner", Owner);
-    safeText("StatusOnCompletionRecipients", StatusOnCompletionRecipients);
-    safeText("StatusUpdateRecipients", StatusUpdateRecipients);
-    safeText("Body", Body);
-    safeText("HTMLBody", HTMLBody);
-    const auto plain = [&](const char* name) { return item.property(QString::fromLatin1(name)); };
-    const auto date = [&](const char* name) {
-        const QVariant v = plain(name);
-        return v.typeId() == QMetaType::QDateTime ? v.toDateTime() : ZeroDate();
-    };
-    const auto named = [&](const char* name) {
-        return fncGetItemValueName(QString::fromLatin1(name), plain(name));
-    };
-    const auto flag = [&](const char* name) { return named(name) == u"True"; };
-    Subject = plain("Subject").toString();
-    BillingInformation = plain("BillingInformation").toString();
-    Categories = plain("Categories").toString();
-    Companies = plain("Companies").toString();
-    Complete = plain("Complete").toBool();
-    CreationTime = date("CreationTime");
-    DateCompleted = date("DateCompleted");
-    DelegationState = named("DelegationState");
-    DueDate = date("DueDate");
-    EntryID = plain("EntryID").toString();
-    Importance = named("Importance");
-    IsRecurring = flag("IsRecurring");
-    LastModificationTime = date("LastModificationTime");
-    Mileage = plain("Mileage").toString();
-    NoAging = flag("NoAging");
-    Ordinal = plain("Ordinal").toInt();
-    Ownership = named("Ownership");
-    Role = plain("Role").toString();
-    SchedulePlusPriority = plain("SchedulePlusPriority").toString();
-    Sensitivity = named("Sensitivity");
-    StartDate = date("StartDate");
-    Status = named("Status");
-    TeamTask = flag("TeamTask");
+    ContactNames = in.safeText("ContactNames");
+    Delegator = in.safeText("Delegator");
+    Owner = in.safeText("Owner");
+    StatusOnCompletionRecipients = in.safeText("StatusOnCompletionRecipients");
+    StatusUpdateRecipients = in.safeText("StatusUpdateRecipients");
+    Body = in.safeText("Body");
+    HTMLBody = in.safeText("HTMLBody");
+    Subject = in.plain("Subject").toString();
+    BillingInformation = in.plain("BillingInformation").toString();
+    Categories = in.plain("Categories").toString();
+    Companies = in.plain("Companies").toString();
+    Complete = in.plain("Complete").toBool();
+    CreationTime = in.date("CreationTime");
+    DateCompleted = in.date("DateCompleted");
+    DelegationState = in.named("DelegationState");
+    DueDate = in.date("DueDate");
+    EntryID = in.plain("EntryID").toString();
+    Importance = in.named("Importance");
+    IsRecurring = in.flag("IsRecurring");
+    LastModificationTime = in.date("LastModificationTime");
+    Mileage = in.plain("Mileage").toString();
+    NoAging = in.flag("NoAging");
+    Ordinal = in.plain("Ordinal").toInt();
+    Ownership = in.named("Ownership");
+    Role = in.plain("Role").toString();
+    SchedulePlusPriority = in.plain("SchedulePlusPriority").toString();
+    Sensitivity = in.named("Sensitivity");
+    StartDate = in.date("StartDate");
+    Status = in.named("Status");
+    TeamTask = in.flag("TeamTask");
     TotalWork = item.minutes(QStringLiteral("TotalWork"));
     ReportedBy = sCurrentUser();
     detail::ReadCommonUserFields(item, *this);

@@ -126,5 +126,44 @@ TEST_F(ReportedItemTest, ReadingATaskItem) {
     EXPECT_EQ(untouched.Subject, QStringLiteral("keep"));
 }
 
+// Each way of reading an item's property: protected texts only for the kind's own fields, value
+// names, flags from numbers and text, dates with "no date" when the item holds none.
+TEST_F(ReportedItemTest, ReadingAnAppointmentItemConvertsEachKindOfProperty) {
+    TlmItem item;
+    item.MessageClass = QStringLiteral("IPM.Appointment");
+    const QDateTime start(QDate(2026, 3, 2), QTime(9, 30));
+    item.setProperty(QStringLiteral("Start"), start);
+    item.setProperty(QStringLiteral("End"), QStringLiteral("not a date"));
+    item.setProperty(QStringLiteral("Organizer"), QStringLiteral("Kim"));
+    item.setProperty(QStringLiteral("Owner"), QStringLiteral("a task field"));
+    item.setProperty(QStringLiteral("Body"), QStringLiteral("notes"));
+    item.setProperty(QStringLiteral("ResponseStatus"), 3);
+    item.setProperty(QStringLiteral("RecurrenceState"), 1);
+    item.setProperty(QStringLiteral("AllDayEvent"), QStringLiteral("false"));
+    item.setProperty(QStringLiteral("IsRecurring"), -1);
+    item.setProperty(QStringLiteral("NoAging"), 0);
+    item.setProperty(QStringLiteral("Location"), QStringLiteral("Room 4"));
+    cAppointmentData a;
+    ASSERT_TRUE(a.ReadDataFromOutlookItem(item));
+    EXPECT_EQ(a.StartDate, start);
+    EXPECT_EQ(a.EndDate, ZeroDate());
+    EXPECT_EQ(a.Organizer, QStringLiteral("Kim"));
+    EXPECT_EQ(a.Body, QStringLiteral("notes"));
+    EXPECT_EQ(a.ResponseStatus, QStringLiteral("Accepted"));
+    EXPECT_EQ(a.RecurrenceState, QStringLiteral("Appointment Master "));
+    EXPECT_FALSE(a.AllDayEvent);
+    EXPECT_TRUE(a.IsRecurring);
+    EXPECT_FALSE(a.NoAging);
+    EXPECT_EQ(a.Location, QStringLiteral("Room 4"));
+
+    // The same item read as a task: its own protected field and the shared ones come through.
+    cTaskData t;
+    item.MessageClass = QStringLiteral("IPM.Task");
+    ASSERT_TRUE(t.ReadDataFromOutlookItem(item));
+    EXPECT_EQ(t.Owner, QStringLiteral("a task field"));
+    EXPECT_EQ(t.Body, QStringLiteral("notes"));
+    EXPECT_TRUE(t.IsRecurring);
+}
+
 }  // namespace
 }  // namespace tlm::test
