@@ -69,6 +69,21 @@ bool ReportRecordset(const Recordset& rs, const QString& label) {
     return false;
 }
 
+bool DeleteRows(Recordset& rs, RowSeeker& seeker, std::vector<std::pair<int, qint32>> gone,
+                const QString& label) {
+    std::sort(gone.begin(), gone.end());
+    for (const auto& entry : gone) {
+        if (!seeker.SeekId(entry.second)) {
+            if (rs.LastError().isSet())
+                return ReportRecordset(rs, label);
+            continue;
+        }
+        if (!seeker.DeleteCurrent())
+            return ReportRecordset(rs, label);
+    }
+    return true;
+}
+
 bool ReportRowCounterOverflow(const Matrix& matrix, const QString& label) {
     if (matrix.UBound1() <= kMaxArrayRow)
         return false;

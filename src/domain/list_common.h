@@ -89,5 +89,21 @@ class RowSeeker {
     bool afterDelete_ = false;
 };
 
+// Deletes the rows at these (place in the table, ID) pairs, in table order. A row that is no
+// longer there is skipped. False after a failure, which is reported under the label.
+bool DeleteRows(Recordset& rs, RowSeeker& seeker, std::vector<std::pair<int, qint32>> gone,
+                const QString& label);
+
+// Deletes the rows of the old list whose keys the new list no longer holds.
+template <class Old, class Now>
+bool DeleteRowsGoneFromList(Recordset& rs, RowSeeker& seeker, const Old& old, const Now& now,
+                            const QString& label) {
+    std::vector<std::pair<int, qint32>> gone;
+    for (const auto& e : old)
+        if (!now.Exists(e.key))
+            gone.emplace_back(seeker.PlaceOf(e.item.ID), e.item.ID);
+    return DeleteRows(rs, seeker, std::move(gone), label);
+}
+
 }  // namespace detail
 }  // namespace tlm

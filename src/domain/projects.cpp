@@ -260,21 +260,8 @@ void cProjects::ToRecordSet(Recordset& rs) {
 
     // The count includes the rows just added, so a swap of one project for another deletes.
     if (rs.RecordCount() > Items.Count()) {
-        std::vector<std::pair<int, qint32>> gone;
-        for (const auto& e : old)
-            if (!Items.Exists(e.key))
-                gone.emplace_back(seeker.PlaceOf(e.item.ID), e.item.ID);
-        std::sort(gone.begin(), gone.end());
-        for (const auto& [place, id] : gone) {
-            Q_UNUSED(place);
-            if (!seeker.SeekId(id)) {
-                if (rs.LastError().isSet())
-                    return void(detail::ReportRecordset(rs, label));
-                continue;
-            }
-            if (!seeker.DeleteCurrent())
-                return void(detail::ReportRecordset(rs, label));
-        }
+        if (!detail::DeleteRowsGoneFromList(rs, seeker, old, Items, label))
+            return;
     }
     if (!newProjects.isEmpty())
         notificationSink().SendEmailNotificationToMembersWhenNewProjectsAdded(newProjects);

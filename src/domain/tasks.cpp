@@ -154,20 +154,8 @@ void cTasks::ToRecordSet(Recordset& rs) {
     }
 
     if (rs.RecordCount() > Items.Count()) {
-        std::vector<std::pair<int, qint32>> gone;
-        for (const auto& e : old)
-            if (!Items.Exists(e.key))
-                gone.emplace_back(seeker.PlaceOf(e.item.ID), e.item.ID);
-        std::sort(gone.begin(), gone.end());
-        for (const auto& entry : gone) {
-            if (!seeker.SeekId(entry.second)) {
-                if (rs.LastError().isSet())
-                    return void(detail::ReportRecordset(rs, label));
-                continue;
-            }
-            if (!seeker.DeleteCurrent())
-                return void(detail::ReportRecordset(rs, label));
-        }
+        if (!detail::DeleteRowsGoneFromList(rs, seeker, old, Items, label))
+            return;
     }
     if (!newActivities.isEmpty())
         notificationSink().SendEmailNotificationToMembersWhenNewTasksAdded(newActivities);
