@@ -134,7 +134,6 @@ void frmCompose::showSender() {
 }
 
 void frmCompose::openAccount() {
-    accountAsked_ = true;
     frmMailAccount::Edit(this);
     showSender();
 }
@@ -164,9 +163,10 @@ bool frmCompose::send() {
     const MailMessage mail = message();
     if (!checkAddresses(mail))
         return false;
-    // The first mail that must go out through an empty profile asks for the account, once.
-    if (ownTransport_ && !accountAsked_ && LoadMailProfile().host.isEmpty())
-        openAccount();
+    // The first mail of the process that must go out through an empty profile asks for the
+    // account; asked here, before the wait cursor, so the transport need not ask again.
+    if (ownTransport_ && AskForMissingProfile())
+        showSender();
 
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
     cmdSend_->setEnabled(false);

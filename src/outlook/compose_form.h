@@ -60,7 +60,6 @@ class frmCompose : public QDialog {
 
     std::unique_ptr<MailTransport> ownTransport_;
     MailTransport* transport_;
-    bool accountAsked_ = false;
     Outcome outcome_ = Outcome::Cancelled;
     MailSendResult last_;
     QLabel* lblFrom_;

@@ -214,13 +214,17 @@ void SetMissingProfileHook(MissingProfileHook hook) {
     g_missingProfileAsked = false;
 }
 
+bool AskForMissingProfile() {
+    if (!g_missingProfile || g_missingProfileAsked || !LoadMailProfile().host.trimmed().isEmpty())
+        return false;
+    g_missingProfileAsked = true;
+    return g_missingProfile();
+}
+
 MailSendResult ProfileMailTransport::send(const MailMessage& message) {
     MailProfile profile = LoadMailProfile();
-    if (profile.host.trimmed().isEmpty() && g_missingProfile && !g_missingProfileAsked) {
-        g_missingProfileAsked = true;
-        if (g_missingProfile())
-            profile = LoadMailProfile();
-    }
+    if (profile.host.trimmed().isEmpty() && AskForMissingProfile())
+        profile = LoadMailProfile();
     return SmtpTransport(profile).send(message);
 }
 

@@ -59,6 +59,9 @@ class SmtpTransport : public MailTransport {
 // Answers true when the user saved a profile. An empty hook restores "never ask".
 using MissingProfileHook = std::function<bool()>;
 void SetMissingProfileHook(MissingProfileHook hook);
+// Asks through the hook when the stored profile names no server and this process has not asked
+// yet. True when the user saved a profile.
+bool AskForMissingProfile();
 
 // A transport over the stored mail profile, read at each send so a changed profile applies.
 class ProfileMailTransport : public MailTransport {

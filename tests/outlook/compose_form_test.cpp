@@ -101,6 +101,7 @@ class ComposeWindow : public ::testing::Test {
     void TearDown() override {
         frmCompose::SetDisplayHook({});
         frmMailAccount::SetDialogHook({});
+        SetMissingProfileHook({});
         SetErrorReportMailer(nullptr);
         SetOutboxFolder(QString());
         SetPrompter(nullptr);
@@ -238,6 +239,7 @@ TEST_F(ComposeWindow, ClosedPortKeepsTheMailInTheOutboxAndSaysWhere) {
 
 TEST_F(ComposeWindow, AnEmptyProfileAsksForTheAccountOnceBeforeTheFirstSend) {
     // The user cancels the account dialog; nothing can keep the mail, so the window keeps it.
+    InstallComposeWindow();  // the program's way of asking for a missing account
     int asked = 0;
     frmMailAccount::SetDialogHook([&](frmMailAccount* d) {
         ++asked;
@@ -258,7 +260,9 @@ TEST_F(ComposeWindow, AnEmptyProfileAsksForTheAccountOnceBeforeTheFirstSend) {
     w.sendButton()->click();
     EXPECT_EQ(asked, 1) << "asked once, not at every try";
 
-    // The user fills the account in: the mail goes out with the values just saved.
+    // The next process asks again; there the user fills the account in, and the mail goes out
+    // with the values just saved.
+    InstallComposeWindow();
     SetOutboxFolder(outbox);
     const int port = ClosedPort();
     frmMailAccount::SetDialogHook([&](frmMailAccount* d) {
