@@ -21,6 +21,7 @@
 #include "database/recordset.h"
 #include "desktop/grid_widget.h"
 #include "settings/global_settings.h"
+#include "support/member_seed.h"
 
 using namespace tlm;
 
@@ -34,30 +35,6 @@ struct Result {
 double Median(std::vector<double> v) {
     std::sort(v.begin(), v.end());
     return v.empty() ? 0 : v[v.size() / 2];
-}
-
-bool Exec(const QString& sql, const QVariantList& values = {}) {
-    auto c = GetCommand();
-    if (!c)
-        return false;
-    c->CommandText = sql;
-    if (c->Execute(values) < 0) {
-        std::fprintf(stderr, "%s: %s\n", qPrintable(sql), qPrintable(c->LastError().description));
-        return false;
-    }
-    return true;
-}
-
-// Seeding is not measured: one transaction of plain inserts, in random name order.
-void Seed(int n) {
-    Exec(QStringLiteral("DELETE FROM tMembers"));
-    Exec(QStringLiteral("BEGIN"));
-    for (int i = 0; i < n; ++i)
-        Exec(QStringLiteral(
-                 "INSERT INTO tMembers (Name, Email, Department, Rate, AdminAccess) VALUES (?, ?, ?, ?, ?)"),
-             {QStringLiteral("Member %1 %2").arg(i * 7919 % 1000003).arg(i),
-              QStringLiteral("m%1@example.org").arg(i), QStringLiteral("Dept"), QStringLiteral("10"), 0});
-    Exec(QStringLiteral("COMMIT"));
 }
 
 int CountMembers() {
@@ -119,7 +96,7 @@ Result Run(int n, bool postgres, const QString& folder, cMySettings& local, Scri
     std::vector<double> engineSaves, opens, formSaves, gridReads;
     for (int rep = 0; rep < 3; ++rep) {
         // The engine alone: grid rows from the list, the edits, the save.
-        Seed(n);
+        bench::SeedMembers(n);
         {
             cDBSettings global;
             SetDBSettings(&global);
@@ -140,7 +117,7 @@ Result Run(int n, bool postgres, const QString& folder, cMySettings& local, Scri
         }
 
         // The window: open the section, make the same edits in its grid, save.
-        Seed(n);
+        bench::SeedMembers(n);
         {
             cDBSettings global;
             SetDBSettings(&global);

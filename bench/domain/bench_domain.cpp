@@ -15,6 +15,7 @@
 #include "database/recordset.h"
 #include "reported/task_data.h"
 #include "settings/global_settings.h"
+#include "support/member_seed.h"
 
 using namespace tlm;
 
@@ -24,22 +25,6 @@ struct Result {
     double load = 0, save = 0;
     int rows = 0;
 };
-
-bool Exec(const QString& sql, const QVariantList& values = {}) {
-    auto c = GetCommand();
-    if (!c)
-        return false;
-    c->CommandText = sql;
-    if (c->Execute(values) < 0) {
-        std::fprintf(stderr, "%s: %s\n", qPrintable(sql), qPrintable(c->LastError().description));
-        return false;
-    }
-    return true;
-}
-
-QString Name(int i) {
-    return QStringLiteral("Member %1 %2").arg(i * 7919 % 1000003).arg(i);
-}
 
 Result Run(int n, bool postgres, const QString& folder, cMySettings& local, ScriptedPrompter& prompter) {
     Result r;
@@ -60,15 +45,7 @@ Result Run(int n, bool postgres, const QString& folder, cMySettings& local, Scri
     DB::Initialize(show);
     if (!CurrentConnection())
         return r;
-    // Seeding is not measured: one transaction of plain inserts, in random name order.
-    Exec(QStringLiteral("DELETE FROM tMembers"));
-    Exec(QStringLiteral("BEGIN"));
-    for (int i = 0; i < n; ++i)
-        Exec(QStringLiteral(
-                 "INSERT INTO tMembers (Name, Email, Department, Rate, AdminAccess) VALUES (?, ?, ?, ?, ?)"),
-             {Name(i), QStringLiteral("m%1@example.org").arg(i), QStringLiteral("Dept"), QStringLiteral("10"),
-              0});
-    Exec(QStringLiteral("COMMIT"));
+    bench::SeedMembers(n);
 
     cDBSettings global;
     SetDBSettings(&global);

@@ -17,10 +17,10 @@ struct MailMessage {
 
 struct MailAddress {
     QString name;     // display name, may be empty
-    QString address;  // addr-spec, "local@domain"
+    QString address;  // the bare address, "local@domain"
 };
 
-// A plain addr-spec: dot-atom local part, "@", a host name of letters, digits and hyphens.
+// A bare address: dot-atom local part, "@", a host name of letters, digits and hyphens.
 bool IsValidMailAddress(const QString& address);
 // "local@domain" or "Name <local@domain>"; a line break anywhere is refused.
 bool ParseMailAddress(const QString& text, MailAddress* out, QString* error);
@@ -49,7 +49,7 @@ QByteArray FormatMailDate(const QDateTime& date);
 // A message ready for the wire, with its envelope.
 struct ComposedMail {
     QByteArray bytes;              // RFC 5322, CRLF line ends
-    QByteArray envelopeFrom;       // addr-spec
+    QByteArray envelopeFrom;       // bare address
     QList<QByteArray> envelopeTo;  // To then Bcc, each address once
     QString messageId;             // without the angle brackets
     QString error;                 // set when the message was refused; nothing else is then
