@@ -78,7 +78,7 @@ QString BuildReportText(const Failure& f) {
 QString BuildFriendlyReportText(const Failure& f) {
     const QString crlf = QStringLiteral("\r\n");
     QString t;
-    t += QStringLiteral("Outlook version: ") + fncGetAppVersion() + crlf;
+    t += QStringLiteral("Version: ") + fncGetAppVersion() + crlf;
     t += QStringLiteral("Exception Number: ") + QString::number(f.number) + crlf;
     t += QStringLiteral("Exception Description: ") + f.description + crlf;
     t += QStringLiteral("Line: ") + QString::number(f.line) + crlf;
@@ -130,7 +130,7 @@ void subSendErrorReport(const QString& reportText, bool blnSendDirectly) {
     if (!g_mailer || !g_mailer->available())
         return;
     if (!g_mailer->send(ErrorReportSubject(), MaskSecrets(reportText), blnSendDirectly))
-        MsgBox(QStringLiteral("Failed to send error email using MS Outlook!"), PromptIcon::Critical);
+        MsgBox(QStringLiteral("Failed to send error email!"), PromptIcon::Critical);
 }
 
 QString fncGetAppVersion() {

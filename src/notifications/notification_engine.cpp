@@ -179,8 +179,8 @@ QString ReplaceContentWithDictionary(const QString& sContent, const Notification
     return text;
 }
 
-QString ProcessReportedOutlookItem(const QString& sContent, const ReportedItemRef& oReportedItem,
-                                   const QString& /*sUnusedTag*/) {
+QString ProcessReportedItem(const QString& sContent, const ReportedItemRef& oReportedItem,
+                            const QString& /*sUnusedTag*/) {
     return oReportedItem.SubstituePlaceHolders(sContent);
 }
 
@@ -188,7 +188,7 @@ QString ReplacePlaceHolderVariables(qint32 kind, const QString& sContent,
                                     const ReportedItemRef& oReportedItem, const NotificationTags* dicTags,
                                     const QString& sUnusedTag) {
     if (IsRecordKind(kind))
-        return ProcessReportedOutlookItem(sContent, oReportedItem, sUnusedTag);
+        return ProcessReportedItem(sContent, oReportedItem, sUnusedTag);
     if (IsDictionaryKind(kind))
         return ReplaceContentWithDictionary(sContent, dicTags);
     MsgBox(QStringLiteral("NOT TRAPPED ") + QString::number(kind));

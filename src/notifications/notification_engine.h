@@ -78,8 +78,8 @@ QString GetEmailNotificationSubject(qint32 kind);
 QString ReplacePlaceHolderVariables(qint32 kind, const QString& sContent,
                                     const ReportedItemRef& oReportedItem, const NotificationTags* dicTags,
                                     const QString& sUnusedTag);
-QString ProcessReportedOutlookItem(const QString& sContent, const ReportedItemRef& oReportedItem,
-                                   const QString& sUnusedTag);
+QString ProcessReportedItem(const QString& sContent, const ReportedItemRef& oReportedItem,
+                            const QString& sUnusedTag);
 // One full, case-sensitive pass per tag, in the order of adding; each pass works on the last.
 QString ReplaceContentWithDictionary(const QString& sContent, const NotificationTags* dicTags);
 // A tag value as text: dates as the program shows them, money in its shortest form.

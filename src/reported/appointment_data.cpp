@@ -7,7 +7,7 @@
 
 namespace tlm {
 
-bool cAppointmentData::ReadDataFromOutlookItem(const TlmItem& item) {
+bool cAppointmentData::ReadDataFromItem(const TlmItem& item) {
     const detail::ItemReader in(item);
     if (!in.ok())
         return false;

@@ -21,7 +21,7 @@ class cAppointmentData : public cReportedRecord {
     QString ResponseStatus;
 
     static QString GetTableName() { return QStringLiteral("tReportedAppointments"); }
-    bool ReadDataFromOutlookItem(const TlmItem& item);
+    bool ReadDataFromItem(const TlmItem& item);
     void ToRecordSet(Recordset& rs) const;
     // Flag and count columns read as false and 0; Field9Value and Field10Value from their own columns.
     void FromRecordset(Recordset& rs);

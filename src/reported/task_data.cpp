@@ -7,7 +7,7 @@
 
 namespace tlm {
 
-bool cTaskData::ReadDataFromOutlookItem(const TlmItem& item) {
+bool cTaskData::ReadDataFromItem(const TlmItem& item) {
     const detail::ItemReader in(item);
     if (!in.ok())
         return false;

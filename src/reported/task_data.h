@@ -27,7 +27,7 @@ class cTaskData : public cReportedRecord {
 
     static QString GetTableName() { return QStringLiteral("tReportedTasks"); }
     // Reads a task item the reporting way; false (and nothing touched) for an item of no known kind.
-    bool ReadDataFromOutlookItem(const TlmItem& item);
+    bool ReadDataFromItem(const TlmItem& item);
     // Writes the columns into the current row; the caller positions the row and calls Update.
     void ToRecordSet(Recordset& rs) const;
     // Reads the current row. Flag and count columns read as false and 0 whatever is stored, and

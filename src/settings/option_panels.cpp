@@ -506,7 +506,7 @@ ucAdvancedOptions::ucAdvancedOptions(QWidget* parent) : SettingsPanel(parent) {
                                         QStringLiteral("Allow member to change Rate"));
     optTaskWork_ = new OptionGroup(
         QStringLiteral("optTaskWork"),
-        QStringLiteral("For calculating 'Total Cost' for reported Outlook task item, use work duration of"),
+        QStringLiteral("For calculating 'Total Cost' for reported task item, use work duration of"),
         {QStringLiteral("Actual Work"), QStringLiteral("Total Work")}, cost);
     c->addWidget(optTaskWork_);
     optRateInterval_ = new OptionGroup(QStringLiteral("optRateInterval"),
@@ -640,7 +640,7 @@ ucAutomaticUpgrade::ucAutomaticUpgrade(QWidget* parent) : SettingsPanel(parent) 
                             QStringLiteral("cmdBrowseUNCPath"));
     chkAutomaticCheckForUpgradeAtStartup_ =
         Check(this, layout, QStringLiteral("chkAutomaticCheckForUpgradeAtStartup"),
-              QStringLiteral("Automatically check for new version at Outlook startup"));
+              QStringLiteral("Automatically check for new version at startup"));
     optInstallMode_ =
         new OptionGroup(QStringLiteral("optInstallMode"), QString(),
                         {QStringLiteral("Install in full GUI mode"),

@@ -103,7 +103,7 @@ TEST_F(ErrorPath, ReportMailGoesThroughTheMailerOrNowhere) {
     mailer.ok = false;
     subSendErrorReport(QStringLiteral("r"), true);
     ASSERT_EQ(prompts.shown().size(), 1);
-    EXPECT_EQ(prompts.shown()[0].text, QStringLiteral("Failed to send error email using MS Outlook!"));
+    EXPECT_EQ(prompts.shown()[0].text, QStringLiteral("Failed to send error email!"));
     EXPECT_EQ(prompts.shown()[0].icon, PromptIcon::Critical);
 }
 

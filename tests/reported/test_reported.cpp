@@ -109,7 +109,7 @@ TEST_F(ReportedItemTest, ReadingATaskItem) {
     item.setUserProperty(QStringLiteral("ReportedDate"), QDateTime(QDate(4501, 1, 1), QTime(0, 0)),
                          FieldType::kDate);
     cTaskData t;
-    ASSERT_TRUE(t.ReadDataFromOutlookItem(item));
+    ASSERT_TRUE(t.ReadDataFromItem(item));
     EXPECT_EQ(t.ID, QStringLiteral("0"));
     EXPECT_EQ(t.ActivityValue, QStringLiteral("Design"));
     EXPECT_EQ(t.ReportedBy, QStringLiteral("Robin"));
@@ -122,7 +122,7 @@ TEST_F(ReportedItemTest, ReadingATaskItem) {
     unknown.MessageClass = QStringLiteral("IPM.Unknown");
     cTaskData untouched;
     untouched.Subject = QStringLiteral("keep");
-    EXPECT_FALSE(untouched.ReadDataFromOutlookItem(unknown));
+    EXPECT_FALSE(untouched.ReadDataFromItem(unknown));
     EXPECT_EQ(untouched.Subject, QStringLiteral("keep"));
 }
 
@@ -144,7 +144,7 @@ TEST_F(ReportedItemTest, ReadingAnAppointmentItemConvertsEachKindOfProperty) {
     item.setProperty(QStringLiteral("NoAging"), 0);
     item.setProperty(QStringLiteral("Location"), QStringLiteral("Room 4"));
     cAppointmentData a;
-    ASSERT_TRUE(a.ReadDataFromOutlookItem(item));
+    ASSERT_TRUE(a.ReadDataFromItem(item));
     EXPECT_EQ(a.StartDate, start);
     EXPECT_EQ(a.EndDate, ZeroDate());
     EXPECT_EQ(a.Organizer, QStringLiteral("Kim"));
@@ -159,7 +159,7 @@ TEST_F(ReportedItemTest, ReadingAnAppointmentItemConvertsEachKindOfProperty) {
     // The same item read as a task: its own protected field and the shared ones come through.
     cTaskData t;
     item.MessageClass = QStringLiteral("IPM.Task");
-    ASSERT_TRUE(t.ReadDataFromOutlookItem(item));
+    ASSERT_TRUE(t.ReadDataFromItem(item));
     EXPECT_EQ(t.Owner, QStringLiteral("a task field"));
     EXPECT_EQ(t.Body, QStringLiteral("notes"));
     EXPECT_TRUE(t.IsRecurring);
