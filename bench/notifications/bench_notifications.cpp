@@ -11,10 +11,10 @@
 #include "core/money.h"
 #include "domain/projects.h"
 #include "domain/tasks.h"
+#include "mail/mail_transport.h"
 #include "notifications/notification_engine.h"
 #include "notifications/senders.h"
 #include "notifications/templates.h"
-#include "outlook/mail_transport.h"
 #include "reported/task_data.h"
 #include "settings/global_settings.h"
 

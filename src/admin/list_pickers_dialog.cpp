@@ -14,7 +14,7 @@
 #include "admin/manager_list.h"
 #include "core/error_report.h"
 #include "desktop/gui_window_services.h"
-#include "outlook/value_names.h"
+#include "domain/value_names.h"
 #include "settings/global_settings.h"
 
 namespace tlm {

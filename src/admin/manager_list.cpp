@@ -9,8 +9,8 @@
 #include "core/money.h"
 #include "core/prompt.h"
 #include "domain/domain_services.h"
+#include "domain/value_names.h"
 #include "notifications/senders.h"
-#include "outlook/value_names.h"
 #include "settings/global_settings.h"
 
 namespace tlm {

@@ -17,7 +17,7 @@
 #include "core/prompt.h"
 #include "desktop/grid_widget.h"
 #include "desktop/gui_window_services.h"
-#include "outlook/value_names.h"
+#include "domain/value_names.h"
 #include "settings/global_settings.h"
 
 namespace tlm {

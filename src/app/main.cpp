@@ -1,9 +1,9 @@
 #include <QApplication>
 #include <cstdio>
 
+#include "app/program.h"
 #include "core/startup.h"
 #include "core/version.h"
-#include "desktop/gui_program.h"
 
 int main(int argc, char** argv) {
     QStringList arguments;

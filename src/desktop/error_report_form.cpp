@@ -10,7 +10,7 @@
 #include "core/file_services.h"
 #include "core/local_settings.h"
 #include "desktop/gui_window_services.h"
-#include "outlook/mail_account_dialog.h"
+#include "mail/mail_account_dialog.h"
 
 namespace tlm {
 

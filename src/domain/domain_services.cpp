@@ -6,8 +6,8 @@
 #include "core/error_report.h"
 #include "core/local_settings.h"
 #include "core/process_state.h"
-#include "outlook/item.h"
-#include "outlook/mail_profile.h"
+#include "domain/item.h"
+#include "mail/mail_profile.h"
 #include "settings/global_settings.h"
 
 namespace tlm {

@@ -3,9 +3,8 @@
 #include <QApplication>
 #include <QWidget>
 
+#include "mail/compose_form.h"
 #include "notifications/notification_engine.h"
-#include "notifications/senders.h"
-#include "outlook/compose_form.h"
 
 namespace tlm {
 
@@ -39,9 +38,9 @@ class ComposeDisplay : public NotificationDisplay {
 
 }  // namespace
 
-void InstallNotificationMail() {
+NotificationDisplay* ComposeNotificationDisplay() {
     static ComposeDisplay display;
-    InstallNotificationSenders(&display);
+    return &display;
 }
 
 }  // namespace tlm

@@ -2,8 +2,10 @@
 
 namespace tlm {
 
-// Installs the notification senders with the compose window as their display, so a mail that is
-// to be shown first opens for the user to edit and send. The program calls it once at start.
-void InstallNotificationMail();
+class NotificationDisplay;
+
+// The compose window as the display of the notification senders: a mail that is to be shown first
+// opens for the user to edit and send. The program installs it once at start.
+NotificationDisplay* ComposeNotificationDisplay();
 
 }  // namespace tlm

@@ -5,7 +5,7 @@
 #include <QVariant>
 
 #include "core/dictionary.h"
-#include "outlook/mail_message.h"
+#include "mail/mail_message.h"
 
 namespace tlm {
 

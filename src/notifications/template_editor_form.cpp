@@ -17,7 +17,7 @@
 
 #include "core/error_report.h"
 #include "desktop/gui_window_services.h"
-#include "outlook/mail_account_dialog.h"
+#include "mail/mail_account_dialog.h"
 
 namespace tlm {
 

@@ -4,11 +4,11 @@
 #include "database/connection.h"
 #include "database/recordset.h"
 #include "domain/domain_services.h"
+#include "domain/item.h"
 #include "domain/list_common.h"
 #include "domain/projects.h"
 #include "domain/tasks.h"
-#include "outlook/item.h"
-#include "outlook/value_names.h"
+#include "domain/value_names.h"
 
 namespace tlm::detail {
 

@@ -6,7 +6,7 @@
 
 #include "core/codecs.h"
 #include "core/money.h"
-#include "outlook/item.h"
+#include "domain/item.h"
 
 namespace tlm {
 

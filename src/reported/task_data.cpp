@@ -1,8 +1,8 @@
 #include "reported/task_data.h"
 
 #include "database/recordset.h"
-#include "outlook/item.h"
-#include "outlook/value_names.h"
+#include "domain/item.h"
+#include "domain/value_names.h"
 #include "settings/global_settings.h"
 
 namespace tlm {

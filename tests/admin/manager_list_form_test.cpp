@@ -11,9 +11,9 @@
 #include "admin/admin_test_support.h"
 #include "admin/list_pickers_dialog.h"
 #include "admin/manager_list_form.h"
+#include "app/section_loader.h"
 #include "core/process_state.h"
 #include "desktop/grid_widget.h"
-#include "desktop/gui_section_loader.h"
 #include "settings/global_settings.h"
 
 namespace tlm::test {

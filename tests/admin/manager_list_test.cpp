@@ -2,7 +2,7 @@
 
 #include "admin/admin_test_support.h"
 #include "admin/manager_list.h"
-#include "outlook/value_names.h"
+#include "domain/value_names.h"
 #include "settings/global_settings.h"
 
 namespace tlm::test {

@@ -6,7 +6,7 @@
 
 #include "core/error_report.h"
 #include "desktop/error_report_form.h"
-#include "outlook/mail_account_dialog.h"
+#include "mail/mail_account_dialog.h"
 
 using namespace tlm;
 

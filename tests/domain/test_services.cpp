@@ -3,7 +3,7 @@
 #include "core/money.h"
 #include "domain/domain_services.h"
 #include "domain/domain_test_fixture.h"
-#include "outlook/item.h"
+#include "domain/item.h"
 
 namespace tlm::test {
 namespace {

@@ -5,8 +5,8 @@
 #include <QStringList>
 #include <ostream>
 
+#include "mail/mail_transport.h"
 #include "notifications/notification_engine.h"
-#include "outlook/mail_transport.h"
 
 // Readable texts in failure messages.
 inline void PrintTo(const QString& s, std::ostream* os) {

@@ -8,14 +8,14 @@
 #include <QTextBrowser>
 #include <memory>
 
-#include "desktop/gui_section_loader.h"
+#include "app/section_loader.h"
 #include "domain/domain_test_fixture.h"
+#include "mail/compose_form.h"
+#include "mail/mail_account_dialog.h"
 #include "notifications/notification_display_form.h"
 #include "notifications/notification_doubles.h"
 #include "notifications/senders.h"
 #include "notifications/template_editor_form.h"
-#include "outlook/compose_form.h"
-#include "outlook/mail_account_dialog.h"
 
 namespace tlm::test {
 namespace {
@@ -174,7 +174,7 @@ TEST_P(TemplateFormTest, MailAccountIsReachable) {
 // A request to report with editing allowed opens the compose window instead of sending.
 TEST_P(TemplateFormTest, ShownNotificationOpensTheComposeWindow) {
     RecordingTransport transport;
-    InstallNotificationMail();
+    InstallNotificationSenders(ComposeNotificationDisplay());
     SetNotificationTransport(&transport);
     global->Members.FromArray(Rows({{"Robin", "robin@example.org"}, {"Kim Lee", "kim@example.org"}}));
     global->GeneralSettings.SetValue(QStringLiteral("tpoAllowEditOfEmailToReport"), 1);

@@ -5,9 +5,9 @@
 #include "core/error_report.h"
 #include "core/money.h"
 #include "domain/domain_test_fixture.h"
+#include "mail/mail_profile.h"
 #include "notifications/notification_doubles.h"
 #include "notifications/notification_engine.h"
-#include "outlook/mail_profile.h"
 #include "reported/task_data.h"
 #include "support/test_env.h"
 

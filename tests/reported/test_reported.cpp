@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "domain/domain_test_fixture.h"
-#include "outlook/item.h"
+#include "domain/item.h"
 #include "reported/appointment_data.h"
 #include "reported/task_data.h"
 

@@ -4,8 +4,8 @@
 #include <QLocalSocket>
 #include <QtEndian>
 
+#include "app/section_loader.h"
 #include "desktop/client_notify.h"
-#include "desktop/gui_section_loader.h"
 #include "settings/option_panels.h"
 #include "settings_forms_fixture.h"
 

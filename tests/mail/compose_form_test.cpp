@@ -1,0 +1,357 @@
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTcpServer>
+#include <QTextBrowser>
+#include <QThread>
+
+#include "core/error_report.h"
+#include "core/prompt.h"
+#include "desktop/error_report_form.h"
+#include "mail/compose_form.h"
+#include "mail/mail_account_dialog.h"
+#include "support/test_env.h"
+
+using namespace tlm;
+
+namespace {
+
+struct FakeTransport : MailTransport {
+    MailSendResult next;
+    QList<MailMessage> sent;
+    MailSendResult send(const MailMessage& message) override {
+        sent << message;
+        return next;
+    }
+};
+
+MailSendResult Result(MailSendResult::Status status, const QString& reason, const QString& file = {}) {
+    MailSendResult r;
+    r.status = status;
+    r.reason = reason;
+    r.outboxFile = file;
+    return r;
+}
+
+template <class Pred>
+bool WaitFor(Pred done, int ms = 3000) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!done() && timer.elapsed() < ms) {
+        QApplication::processEvents(QEventLoop::AllEvents, 20);
+        QThread::msleep(5);
+    }
+    return done();
+}
+
+int ClosedPort() {
+    QTcpServer server;
+    if (!server.listen(QHostAddress::LocalHost, 0))
+        return 1;
+    const int port = server.serverPort();
+    server.close();
+    return port;
+}
+
+MailProfile LocalProfile(int port) {
+    MailProfile p;
+    p.senderName = QStringLiteral("Tally Desk");
+    p.senderAddress = QStringLiteral("desk@example.org");
+    p.host = QStringLiteral("127.0.0.1");
+    p.port = port;
+    p.tls = MailTlsMode::None;
+    return p;
+}
+
+QStringList Emls(const QString& folder) {
+    return QDir(folder).entryList({QStringLiteral("*.eml")}, QDir::Files);
+}
+
+void Click(QWidget* viewport, const QPoint& at) {
+    QMouseEvent press(QEvent::MouseButtonPress, at, viewport->mapToGlobal(at), Qt::LeftButton, Qt::LeftButton,
+                      Qt::NoModifier);
+    QApplication::sendEvent(viewport, &press);
+    QMouseEvent release(QEvent::MouseButtonRelease, at, viewport->mapToGlobal(at), Qt::LeftButton,
+                        Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(viewport, &release);
+}
+
+}  // namespace
+
+class ComposeWindow : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        test::FreshLocalSettings();
+        outbox = test::NewTempDir(QStringLiteral("outbox"));
+        SetOutboxFolder(outbox);
+        SetPrompter(&prompter);
+        ResetErrorReportingForTests();
+    }
+    void TearDown() override {
+        frmCompose::SetDisplayHook({});
+        frmMailAccount::SetDialogHook({});
+        SetMissingProfileHook({});
+        SetErrorReportMailer(nullptr);
+        SetOutboxFolder(QString());
+        SetPrompter(nullptr);
+    }
+    QString lastMessage() const {
+        return prompter.shown().isEmpty() ? QString() : prompter.shown().last().text;
+    }
+    QStringList allMessages() const {
+        QStringList out;
+        for (const auto& s : prompter.shown())
+            out << s.text;
+        return out;
+    }
+
+    ScriptedPrompter prompter;
+    FakeTransport fake;
+    QString outbox;
+    const MailMessage mail{QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org;cy@z.org"),
+                           QStringLiteral("Timesheet approved"),
+                           QStringLiteral("<p>Week <b>12</b> approved.</p>")};
+};
+
+TEST_F(ComposeWindow, FillsFromTheMailAndThePreviewFollowsTheSourceWithoutFollowingLinks) {
+    frmCompose w(mail, &fake);
+    w.show();
+    EXPECT_EQ(w.toField()->text(), mail.to);
+    EXPECT_EQ(w.bccField()->text(), mail.bcc);
+    EXPECT_EQ(w.subjectField()->text(), mail.subject);
+    EXPECT_EQ(w.sourceEditor()->toPlainText(), mail.html);
+    EXPECT_EQ(w.preview()->toPlainText(), QStringLiteral("Week 12 approved."));
+
+    w.sourceEditor()->setPlainText(
+        QStringLiteral("<p>Now <a href=\"https://example.org/x\">open this</a></p>"));
+    ASSERT_TRUE(WaitFor([&] { return w.preview()->toPlainText() == QStringLiteral("Now open this"); }))
+        << w.preview()->toPlainText().toStdString();
+
+    // A click on the link reaches it, and the preview still shows the mail.
+    int clicked = 0;
+    QObject::connect(w.preview(), &QTextBrowser::anchorClicked, [&] { ++clicked; });
+    const QTextCursor found = w.preview()->document()->find(QStringLiteral("open this"));
+    ASSERT_FALSE(found.isNull());
+    QTextCursor inside(w.preview()->document());
+    inside.setPosition(found.selectionStart() + 2);
+    Click(w.preview()->viewport(), w.preview()->cursorRect(inside).center());
+    QApplication::processEvents();
+    EXPECT_EQ(clicked, 1);
+    EXPECT_TRUE(w.preview()->source().isEmpty());
+    EXPECT_EQ(w.preview()->toPlainText(), QStringLiteral("Now open this"));
+}
+
+TEST_F(ComposeWindow, BadAddressesAreNamedAndTheWindowStaysOpen) {
+    struct Case {
+        QString to, bcc, named;
+    };
+    const QList<Case> cases = {
+        {QStringLiteral("ann@x.org; bob-at-example"), {}, QStringLiteral("bob-at-example")},
+        {QStringLiteral("ann@x.org"), QStringLiteral("cy@z.org;cy(at)z.org"), QStringLiteral("cy(at)z.org")},
+        {QStringLiteral(" ; "), QStringLiteral(";"), QStringLiteral("recipient")},
+    };
+    for (const Case& c : cases) {
+        frmCompose w(mail, &fake);
+        w.show();
+        w.toField()->setText(c.to);
+        w.bccField()->setText(c.bcc);
+        w.sendButton()->click();
+        EXPECT_TRUE(w.isVisible()) << c.named.toStdString();
+        EXPECT_EQ(w.outcome(), frmCompose::Outcome::Cancelled);
+        EXPECT_TRUE(lastMessage().contains(c.named)) << lastMessage().toStdString();
+    }
+    EXPECT_TRUE(fake.sent.isEmpty()) << "nothing goes out while an address is wrong";
+}
+
+TEST_F(ComposeWindow, TheSendResultDecidesWhetherTheWindowCloses) {
+    frmCompose w(mail, &fake);
+    w.show();
+    // Refused or lost: the mail stays in the window, and the user learns why.
+    fake.next = Result(MailSendResult::Status::Refused, QStringLiteral("The subject holds a line break"));
+    w.sendButton()->click();
+    EXPECT_TRUE(w.isVisible());
+    EXPECT_TRUE(lastMessage().contains(QStringLiteral("line break"))) << lastMessage().toStdString();
+    fake.next = Result(MailSendResult::Status::Lost, QStringLiteral("disk full"));
+    w.sendButton()->click();
+    EXPECT_TRUE(w.isVisible());
+    EXPECT_TRUE(lastMessage().contains(QStringLiteral("disk full")));
+
+    // Sent: what goes out is the mail as edited.
+    const qsizetype shown = prompter.shown().size();
+    w.toField()->setText(QStringLiteral("dee@x.org"));
+    w.subjectField()->setText(QStringLiteral("Timesheet declined"));
+    w.sourceEditor()->setPlainText(QStringLiteral("<p>Declined.</p>"));
+    fake.next = Result(MailSendResult::Status::Sent, {});
+    w.sendButton()->click();
+    EXPECT_FALSE(w.isVisible());
+    EXPECT_EQ(w.outcome(), frmCompose::Outcome::Sent);
+    EXPECT_EQ(prompter.shown().size(), shown) << "a sent mail needs no message";
+    ASSERT_EQ(fake.sent.size(), 3);
+    EXPECT_EQ(fake.sent.last().to, QStringLiteral("dee@x.org"));
+    EXPECT_EQ(fake.sent.last().bcc, mail.bcc);
+    EXPECT_EQ(fake.sent.last().subject, QStringLiteral("Timesheet declined"));
+    EXPECT_EQ(fake.sent.last().html, QStringLiteral("<p>Declined.</p>"));
+
+    // Kept in the outbox: the window closes and says where the mail is.
+    frmCompose kept(mail, &fake);
+    kept.show();
+    fake.next = Result(MailSendResult::Status::KeptInOutbox, QStringLiteral("server down"),
+                       QStringLiteral("/var/outbox/1.eml"));
+    kept.sendButton()->click();
+    EXPECT_FALSE(kept.isVisible());
+    EXPECT_EQ(kept.outcome(), frmCompose::Outcome::KeptInOutbox);
+    EXPECT_TRUE(lastMessage().contains(QStringLiteral("server down")));
+    EXPECT_TRUE(lastMessage().contains(QStringLiteral("/var/outbox/1.eml")));
+}
+
+TEST_F(ComposeWindow, ClosedPortKeepsTheMailInTheOutboxAndSaysWhere) {
+    MailProfile p = LocalProfile(ClosedPort());
+    p.user = QStringLiteral("desk");
+    p.password = QStringLiteral("Compose-pw-31");
+    ASSERT_TRUE(SaveMailProfile(p));
+    bool openAfterSend = true;
+    frmCompose::SetDisplayHook([&](frmCompose* w) {
+        w->show();
+        EXPECT_TRUE(w->senderLabel()->text().contains(QStringLiteral("desk@example.org")));
+        w->sendButton()->click();
+        openAfterSend = w->isVisible();
+    });
+    EXPECT_EQ(frmCompose::DisplayMail(mail), frmCompose::Outcome::KeptInOutbox);
+    EXPECT_FALSE(openAfterSend);
+    const QStringList files = Emls(outbox);
+    ASSERT_EQ(files.size(), 1);
+    EXPECT_TRUE(lastMessage().contains(files.first())) << lastMessage().toStdString();
+    EXPECT_TRUE(lastMessage().contains(QStringLiteral("127.0.0.1:%1").arg(p.port)));
+    for (const QString& text : allMessages())
+        EXPECT_FALSE(text.contains(p.password)) << text.toStdString();
+}
+
+TEST_F(ComposeWindow, AnEmptyProfileAsksForTheAccountOnceBeforeTheFirstSend) {
+    // The user cancels the account dialog; nothing can keep the mail, so the window keeps it.
+    InstallComposeWindow();  // the program's way of asking for a missing account
+    int asked = 0;
+    frmMailAccount::SetDialogHook([&](frmMailAccount* d) {
+        ++asked;
+        d->cancelButton()->click();
+    });
+    const QString blocker = outbox + QStringLiteral("/file");
+    QFile f(blocker);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.close();
+    SetOutboxFolder(blocker + QStringLiteral("/outbox"));
+    frmCompose w(mail);
+    w.show();
+    w.sendButton()->click();
+    EXPECT_EQ(asked, 1);
+    EXPECT_TRUE(w.isVisible());
+    EXPECT_TRUE(lastMessage().contains(QStringLiteral("stays in this window")))
+        << lastMessage().toStdString();
+    w.sendButton()->click();
+    EXPECT_EQ(asked, 1) << "asked once, not at every try";
+
+    // The next process asks again; there the user fills the account in, and the mail goes out
+    // with the values just saved.
+    InstallComposeWindow();
+    SetOutboxFolder(outbox);
+    const int port = ClosedPort();
+    frmMailAccount::SetDialogHook([&](frmMailAccount* d) {
+        ++asked;
+        d->senderAddressField()->setText(QStringLiteral("desk@example.org"));
+        d->hostField()->setText(QStringLiteral("127.0.0.1"));
+        d->portField()->setText(QString::number(port));
+        d->setTls(MailTlsMode::None);
+        d->saveButton()->click();
+    });
+    frmCompose second(mail);
+    second.show();
+    second.sendButton()->click();
+    EXPECT_EQ(asked, 2);
+    EXPECT_EQ(second.outcome(), frmCompose::Outcome::KeptInOutbox);
+    EXPECT_TRUE(second.lastResult().reason.contains(QStringLiteral("127.0.0.1:%1").arg(port)))
+        << second.lastResult().reason.toStdString();
+    EXPECT_TRUE(second.senderLabel()->text().contains(QStringLiteral("desk@example.org")));
+}
+
+TEST_F(ComposeWindow, OpenEmailOfTheErrorReportOpensTheComposeWindow) {
+    MailProfile p = LocalProfile(ClosedPort());
+    p.errorReportMailbox = QStringLiteral("errors@example.org");
+    ASSERT_TRUE(SaveMailProfile(p));
+    InstallComposeWindow();
+    MailMessage shown;
+    int windows = 0;
+    frmCompose::SetDisplayHook([&](frmCompose* w) {
+        ++windows;
+        shown = w->message();
+        w->cancelButton()->click();
+    });
+    frmErrorReport report(QStringLiteral("At Line: 3\r\nIn Function: DB.GetCONN\r\nPassword=db-pw-9;"),
+                          false);
+    report.show();
+    report.openEmailButton()->click();
+    ASSERT_EQ(windows, 1);
+    EXPECT_EQ(shown.to, QStringLiteral("errors@example.org"));
+    EXPECT_EQ(shown.subject, ErrorReportSubject());
+    EXPECT_TRUE(shown.html.contains(QStringLiteral("In Function: DB.GetCONN")));
+    EXPECT_FALSE(shown.html.contains(QStringLiteral("db-pw-9")));
+    EXPECT_TRUE(allMessages().isEmpty())
+        << "cancelling the window is no failure: " << allMessages().join(QLatin1Char('|')).toStdString();
+    EXPECT_TRUE(Emls(outbox).isEmpty());
+}
+
+// Against the SMTP sink that `make test` starts.
+TEST_F(ComposeWindow, SendThroughTheProfileArrivesWithBccInTheEnvelopeOnly) {
+    const int port = test::SmtpPort().toInt();
+    const QString spool = test::SmtpSpoolDir();
+    if (port <= 0 || spool.isEmpty())
+        GTEST_SKIP()
+            << "TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL unset: the SMTP sink runs under `make test` "
+               "or scripts/test-servers.sh";
+    ASSERT_TRUE(SaveMailProfile(LocalProfile(port)));
+    frmCompose w(MailMessage{});
+    w.show();
+    w.toField()->setText(QStringLiteral("Ann Lee <ann@x.org>"));
+    w.bccField()->setText(QStringLiteral("bo@y.org; cy@z.org"));
+    const QString subject = QStringLiteral("Woche 12 – genehmigt");
+    w.subjectField()->setText(subject);
+    const QString html = QStringLiteral("<html><body><p>Grüße</p></body></html>");
+    w.sourceEditor()->setPlainText(html);
+    w.sendButton()->click();
+    ASSERT_EQ(w.outcome(), frmCompose::Outcome::Sent) << w.lastResult().reason.toStdString();
+    EXPECT_FALSE(w.isVisible());
+
+    QJsonObject o;
+    const QString wanted = QLatin1Char('<') + w.lastResult().messageId + QLatin1Char('>');
+    for (const QString& name : QDir(spool).entryList({QStringLiteral("*.json")}, QDir::Files)) {
+        QFile f(spool + QLatin1Char('/') + name);
+        if (!f.open(QIODevice::ReadOnly))
+            continue;
+        const QJsonObject candidate = QJsonDocument::fromJson(f.readAll()).object();
+        if (candidate.value(QStringLiteral("message_id")).toString() == wanted)
+            o = candidate;
+    }
+    ASSERT_FALSE(o.isEmpty()) << "no mail " << wanted.toStdString() << " in " << spool.toStdString();
+    QStringList rcpts;
+    for (const QJsonValue& v : o.value(QStringLiteral("rcpt_tos")).toArray())
+        rcpts << v.toString();
+    EXPECT_EQ(rcpts, (QStringList{QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org"),
+                                  QStringLiteral("cy@z.org")}));
+    EXPECT_EQ(o.value(QStringLiteral("to")).toString(), QStringLiteral("Ann Lee <ann@x.org>"));
+    for (const QJsonValue& h : o.value(QStringLiteral("headers")).toArray())
+        EXPECT_NE(h.toArray().at(0).toString().toLower(), QStringLiteral("bcc"));
+    EXPECT_EQ(o.value(QStringLiteral("subject")).toString(), subject);
+    EXPECT_EQ(
+        o.value(QStringLiteral("body")).toString().replace(QStringLiteral("\r\n"), QStringLiteral("\n")),
+        html);
+    EXPECT_TRUE(Emls(outbox).isEmpty());
+}

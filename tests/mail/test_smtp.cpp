@@ -1,0 +1,403 @@
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTcpServer>
+
+#include "core/error_report.h"
+#include "core/local_settings.h"
+#include "mail/mail_transport.h"
+#include "support/test_env.h"
+
+using namespace tlm;
+
+namespace {
+
+QByteArray ReadAll(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+QString Crlf(QString s) {
+    return s.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+}
+
+bool IsPrivateFile(const QString& path) {
+    const auto p = QFile::permissions(path);
+    return (p & (QFileDevice::ReadOwner | QFileDevice::WriteOwner)) &&
+           !(p & (QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ReadOther |
+                  QFileDevice::WriteOther));
+}
+
+// A port that nothing listens on: bound, then released.
+int ClosedPort() {
+    QTcpServer server;
+    if (!server.listen(QHostAddress::LocalHost, 0))
+        return 1;
+    const int port = server.serverPort();
+    server.close();
+    return port;
+}
+
+MailProfile LocalProfile(int port) {
+    MailProfile p;
+    p.senderName = QStringLiteral("Tally Desk");
+    p.senderAddress = QStringLiteral("desk@example.org");
+    p.host = QStringLiteral("127.0.0.1");
+    p.port = port;
+    p.tls = MailTlsMode::None;
+    return p;
+}
+
+QStringList OutboxFiles(const QString& folder) {
+    QStringList files;
+    for (const QString& f : QDir(folder).entryList({QStringLiteral("*.eml")}, QDir::Files))
+        files << QDir(folder).absoluteFilePath(f);
+    return files;
+}
+
+}  // namespace
+
+// Sending that never reaches a server: the mail must end in the outbox, never lost.
+class MailOutboxTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        outbox = test::NewTempDir(QStringLiteral("outbox"));
+        ResetErrorReportingForTests();
+    }
+    QString outbox;
+    const MailMessage mail{QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org;cy@z.org"),
+                           QStringLiteral("Timesheet approved"), QStringLiteral("<p>Approved.</p>")};
+};
+
+TEST_F(MailOutboxTest, NoHostKeepsTheWireBytesWithTheirRecipients) {
+    MailProfile p = LocalProfile(25);
+    p.host.clear();
+    const MailSendResult r = SmtpTransport(p, outbox).send(mail);
+    ASSERT_EQ(r.status, MailSendResult::Status::KeptInOutbox) << r.reason.toStdString();
+    EXPECT_TRUE(r.reason.contains(QStringLiteral("SMTP server"))) << r.reason.toStdString();
+    ASSERT_EQ(OutboxFiles(outbox), QStringList{r.outboxFile});
+    EXPECT_TRUE(IsPrivateFile(r.outboxFile));
+    const QByteArray eml = ReadAll(r.outboxFile);
+    EXPECT_TRUE(eml.startsWith("X-Tlm-Recipients: ann@x.org, bo@y.org, cy@z.org\r\nX-Tlm-Failure: "))
+        << eml.left(200).constData();
+    EXPECT_TRUE(eml.contains("\r\nMessage-ID: <" + r.messageId.toLatin1() + ">\r\n"));
+    EXPECT_TRUE(eml.contains("\r\nTo: ann@x.org\r\n"));
+    EXPECT_FALSE(eml.contains("\r\nBcc:"));
+    EXPECT_TRUE(eml.endsWith("<p>Approved.</p>=\r\n"));
+    EXPECT_TRUE(CurrentAction().contains(r.outboxFile)) << "the trace names the kept file";
+}
+
+TEST_F(MailOutboxTest, ClosedPortAndMissingSenderKeepTheMail) {
+    QElapsedTimer timer;
+    timer.start();
+    const MailSendResult closed = SmtpTransport(LocalProfile(ClosedPort()), outbox).send(mail);
+    EXPECT_EQ(closed.status, MailSendResult::Status::KeptInOutbox) << closed.reason.toStdString();
+    EXPECT_LT(timer.elapsed(), 10000) << "a refused connection must not hang the caller";
+
+    MailProfile noSender = LocalProfile(ClosedPort());
+    noSender.senderAddress.clear();
+    const MailSendResult kept = SmtpTransport(noSender, outbox).send(mail);
+    ASSERT_EQ(kept.status, MailSendResult::Status::KeptInOutbox);
+    EXPECT_TRUE(kept.reason.contains(QStringLiteral("no sender address"))) << kept.reason.toStdString();
+    EXPECT_TRUE(ReadAll(kept.outboxFile).contains("\r\nFrom: "));
+    EXPECT_EQ(OutboxFiles(outbox).size(), 2);
+}
+
+TEST_F(MailOutboxTest, RefusedInputIsNotSentNorKept) {
+    MailMessage bad = mail;
+    bad.subject = QStringLiteral("Hi\r\nBcc: evil@x.org");
+    const MailSendResult r = SmtpTransport(LocalProfile(ClosedPort()), outbox).send(bad);
+    EXPECT_EQ(r.status, MailSendResult::Status::Refused);
+    EXPECT_TRUE(r.reason.contains(QStringLiteral("line break"))) << r.reason.toStdString();
+    bad = mail;
+    bad.bcc = QStringLiteral("bo@y.org;no-at-sign");
+    const MailSendResult r2 = SmtpTransport(LocalProfile(ClosedPort()), outbox).send(bad);
+    EXPECT_EQ(r2.status, MailSendResult::Status::Refused);
+    EXPECT_TRUE(r2.reason.contains(QStringLiteral("no-at-sign"))) << r2.reason.toStdString();
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty());
+}
+
+TEST_F(MailOutboxTest, UnwritableOutboxIsReportedAsLost) {
+    const QString blocker = outbox + QStringLiteral("/file");
+    QFile f(blocker);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.close();
+    MailProfile p = LocalProfile(25);
+    p.host.clear();
+    const MailSendResult r = SmtpTransport(p, blocker + QStringLiteral("/outbox")).send(mail);
+    EXPECT_EQ(r.status, MailSendResult::Status::Lost);
+    EXPECT_TRUE(r.reason.contains(QStringLiteral("outbox"))) << r.reason.toStdString();
+}
+
+TEST(MailProfileStore, RoundTripPrivateFileAndMaskedPassword) {
+    const QString file = test::FreshLocalSettings();
+    MailProfile p = LocalProfile(2525);
+    p.tls = MailTlsMode::Implicit;
+    p.user = QStringLiteral("desk");
+    p.password = QStringLiteral("s3cret-Mail-pw");
+    p.verifyCertificate = false;
+    p.errorReportMailbox = QStringLiteral("errors@example.org");
+    ASSERT_TRUE(SaveMailProfile(p));
+    EXPECT_EQ(LocalSettingsFilePath(), file);
+    EXPECT_TRUE(IsPrivateFile(file)) << file.toStdString();
+
+    const MailProfile back = LoadMailProfile();
+    EXPECT_EQ(back.host, p.host);
+    EXPECT_EQ(back.port, 2525);
+    EXPECT_EQ(back.tls, MailTlsMode::Implicit);
+    EXPECT_EQ(back.user, p.user);
+    EXPECT_EQ(back.password, p.password);
+    EXPECT_FALSE(back.verifyCertificate);
+    EXPECT_EQ(back.errorReportMailbox, p.errorReportMailbox);
+    EXPECT_EQ(GetSetting(QStringLiteral("TLM"), QStringLiteral("MailProfile"), QStringLiteral("SmtpHost"),
+                         QString()),
+              QStringLiteral("127.0.0.1"));
+    EXPECT_FALSE(MaskSecrets(QStringLiteral("login failed for s3cret-Mail-pw")).contains(p.password));
+
+    // Defaults of an empty profile: STARTTLS on its usual port, certificates checked.
+    test::FreshLocalSettings();
+    const MailProfile empty = LoadMailProfile();
+    EXPECT_EQ(empty.tls, MailTlsMode::StartTls);
+    EXPECT_EQ(empty.effectivePort(), 587);
+    EXPECT_TRUE(empty.verifyCertificate);
+    EXPECT_GT(empty.connectTimeoutSeconds, 0);
+}
+
+TEST(MailProfileStore, UserNames) {
+    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral("Mailbox - Ann Lee "), QString()),
+              QStringLiteral("Ann Lee"));
+    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral(" Ann Lee "), QStringLiteral("a@x.org")),
+              QStringLiteral("Ann Lee"));
+    EXPECT_EQ(UserNameFromMailboxName(QString(), QStringLiteral("a@x.org")), QStringLiteral("a@x.org"));
+    test::FreshLocalSettings();
+    MailProfile p = LocalProfile(25);
+    p.senderName = QStringLiteral("Projects - Bo Chen");
+    ASSERT_TRUE(SaveMailProfile(p));
+    EXPECT_EQ(GetUserNameFromMailbox(), QStringLiteral("Bo Chen"));
+    const QByteArray saved = qgetenv("USER");
+    qputenv("USER", "tally-tester");
+    EXPECT_EQ(fncGetUserNameFromEnvironment(), QStringLiteral("tally-tester"));
+    qunsetenv("USER");
+    EXPECT_FALSE(fncGetUserNameFromEnvironment().isEmpty()) << "falls back on the password database";
+    qputenv("USER", saved);
+}
+
+// Against the SMTP sink that `make test` starts: what arrived is read back by Python's own mail
+// parser (the .json beside each spooled mail).
+class SmtpSinkTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        port = test::SmtpPort().toInt();
+        spool = test::SmtpSpoolDir();
+        if (port <= 0 || spool.isEmpty())
+            GTEST_SKIP()
+                << "TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL unset: the SMTP sink runs under `make test` "
+                   "or scripts/test-servers.sh";
+        outbox = test::NewTempDir(QStringLiteral("outbox"));
+        ResetErrorReportingForTests();
+    }
+
+    // The sink's reading of the mail with this Message-ID; rawPath gets the .eml beside it.
+    QJsonObject Arrived(const QString& messageId, QString* rawPath = nullptr) const {
+        const QString wanted = QLatin1Char('<') + messageId + QLatin1Char('>');
+        for (const QString& f : QDir(spool).entryList({QStringLiteral("*.json")}, QDir::Files)) {
+            const QJsonObject o = QJsonDocument::fromJson(ReadAll(spool + QLatin1Char('/') + f)).object();
+            if (o.value(QStringLiteral("message_id")).toString() != wanted)
+                continue;
+            if (rawPath)
+                *rawPath = spool + QLatin1Char('/') + f.chopped(5) + QStringLiteral(".eml");
+            return o;
+        }
+        return {};
+    }
+    static QStringList Strings(const QJsonValue& v) {
+        QStringList out;
+        for (const QJsonValue& e : v.toArray())
+            out << e.toString();
+        return out;
+    }
+    static bool HasHeader(const QJsonObject& o, const QString& name) {
+        for (const QJsonValue& h : o.value(QStringLiteral("headers")).toArray())
+            if (h.toArray().at(0).toString().compare(name, Qt::CaseInsensitive) == 0)
+                return true;
+        return false;
+    }
+
+    int port = 0;
+    QString spool;
+    QString outbox;
+};
+
+TEST_F(SmtpSinkTest, NotificationArrivesWithSplitRecipientsEncodedSubjectAndBody) {
+    const QString subject =
+        QStringLiteral("Bericht für Jürgen – 報告 =?x?= ") + QStringLiteral("long ").repeated(20);
+    QString html = QStringLiteral("<html><body><p>Grüße, 100% = done</p>\n<pre>\tTab and trailing blank \n");
+    html += QStringLiteral("<td>") + QStringLiteral("x").repeated(500) +
+            QStringLiteral("</td>\n.dot line\n</pre>");
+    const MailMessage msg = MakeNotificationMail(QStringLiteral("ann@x.org;bo@y.org;cy@z.org"), subject,
+                                                 html + QStringLiteral("</body></html>"));
+    const MailSendResult r = SmtpTransport(LocalProfile(port), outbox).send(msg);
+    ASSERT_EQ(r.status, MailSendResult::Status::Sent) << r.reason.toStdString();
+    const QJsonObject o = Arrived(r.messageId);
+    ASSERT_FALSE(o.isEmpty()) << "no mail with Message-ID " << r.messageId.toStdString() << " in "
+                              << spool.toStdString();
+
+    EXPECT_EQ(
+        Strings(o.value(QStringLiteral("rcpt_tos"))),
+        (QStringList{QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org"), QStringLiteral("cy@z.org")}));
+    EXPECT_EQ(o.value(QStringLiteral("mail_from")).toString(), QStringLiteral("desk@example.org"));
+    EXPECT_EQ(o.value(QStringLiteral("to")).toString(), QStringLiteral("ann@x.org"));
+    EXPECT_EQ(o.value(QStringLiteral("from")).toString(), QStringLiteral("Tally Desk <desk@example.org>"));
+    EXPECT_FALSE(HasHeader(o, QStringLiteral("Bcc")));
+    EXPECT_TRUE(HasHeader(o, QStringLiteral("Date")));
+    EXPECT_TRUE(HasHeader(o, QStringLiteral("MIME-Version")));
+    EXPECT_EQ(o.value(QStringLiteral("subject")).toString(), subject);
+    EXPECT_EQ(o.value(QStringLiteral("content_type")).toString(), QStringLiteral("text/html"));
+    EXPECT_EQ(o.value(QStringLiteral("charset")).toString(), QStringLiteral("utf-8"));
+    EXPECT_EQ(o.value(QStringLiteral("transfer_encoding")).toString(), QStringLiteral("quoted-printable"));
+    EXPECT_EQ(Crlf(o.value(QStringLiteral("body")).toString()), msg.html);
+    EXPECT_TRUE(o.value(QStringLiteral("defects")).toArray().isEmpty())
+        << QJsonDocument(o.value(QStringLiteral("defects")).toArray()).toJson().constData();
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty());
+}
+
+TEST_F(SmtpSinkTest, FiveMegabyteBodyArrivesWhole) {
+    QString html = QStringLiteral("<html><body>\n");
+    const QString row = QStringLiteral("<tr><td>Projekt Ä</td><td>12.50</td><td>a=b</td></tr>\n");
+    while (html.size() < 5 * 1024 * 1024)
+        html += row;
+    html += QStringLiteral("</body></html>");
+    const MailSendResult r = SmtpTransport(LocalProfile(port), outbox)
+                                 .send({QStringLiteral("big@x.org"), {}, QStringLiteral("Big"), html});
+    ASSERT_EQ(r.status, MailSendResult::Status::Sent) << r.reason.toStdString();
+    const QJsonObject o = Arrived(r.messageId);
+    ASSERT_FALSE(o.isEmpty());
+    const QString body = Crlf(o.value(QStringLiteral("body")).toString());
+    EXPECT_EQ(body.size(), html.size());
+    EXPECT_TRUE(body == html);
+}
+
+TEST_F(SmtpSinkTest, LoginWithTheRightPasswordAndRefusedLoginKeepsTheMail) {
+    const QString user = qEnvironmentVariable("TLM_TEST_SMTP_USER");
+    const QString password = qEnvironmentVariable("TLM_TEST_SMTP_PASSWORD");
+    if (user.isEmpty())
+        GTEST_SKIP() << "TLM_TEST_SMTP_USER unset";
+    MailProfile p = LocalProfile(port);
+    p.user = user;
+    p.password = password;
+    const MailMessage msg{QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org"), QStringLiteral("Login"),
+                          QStringLiteral("<p>x</p>")};
+    const MailSendResult ok = SmtpTransport(p, outbox).send(msg);
+    ASSERT_EQ(ok.status, MailSendResult::Status::Sent) << ok.reason.toStdString();
+    EXPECT_EQ(Arrived(ok.messageId).value(QStringLiteral("auth_user")).toString(), user);
+
+    p.password = QStringLiteral("Wrong-pw-") + password;
+    const MailSendResult refused = SmtpTransport(p, outbox).send(msg);
+    ASSERT_EQ(refused.status, MailSendResult::Status::KeptInOutbox) << refused.reason.toStdString();
+    EXPECT_TRUE(Arrived(refused.messageId).isEmpty());
+    EXPECT_TRUE(refused.reason.contains(QStringLiteral("535"))) << refused.reason.toStdString();
+    const QByteArray eml = ReadAll(refused.outboxFile);
+    EXPECT_TRUE(eml.startsWith("X-Tlm-Recipients: ann@x.org, bo@y.org\r\n"));
+    for (const QString& text : {refused.reason, QString::fromUtf8(eml), CurrentAction()})
+        EXPECT_FALSE(text.contains(p.password)) << text.left(300).toStdString();
+}
+
+TEST_F(SmtpSinkTest, RequiredStartTlsIsNeverDowngraded) {
+    // The sink offers no STARTTLS: the mail must wait in the outbox, not go out in the clear.
+    MailProfile p = LocalProfile(port);
+    p.tls = MailTlsMode::StartTls;
+    const MailSendResult r =
+        SmtpTransport(p, outbox).send({QStringLiteral("ann@x.org"), {}, QStringLiteral("TLS"), {}});
+    EXPECT_EQ(r.status, MailSendResult::Status::KeptInOutbox) << r.reason.toStdString();
+    EXPECT_TRUE(Arrived(r.messageId).isEmpty());
+    // Implicit TLS against a plain server fails the handshake the same way.
+    p.tls = MailTlsMode::Implicit;
+    EXPECT_EQ(
+        SmtpTransport(p, outbox).send({QStringLiteral("ann@x.org"), {}, QStringLiteral("TLS"), {}}).status,
+        MailSendResult::Status::KeptInOutbox);
+}
+
+TEST_F(SmtpSinkTest, RefusedSubjectNeverReachesTheServer) {
+    const qsizetype before = QDir(spool).entryList({QStringLiteral("*.eml")}, QDir::Files).size();
+    const MailSendResult r =
+        SmtpTransport(LocalProfile(port), outbox)
+            .send({QStringLiteral("ann@x.org"), {}, QStringLiteral("Hi\nBcc: evil@x.org"), {}});
+    EXPECT_EQ(r.status, MailSendResult::Status::Refused);
+    EXPECT_EQ(QDir(spool).entryList({QStringLiteral("*.eml")}, QDir::Files).size(), before);
+}
+
+TEST_F(SmtpSinkTest, ErrorReportGoesToTheMailboxWithoutSecrets) {
+    test::FreshLocalSettings();
+    MailProfile p = LocalProfile(port);
+    p.password = QStringLiteral("Profile-pw-77");
+    p.user.clear();  // no login: the sink takes it, and the password must still not travel
+    p.errorReportMailbox = QStringLiteral("errors@example.org");
+    ASSERT_TRUE(SaveMailProfile(p));
+    SetOutboxFolder(outbox);
+
+    MailErrorReportMailer mailer;
+    EXPECT_TRUE(mailer.available());
+    const QString report = QStringLiteral(
+        "At Line: 4\r\nIn Function: DB.GetCONN <x>\r\n"
+        "Exception Description: Data Source=srv;Password=db-pw-9;\r\n"
+        "smtp said Profile-pw-77\r\n");
+    ASSERT_TRUE(mailer.send(QStringLiteral("Exception (1.0.0) : Tally Loom Manager Process"), report, true))
+        << mailer.lastResult().reason.toStdString();
+    SetOutboxFolder(QString());
+    QString rawPath;
+    const QJsonObject o = Arrived(mailer.lastResult().messageId, &rawPath);
+    ASSERT_FALSE(o.isEmpty());
+    EXPECT_EQ(Strings(o.value(QStringLiteral("rcpt_tos"))),
+              QStringList{QStringLiteral("errors@example.org")});
+    const QString body = o.value(QStringLiteral("body")).toString();
+    EXPECT_TRUE(body.contains(QStringLiteral("In Function: DB.GetCONN &lt;x&gt;"))) << body.toStdString();
+    EXPECT_FALSE(body.contains(QStringLiteral("db-pw-9")));
+    EXPECT_FALSE(body.contains(QStringLiteral("Profile-pw-77")));
+    const QByteArray raw = ReadAll(rawPath);
+    ASSERT_FALSE(raw.isEmpty());
+    EXPECT_FALSE(raw.contains("Profile-pw-77"));
+
+    // Not sending directly hands the mail to the compose window when there is one.
+    MailMessage shown;
+    mailer.setDisplayHook([&](const MailMessage& m) {
+        shown = m;
+        return true;
+    });
+    EXPECT_TRUE(mailer.send(QStringLiteral("S"), QStringLiteral("Password=abc"), false));
+    EXPECT_EQ(shown.to, QStringLiteral("errors@example.org"));
+    EXPECT_FALSE(shown.html.contains(QStringLiteral("abc")));
+}
+
+// The first mail with no server set asks for the account once; what the user saves is used at once.
+TEST_F(SmtpSinkTest, EmptyProfileAsksOnceAndSendsWithWhatWasSaved) {
+    test::FreshLocalSettings();
+    MailProfile empty = LocalProfile(port);
+    empty.host.clear();
+    ASSERT_TRUE(SaveMailProfile(empty));
+    SetOutboxFolder(outbox);
+    int asked = 0;
+    SetMissingProfileHook([&] {
+        ++asked;
+        return SaveMailProfile(LocalProfile(port));
+    });
+    ProfileMailTransport transport;
+    const MailSendResult first = transport.send(MakeNotificationMail(
+        QStringLiteral("ann@x.org"), QStringLiteral("First"), QStringLiteral("<p>1</p>")));
+    EXPECT_EQ(first.status, MailSendResult::Status::Sent) << first.reason.toStdString();
+    EXPECT_FALSE(Arrived(first.messageId).isEmpty());
+
+    // Cleared again: the user was asked already, so the mail waits in the outbox without a dialog.
+    ASSERT_TRUE(SaveMailProfile(empty));
+    const MailSendResult second = transport.send(MakeNotificationMail(
+        QStringLiteral("ann@x.org"), QStringLiteral("Second"), QStringLiteral("<p>2</p>")));
+    SetMissingProfileHook({});
+    SetOutboxFolder(QString());
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(second.status, MailSendResult::Status::KeptInOutbox);
+    EXPECT_EQ(OutboxFiles(outbox).size(), 1);
+}
