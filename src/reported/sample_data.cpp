@@ -369,8 +369,9 @@ class TableWriter {
     QVariantList pending_;
 };
 
+// Wall-clock times with no zone: the stored text is the same, and no local-time lookup per value.
 QVariant At(const QDate& day, int minutes) {
-    return QDateTime(day, QTime(0, 0)).addSecs(qint64(minutes) * 60);
+    return QDateTime(day, QTime(0, 0), Qt::UTC).addSecs(qint64(minutes) * 60);
 }
 
 QString EntryId(Random& r, qint64 index) {

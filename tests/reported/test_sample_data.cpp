@@ -58,7 +58,8 @@ using SampleDataTest = EngineTest;
 
 TEST_P(SampleDataTest, SameSeedGivesTheSameRowsOnEveryEngineAndAnotherSeedDiffers) {
     OpenFreshDatabase();
-    const SampleSpec spec = SmallSpec();
+    SampleSpec spec;
+    spec.reportedItems = 400;
     SampleCounts counts;
     Failure f;
     ASSERT_TRUE(FillSampleData(*CurrentConnection(), spec, &counts, &f)) << f.description.toStdString();
