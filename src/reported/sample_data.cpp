@@ -20,6 +20,8 @@ namespace tlm {
 namespace {
 
 // mt19937's output is fixed by the standard; its distributions are not, so ours are written here.
+// Draws must happen in a fixed order: a << chain runs left to right, a call's arguments do not, so
+// no call takes two draws as arguments.
 class Random {
   public:
     explicit Random(quint32 seed) : engine_(seed) {}
@@ -219,7 +221,8 @@ Model BuildModel(const SampleSpec& spec) {
         pr.name = Numbered(kProjectNames, p);
         pr.manager = m.members.empty() ? QString() : m.members[size_t(r.Below(int(m.members.size())))].name;
         pr.code = QStringLiteral("P-%1").arg(1001 + p);
-        pr.description = QStringLiteral("%1 for %2").arg(r.Pick(kListValues[2]), r.Pick(kCompanies));
+        const QString phase = r.Pick(kListValues[2]);
+        pr.description = phase + QStringLiteral(" for ") + r.Pick(kCompanies);
         pr.rate = Amount(r, 6000, 18000, 500);
         pr.color = r.Below(27);
         pr.start = spec.firstDay.addDays(-r.Below(120));
@@ -438,7 +441,8 @@ class ItemMaker {
                      : n < 90 ? QStringLiteral("Waiting")
                               : QStringLiteral("Deferred");
         }
-        const QVariant created = At(c.day.addDays(-r_.Below(6)), 8 * 60 + r_.Below(600));
+        const QDate createdDay = c.day.addDays(-r_.Below(6));
+        const QVariant created = At(createdDay, 8 * 60 + r_.Below(600));
         const QVariant reported = At(c.day, 20 * 60 + r_.Below(180));
         QVariantList v;
         v.reserve(kTaskColumns.size());
@@ -479,7 +483,8 @@ class ItemMaker {
                 names << OtherMember(c.reporter);
             required = names.join(QStringLiteral("; "));
         }
-        const QVariant created = At(c.day.addDays(-r_.Below(14)), 7 * 60 + r_.Below(60));
+        const QDate createdDay = c.day.addDays(-r_.Below(14));
+        const QVariant created = At(createdDay, 7 * 60 + r_.Below(60));
         const QVariant reported = At(c.day, 20 * 60 + r_.Below(180));
         QVariantList v;
         v.reserve(kAppointmentColumns.size());
@@ -512,15 +517,18 @@ class ItemMaker {
             d = r_.Below(spec_.days);
         c.day = spec_.firstDay.addDays(d);
         // Quarter hours from 15 minutes to a little over 8 hours, most near half a day.
-        c.minutes = 15 * (1 + r_.Below(16) + r_.Below(17));
+        const int quarters = 1 + r_.Below(16);
+        c.minutes = 15 * (quarters + r_.Below(17));
         return c;
     }
 
-    QString OtherMember(const Member* not_) {
-        const Member& m = m_.members[size_t(r_.Below(int(m_.members.size())))];
-        return &m == not_ && m_.members.size() > 1
-                   ? m_.members[(size_t(&m - m_.members.data()) + 1) % m_.members.size()].name
-                   : m.name;
+    // A colleague of the reporter for attendees and contacts: the next member when the draw hits them.
+    QString OtherMember(const Member* reporter) {
+        const size_t n = m_.members.size();
+        size_t i = size_t(r_.Below(int(n)));
+        if (&m_.members[i] == reporter && n > 1)
+            i = (i + 1) % n;
+        return m_.members[i].name;
     }
 
     QString ListValue(int list) {
