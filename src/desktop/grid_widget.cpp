@@ -327,9 +327,13 @@ void GridWidget::setValueIcons(int col, const QHash<QString, QIcon>& icons) {
 }
 
 void GridWidget::setCellComboList(int row, int col, const QString& tabList) {
+    setCellComboItems(row, col, SplitTabList(tabList));
+}
+
+void GridWidget::setCellComboItems(int row, int col, const QStringList& items) {
     if (row < 0 || row >= rowCount() || col < 0 || col >= columnCount())
         return;
-    cell(row, col)->setData(ComboRole, SplitTabList(tabList));
+    cell(row, col)->setData(ComboRole, items);
 }
 
 QStringList GridWidget::comboItems(int row, int col) const {

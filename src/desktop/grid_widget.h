@@ -58,6 +58,8 @@ class GridWidget : public QTableWidget {
     void setValueIcons(int col, const QHash<QString, QIcon>& icons);
     // One row's own choices in a combo column (replaces the column's list for that cell).
     void setCellComboList(int row, int col, const QString& tabList);
+    // The same from a split list; rows handed one list share it.
+    void setCellComboItems(int row, int col, const QStringList& items);
     QStringList comboItems(int row, int col) const;
     // Equal widths over the visible columns, filling the viewport.
     void fitColumnsToWidth();
