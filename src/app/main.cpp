@@ -1,6 +1,7 @@
 #include <QApplication>
 #include <cstdio>
 
+#include "core/codecs.h"
 #include "core/startup.h"
 #include "core/version.h"
 #include "desktop/gui_program.h"
@@ -25,6 +26,7 @@ int main(int argc, char** argv) {
             break;
     }
 
+    tlm::PinLocalTimeZone();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("TLM"));
     QApplication::setOrganizationName(QStringLiteral("Orrinwell"));

@@ -265,6 +265,8 @@ void frmReviewReports::chkQueryDateClick() {
 
 void frmReviewReports::cmdReset() {
     fps_->setRowCount(0);
+    fps_->setColumnButton(kApprove, QString());
+    fps_->setColumnButton(kDecline, QString());
     pWait_->setVisible(true);
 }
 
@@ -359,10 +361,8 @@ void frmReviewReports::AddRows(const QVector<ReviewItem>& items, int from, int t
 }
 
 void frmReviewReports::LoadNotifyButtons(int col, const QString& caption) {
-    const QColor face = palette().color(QPalette::Button);
-    for (int r = 0; r < fps_->rowCount(); ++r)
-        fps_->setButton(r, col, caption, face);
-    fps_->viewport()->update();
+    // Every row has the same button: one for the column, not one cell per row.
+    fps_->setColumnButton(col, caption, palette().color(QPalette::Button));
 }
 
 void frmReviewReports::LockCells(int col1, int col2, int row1, int row2, bool locked) {
