@@ -78,20 +78,36 @@ QString ReviewDbTest::SharedUnapprovedId() {
         .value(0);
 }
 
-int ReviewDbTest::SpoolMailsTo(const QString& address) const {
+// Spool files of the sink: one JSON object per mail received.
+QList<QJsonObject> ReviewDbTest::SpoolMails() const {
+    QList<QJsonObject> out;
     if (spool.isEmpty())
-        return 0;
-    int n = 0;
+        return out;
     for (const QString& f : QDir(spool).entryList({QStringLiteral("*.json")}, QDir::Files)) {
         QFile file(spool + QLatin1Char('/') + f);
-        if (!file.open(QIODevice::ReadOnly))
+        if (file.open(QIODevice::ReadOnly))
+            out.append(QJsonDocument::fromJson(file.readAll()).object());
+    }
+    return out;
+}
+
+int ReviewDbTest::SpoolMailsTo(const QString& address, const QString& subjectPart) const {
+    int n = 0;
+    for (const QJsonObject& o : SpoolMails()) {
+        if (!o.value(QStringLiteral("subject")).toString().contains(subjectPart))
             continue;
-        const QJsonArray to =
-            QJsonDocument::fromJson(file.readAll()).object().value(QStringLiteral("rcpt_tos")).toArray();
-        for (const QJsonValue& v : to)
+        for (const QJsonValue& v : o.value(QStringLiteral("rcpt_tos")).toArray())
             n += v.toString().compare(address, Qt::CaseInsensitive) == 0 ? 1 : 0;
     }
     return n;
+}
+
+bool ReviewDbTest::ArrivedAtSink(const QString& messageId) const {
+    const QString wanted = QLatin1Char('<') + messageId + QLatin1Char('>');
+    for (const QJsonObject& o : SpoolMails())
+        if (o.value(QStringLiteral("message_id")).toString() == wanted)
+            return true;
+    return false;
 }
 
 }  // namespace tlm::test

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QJsonObject>
+#include <QList>
 #include <QStringList>
 #include <memory>
 
@@ -24,8 +26,10 @@ class ReviewDbTest : public DomainDbTest {
     QString FirstUnapprovedId(const QString& table);
     // An ID that has an unapproved row in both tables.
     QString SharedUnapprovedId();
-    // Mails for the address that reached the sink's spool so far (0 without a sink).
-    int SpoolMailsTo(const QString& address) const;
+    // Mails to the address whose subject holds the text, among all the sink received (other test
+    // processes share the sink, so a count is only meaningful for a subject nobody else sends).
+    int SpoolMailsTo(const QString& address, const QString& subjectPart) const;
+    bool ArrivedAtSink(const QString& messageId) const;
     bool HasSink() const { return bool(smtp); }
 
     RecordingTransport* transport = nullptr;  // what the senders handed on
@@ -33,6 +37,7 @@ class ReviewDbTest : public DomainDbTest {
     QString spool;
 
   private:
+    QList<QJsonObject> SpoolMails() const;
     std::unique_ptr<SmtpTransport> smtp;
     std::unique_ptr<RecordingTransport> recorder;
 };
