@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "app/program.h"
+#include "core/codecs.h"
 #include "core/startup.h"
 #include "core/version.h"
 
@@ -25,6 +26,7 @@ int main(int argc, char** argv) {
             break;
     }
 
+    tlm::PinLocalTimeZone();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("TLM"));
     QApplication::setOrganizationName(QStringLiteral("Orrinwell"));

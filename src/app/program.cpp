@@ -64,8 +64,10 @@ bool Program::LoadGlobalSettings() {
     SetDBSettings(dbSettings_.get());
     bool ok = false;
     dbSettings_->LoadGlobalSettings(true, ok);
-    if (ok)
+    if (ok) {
         uiSettings_ = std::make_unique<cUISettings>();
+        SetUISettings(uiSettings_.get());
+    }
     return ok;
 }
 
@@ -83,6 +85,7 @@ void Program::DestroyAllObjects() {
         windows = QApplication::topLevelWidgets();
     }
     subCloseConnection();
+    SetUISettings(nullptr);
     uiSettings_.reset();
     SetDBSettings(nullptr);
     dbSettings_.reset();

@@ -5,6 +5,7 @@
 #include "core/process_state.h"
 #include "core/prompt.h"
 #include "notifications/template_editor_form.h"
+#include "review/review_form.h"
 #include "settings/manager_settings_form.h"
 
 namespace tlm {
@@ -24,7 +25,7 @@ const ScreenRow kScreens[] = {
     {SectionWindow::ManagerSettings, &OpenManagerSettings},
     {SectionWindow::Search, nullptr},
     {SectionWindow::Reports, nullptr},
-    {SectionWindow::ReviewReports, nullptr},
+    {SectionWindow::ReviewReports, OpenReviewReports},
 };
 
 }  // namespace

@@ -26,6 +26,11 @@ QString DecodeValue(const QVariant& value) {
     return s;
 }
 
+void PinLocalTimeZone() {
+    if (qEnvironmentVariableIsEmpty("TZ"))
+        qputenv("TZ", ":/etc/localtime");
+}
+
 QDateTime ZeroDate() {
     return QDateTime(QDate(1899, 12, 30), QTime(0, 0, 0));
 }

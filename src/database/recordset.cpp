@@ -160,6 +160,7 @@ bool Recordset::Open(const QString& source, Failure* failure) {
     table_ = Dialect::SourceTable(statement);
     columns_.clear();
     index_.clear();
+    literalIndex_.clear();
     rows_.clear();
     pendingDeletes_.clear();
     auto fail = [&](const Failure& f) {
@@ -290,6 +291,18 @@ Recordset::Field Recordset::Fields(const QString& name) {
         return Field(this, -1);
     }
     return Field(this, it.value());
+}
+
+Recordset::Field Recordset::Fields(const char* name) {
+    // Keyed by the text's address; the name is compared again, so a reused buffer never misleads.
+    const auto hit = literalIndex_.constFind(name);
+    if (hit != literalIndex_.cend() &&
+        columns_[size_t(hit.value())].name.compare(QLatin1StringView(name), Qt::CaseInsensitive) == 0)
+        return Field(this, hit.value());
+    Field f = Fields(QString::fromLatin1(name));
+    if (f.IsValid())
+        literalIndex_.insert(name, f.index_);
+    return f;
 }
 
 Recordset::Field Recordset::Fields(int index) {

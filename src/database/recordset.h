@@ -64,6 +64,9 @@ class Recordset {
     LockMode lockMode() const { return lock_; }
 
     Field Fields(const QString& name);
+    // The same for a name given as a literal: readers ask for the same columns row after row, so
+    // each literal is resolved to its position once per result.
+    Field Fields(const char* name);
     Field Fields(int index);
     int FieldCount() const { return int(columns_.size()); }
 
@@ -117,6 +120,7 @@ class Recordset {
     QString table_;
     std::vector<Column> columns_;
     QHash<QString, int> index_;
+    QHash<const char*, int> literalIndex_;
     std::vector<Row> rows_;
     qsizetype pos_ = 0;
     bool bof_ = false;

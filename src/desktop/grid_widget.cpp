@@ -327,9 +327,13 @@ void GridWidget::setValueIcons(int col, const QHash<QString, QIcon>& icons) {
 }
 
 void GridWidget::setCellComboList(int row, int col, const QString& tabList) {
+    setCellComboItems(row, col, SplitTabList(tabList));
+}
+
+void GridWidget::setCellComboItems(int row, int col, const QStringList& items) {
     if (row < 0 || row >= rowCount() || col < 0 || col >= columnCount())
         return;
-    cell(row, col)->setData(ComboRole, SplitTabList(tabList));
+    cell(row, col)->setData(ComboRole, items);
 }
 
 QStringList GridWidget::comboItems(int row, int col) const {
@@ -390,7 +394,13 @@ const QTableWidgetItem* GridWidget::cellIfAny(int row, int col) const {
 
 QVariant GridWidget::storedValue(int row, int col) const {
     const auto* it = cellIfAny(row, col);
-    return it ? it->data(Qt::EditRole) : QVariant();
+    QVariant v = it ? it->data(Qt::EditRole) : QVariant();
+    if (!v.isValid() && !columnButtons_.isEmpty() && column(col).type == GridCellType::Button) {
+        const auto b = columnButtons_.constFind(col);
+        if (b != columnButtons_.cend())
+            v = b->first;
+    }
+    return v;
 }
 
 void GridWidget::storeValue(int row, int col, const QVariant& normalised) {
@@ -562,7 +572,20 @@ void GridWidget::setButton(int row, int col, const QString& caption, const QColo
 QColor GridWidget::buttonFace(int row, int col) const {
     const auto* it = cellIfAny(row, col);
     const QVariant face = it ? it->data(FaceRole) : QVariant();
-    return face.isValid() ? face.value<QColor>() : QColor(Qt::white);
+    if (face.isValid())
+        return face.value<QColor>();
+    const auto b = columnButtons_.constFind(col);
+    if (b != columnButtons_.cend() && b->second.isValid() && !(it && it->data(Qt::EditRole).isValid()))
+        return b->second;
+    return QColor(Qt::white);
+}
+
+void GridWidget::setColumnButton(int col, const QString& caption, const QColor& face) {
+    if (caption.isEmpty())
+        columnButtons_.remove(col);
+    else
+        columnButtons_.insert(col, {caption, face});
+    viewport()->update();
 }
 
 void GridWidget::setBackColor(int col1, int col2, int row1, int row2, const QColor& color) {

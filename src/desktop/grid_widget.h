@@ -58,6 +58,8 @@ class GridWidget : public QTableWidget {
     void setValueIcons(int col, const QHash<QString, QIcon>& icons);
     // One row's own choices in a combo column (replaces the column's list for that cell).
     void setCellComboList(int row, int col, const QString& tabList);
+    // The same from a split list; rows handed one list share it.
+    void setCellComboItems(int row, int col, const QStringList& items);
     QStringList comboItems(int row, int col) const;
     // Equal widths over the visible columns, filling the viewport.
     void fitColumnsToWidth();
@@ -84,7 +86,10 @@ class GridWidget : public QTableWidget {
 
     // Buttons, colours.
     void setButton(int row, int col, const QString& text, const QColor& face = QColor());
-    QColor buttonFace(int row, int col) const;                                       // white until set
+    QColor buttonFace(int row, int col) const;  // white until set
+    // A button on every row of a column that has none of its own, with no cell per row (a long
+    // list stays light); an empty caption takes it away.
+    void setColumnButton(int col, const QString& text, const QColor& face = QColor());
     void setBackColor(int col1, int col2, int row1, int row2, const QColor& color);  // invalid: clear
     QColor backColor(int row, int col) const;
 
@@ -175,6 +180,7 @@ class GridWidget : public QTableWidget {
     QHash<int, std::function<QColor(qint64)>> colourOf_;
     QHash<int, std::function<QString(qint64)>> colourName_;
     QHash<int, QHash<QString, QIcon>> icons_;
+    QHash<int, std::pair<QString, QColor>> columnButtons_;
     QVector<bool> lockedColumns_;
     QColor lockColor_{235, 235, 235};
     GridDelegate* delegate_ = nullptr;

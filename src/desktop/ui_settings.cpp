@@ -36,7 +36,17 @@ const QString kAudit = QStringLiteral("AuditUI");
 const QString kReports = QStringLiteral("ReportsUI");
 const QString kSearch = QStringLiteral("SearchUI");
 
+cUISettings* g_ui = nullptr;
+
 }  // namespace
+
+cUISettings* UISettings() {
+    return g_ui;
+}
+
+void SetUISettings(cUISettings* settings) {
+    g_ui = settings;
+}
 
 void cUISettings::ReadAuditUIValues() {
     // "QueryByDate" is read but "TimePeriodIndex" is written, so the value comes back as 0 each start;

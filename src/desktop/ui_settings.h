@@ -53,4 +53,8 @@ class cUISettings {
     void ReadSearchUIValues();
 };
 
+// The process's one store, registered by whoever builds it (the program object); nullptr before.
+cUISettings* UISettings();
+void SetUISettings(cUISettings* settings);
+
 }  // namespace tlm

@@ -12,6 +12,7 @@ namespace tlm {
 class MailTransport;
 class cTaskData;
 class cAppointmentData;
+class Recordset;
 
 // Tag to value, substituted in the order of adding. A value is text, a QDateTime or Money; the
 // last two are converted as the program shows them when substituted.
@@ -24,14 +25,18 @@ class ReportedItemRef {
     // Implicit on purpose: a sender hands either record as it is.
     ReportedItemRef(const cTaskData& task) : task_(&task) {}
     ReportedItemRef(const cAppointmentData& appointment) : appt_(&appointment) {}
+    // An open recordset of the row: present, but it answers to no member name, so its reporter
+    // reads as empty and its text is left as it is.
+    explicit ReportedItemRef(const Recordset& rs) : rs_(&rs) {}
 
-    bool isNull() const { return !task_ && !appt_; }
+    bool isNull() const { return !task_ && !appt_ && !rs_; }
     QString SubstituePlaceHolders(const QString& sContent) const;
     QString ReportedBy() const;
 
   private:
     const cTaskData* task_ = nullptr;
     const cAppointmentData* appt_ = nullptr;
+    const Recordset* rs_ = nullptr;
 };
 
 // What became of one notification. The caller's work goes on whatever it says.

@@ -16,7 +16,7 @@ QVariant RowReader::Read(const char* column, qint32 type, bool* found) {
     *found = false;
     if (!ok_)
         return QVariant();
-    Recordset::Field f = rs_.Fields(QString::fromLatin1(column));
+    Recordset::Field f = rs_.Fields(column);
     if (!f.IsValid()) {
         ok_ = false;
         ReportRecordset(rs_, label_);
@@ -71,7 +71,7 @@ void RowReader::Raw(const char* column, QString& out) {
 void RowWriter::Put(const char* column, const QVariant& value) {
     if (!ok_)
         return;
-    Recordset::Field f = rs_.Fields(QString::fromLatin1(column));
+    Recordset::Field f = rs_.Fields(column);
     if (!f.IsValid() || !f.SetValue(value)) {
         ok_ = false;
         ReportRecordset(rs_, label_);

@@ -447,6 +447,28 @@ TEST_F(Grid, ButtonColourAndCheckCellsAnswerClicksAndSpace) {
     EXPECT_EQ(buttons.count(), 2);
 }
 
+// A column-wide button shows on every row without a button of its own, rows added later included,
+// and is no data.
+TEST_F(Grid, ColumnButtonCoversRowsWithoutTheirOwn) {
+    grid.setColumnButton(Notify, QStringLiteral("Approve"), Qt::yellow);
+    grid.setButton(1, Notify, QStringLiteral("Own"), Qt::red);
+    grid.appendRow({QStringLiteral("late")});
+    EXPECT_EQ(grid.text(0, Notify), QStringLiteral("Approve"));
+    EXPECT_EQ(grid.text(1, Notify), QStringLiteral("Own"));
+    EXPECT_EQ(grid.text(3, Notify), QStringLiteral("Approve"));
+    EXPECT_EQ(grid.buttonFace(0, Notify), QColor(Qt::yellow));
+    EXPECT_EQ(grid.buttonFace(1, Notify), QColor(Qt::red));
+    EXPECT_EQ(grid.text(0, Name), QString());  // other columns untouched
+    EXPECT_EQ(grid.dataRowCount(), 4);
+    QSignalSpy buttons(&grid, &GridWidget::buttonClicked);
+    clickCell(3, Notify);
+    ASSERT_EQ(buttons.count(), 1);
+    EXPECT_EQ(buttons.at(0), (QVariantList{3, int(Notify)}));
+    grid.setColumnButton(Notify, QString());
+    EXPECT_EQ(grid.text(0, Notify), QString());
+    EXPECT_EQ(grid.buttonFace(0, Notify), QColor(Qt::white));
+}
+
 TEST_F(Grid, BulkLoadGrowsRowsAndLeavesNoChangeMarks) {
     QSignalSpy edited(&grid, &GridWidget::valueEdited);
     QVector<QVector<QVariant>> rows;

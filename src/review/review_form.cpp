@@ -1,0 +1,473 @@
+#include "review/review_form.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDateEdit>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QResizeEvent>
+#include <QSignalBlocker>
+#include <QVBoxLayout>
+#include <algorithm>
+
+#include "core/error_report.h"
+#include "core/local_settings.h"
+#include "core/process_state.h"
+#include "database/connection.h"
+#include "database/recordset.h"
+#include "desktop/grid_widget.h"
+#include "desktop/gui_window_services.h"
+#include "desktop/ui_settings.h"
+#include "settings/global_settings.h"
+
+namespace tlm {
+
+namespace {
+
+std::function<void(frmReviewReports&)> g_driver;
+
+// Window sizes are kept in twips, 15 to the pixel, as the client keeps them.
+constexpr int kTwipsPerPixel = 15;
+constexpr int kMinWidth = 640;
+constexpr int kMinHeight = 360;
+// Red 255, green 224, blue 192 (0xC0E0FF as the client stores colours).
+const QColor kLockedColour(255, 224, 192);
+
+using namespace review_col;
+
+QIcon TaskPicture() {
+    QPixmap pm(16, 16);
+    pm.fill(Qt::transparent);
+    QPainter p(&pm);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setPen(QPen(QColor(60, 60, 60), 1));
+    p.setBrush(QColor(255, 252, 220));
+    p.drawRect(QRectF(2.5, 1.5, 11, 13));
+    p.setPen(QPen(QColor(20, 130, 40), 2));
+    p.drawPolyline(QPolygonF({QPointF(4.5, 8), QPointF(7, 11), QPointF(11.5, 4.5)}));
+    return QIcon(pm);
+}
+
+QIcon AppointmentPicture() {
+    QPixmap pm(16, 16);
+    pm.fill(Qt::transparent);
+    QPainter p(&pm);
+    p.setPen(QPen(QColor(60, 60, 60), 1));
+    p.setBrush(Qt::white);
+    p.drawRect(1, 2, 13, 12);
+    p.fillRect(2, 3, 12, 3, QColor(200, 60, 50));
+    p.setPen(QColor(90, 90, 90));
+    for (int y = 8; y <= 12; y += 2)
+        for (int x = 3; x <= 12; x += 3)
+            p.drawPoint(x, y);
+    return QIcon(pm);
+}
+
+int ToTwips(int pixels) {
+    return std::min(32767, pixels * kTwipsPerPixel);
+}
+
+}  // namespace
+
+frmReviewReports::frmReviewReports(cUISettings* ui, QWidget* parent) : QDialog(parent), ui_(ui) {
+    if (!ui_) {
+        ownUi_ = std::make_unique<cUISettings>();
+        ui_ = ownUi_.get();
+    }
+    setObjectName(QStringLiteral("frmReviewReports"));
+    setWindowTitle(QStringLiteral("Review Timesheets"));
+    setMinimumSize(kMinWidth, kMinHeight);
+    setSizeGripEnabled(true);
+
+    auto* layout = new QVBoxLayout(this);
+    auto* filters = new QHBoxLayout;
+    cboFilter_ = new QComboBox(this);
+    picValue_ = new QWidget(this);
+    auto* valueLayout = new QHBoxLayout(picValue_);
+    valueLayout->setContentsMargins(0, 0, 0, 0);
+    cboValue_ = new QComboBox(picValue_);
+    cboValue_->setMinimumContentsLength(18);
+    cboValue_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    valueLayout->addWidget(cboValue_);
+    cboTypes_ = new QComboBox(this);
+    picOK_ = new QWidget(this);
+    auto* okLayout = new QHBoxLayout(picOK_);
+    okLayout->setContentsMargins(0, 0, 0, 0);
+    cmdOK_ = new QPushButton(QStringLiteral("OK"), picOK_);
+    cmdReset_ = new QPushButton(QStringLiteral("Reset"), picOK_);
+    cmdOK_->setDefault(true);
+    okLayout->addWidget(cmdOK_);
+    okLayout->addWidget(cmdReset_);
+    filters->addWidget(cboFilter_);
+    filters->addWidget(picValue_);
+    filters->addWidget(cboTypes_);
+    filters->addWidget(picOK_);
+    filters->addStretch(1);
+    layout->addLayout(filters);
+
+    auto* dates = new QHBoxLayout;
+    chkQueryDate_ = new QCheckBox(QStringLiteral("Filter by reported date"), this);
+    frameDateRange_ = new QGroupBox(this);
+    auto* frame = new QHBoxLayout(frameDateRange_);
+    cboBetweenOn_ = new QComboBox(frameDateRange_);
+    dtStart_ = new QDateEdit(frameDateRange_);
+    lblTo_ = new QLabel(QStringLiteral("and"), frameDateRange_);
+    dtEnd_ = new QDateEdit(frameDateRange_);
+    for (QDateEdit* d : {dtStart_, dtEnd_}) {
+        d->setCalendarPopup(true);
+        d->setDisplayFormat(QStringLiteral("yyyy-MM-dd"));
+    }
+    frame->addWidget(cboBetweenOn_);
+    frame->addWidget(dtStart_);
+    frame->addWidget(lblTo_);
+    frame->addWidget(dtEnd_);
+    dates->addWidget(chkQueryDate_);
+    dates->addWidget(frameDateRange_);
+    dates->addStretch(1);
+    layout->addLayout(dates);
+
+    pb_ = new QProgressBar(this);
+    pb_->setRange(0, 100);
+    pb_->setVisible(false);
+    layout->addWidget(pb_);
+    pWait_ = new QLabel(QStringLiteral("Choose the timesheets to review and press OK."), this);
+    layout->addWidget(pWait_);
+    fps_ = new GridWidget(this);
+    fps_->setAllowAddRows(false);
+    fps_->setDeleteKeyAction(GridWidget::DeleteKey::Nothing);
+    fps_->setLockColor(kLockedColour);
+    layout->addWidget(fps_, 1);
+
+    connect(cboFilter_, &QComboBox::currentIndexChanged, this, [this] { cboFilterClick(); });
+    connect(cboBetweenOn_, &QComboBox::currentIndexChanged, this, [this] { cboBetweenOnClick(); });
+    connect(chkQueryDate_, &QCheckBox::toggled, this, [this] { chkQueryDateClick(); });
+    connect(cmdOK_, &QPushButton::clicked, this, [this] { cmdOK(); });
+    connect(cmdReset_, &QPushButton::clicked, this, [this] { cmdReset(); });
+    connect(fps_, &GridWidget::buttonClicked, this, &frmReviewReports::ButtonClicked);
+    connect(fps_, &GridWidget::valueEdited, this, &frmReviewReports::ComboSelChange);
+}
+
+frmReviewReports::~frmReviewReports() = default;
+
+void frmReviewReports::subSetUp() {
+    const cDBSettings* global = DBSettings();
+    if (!global) {
+        subReportError(Failure{91, QStringLiteral("Object variable or With block variable not set"), 0,
+                               QStringLiteral("ReviewReports.subSetUp")});
+        return;
+    }
+    {
+        const QSignalBlocker a(cboFilter_), b(cboTypes_), c(cboBetweenOn_);
+        cboFilter_->clear();
+        cboFilter_->addItems(ReviewFilterEntries(global->ProjectTitle));
+        cboTypes_->clear();
+        cboTypes_->addItems(ReviewTypeEntries());
+        cboBetweenOn_->clear();
+        cboBetweenOn_->addItems(ReviewBetweenOnEntries());
+    }
+    const QDate today = QDate::currentDate();
+    dtStart_->setDate(today.addDays(-1));
+    dtEnd_->setDate(today);
+    options_ = ReadReviewOptions(*global);
+    SetUpGrid();
+
+    ui_->ReadAuditUIValues();
+    // A stored index outside a list is left for the list's first entry.
+    const auto pick = [](QComboBox* box, int index) {
+        box->setCurrentIndex(index >= 0 && index < box->count() ? index : 0);
+    };
+    pick(cboFilter_, ui_->Audit_Filterindex);
+    pick(cboTypes_, ui_->Audit_ReportTypeIndex);
+    pick(cboBetweenOn_, ui_->Audit_Between);
+    chkQueryDate_->setChecked(ui_->Audit_QueryByDate != 0);
+    cboFilterClick();
+    cboBetweenOnClick();
+    chkQueryDateClick();
+    resize(std::max(kMinWidth, ui_->Audit_Width / kTwipsPerPixel),
+           std::max(kMinHeight, ui_->Audit_Height / kTwipsPerPixel));
+    if (ui_->Audit_WindowState == 2)
+        setWindowState(windowState() | Qt::WindowMaximized);
+    cmdReset();
+}
+
+void frmReviewReports::SetUpGrid() {
+    const cDBSettings* global = DBSettings();
+    fps_->setColumns({QStringLiteral(" "), QStringLiteral("ID"), QStringLiteral("Subject"),
+                      global ? global->ProjectTitle : QStringLiteral("Project"),
+                      global ? global->ActivityTitle : QStringLiteral("Activity"), QStringLiteral("Cost"),
+                      QStringLiteral("Reported"), QStringLiteral("Reported By"), QStringLiteral(" "),
+                      QStringLiteral(" ")});
+    fps_->setStaticColumn(kType);
+    fps_->setValueIcons(kType, {{QStringLiteral("task"), TaskPicture()},
+                                {QStringLiteral("appointment"), AppointmentPicture()}});
+    fps_->setTextColumn(kID);
+    fps_->setTextColumn(kSubject);
+    if (options_.bEditProjectActivity && global) {
+        fps_->setComboColumn(kProject, global->Projects.ToStringTab());
+        fps_->setComboColumn(kActivity, QString());
+    } else {
+        fps_->setTextColumn(kProject);
+        fps_->setTextColumn(kActivity);
+    }
+    fps_->setCurrencyColumn(kCost, 2);
+    fps_->setTextColumn(kReported);
+    fps_->setTextColumn(kReportedBy);
+    fps_->setButtonColumn(kApprove);
+    fps_->setButtonColumn(kDecline);
+}
+
+ReviewFilter frmReviewReports::filter() const {
+    ReviewFilter f;
+    f.filterIndex = cboFilter_->currentIndex();
+    f.value = cboValue_->currentText();
+    f.typesIndex = cboTypes_->currentIndex();
+    f.queryByDate = chkQueryDate_->isChecked();
+    // With "On" the end date is hidden and only the start counts.
+    f.between = cboBetweenOn_->currentIndex() == 1;
+    f.start = dtStart_->date();
+    f.end = dtEnd_->date();
+    return f;
+}
+
+QString frmReviewReports::GetSQL() const {
+    const cMySettings* my = Process().mySettings;
+    return tlm::GetSQL(filter(), my ? my->DBChoice : 0);
+}
+
+void frmReviewReports::cboFilterClick() {
+    const cDBSettings* global = DBSettings();
+    const int index = cboFilter_->currentIndex();
+    cboValue_->clear();
+    if (global)
+        cboValue_->addItems(ReviewValueEntries(*global, index));
+    // For "All" the value row goes and the buttons move up into its place.
+    picValue_->setVisible(index >= 1 && index <= 3);
+}
+
+void frmReviewReports::cboBetweenOnClick() {
+    frameDateRange_->setTitle(DateFrameCaption(cboBetweenOn_->currentText()));
+    const bool between = cboBetweenOn_->currentIndex() == 1;
+    lblTo_->setVisible(between);
+    dtEnd_->setVisible(between);
+    frameDateRange_->adjustSize();
+}
+
+void frmReviewReports::chkQueryDateClick() {
+    frameDateRange_->setVisible(chkQueryDate_->isChecked());
+    if (QLayout* l = layout())
+        l->activate();
+}
+
+void frmReviewReports::cmdReset() {
+    fps_->setRowCount(0);
+    fps_->setColumnButton(kApprove, QString());
+    fps_->setColumnButton(kDecline, QString());
+    pWait_->setVisible(true);
+}
+
+void frmReviewReports::SetProgress(int value) {
+    pb_->setValue(value);
+    marks_.append(value);
+}
+
+void frmReviewReports::LetWindowRepaint() {
+    QCoreApplication::processEvents();
+}
+
+void frmReviewReports::cmdOK() {
+    if (filling_)
+        return;
+    cmdReset();
+    marks_.clear();
+    pb_->setVisible(true);
+    SetProgress(20);
+    const cMySettings* my = Process().mySettings;
+    const qint32 dbChoice = my ? my->DBChoice : 0;
+    const ReviewFilter f = filter();
+    const QString tasksSql = ReviewQueryFor(f, dbChoice, QStringLiteral("tReportedTasks"));
+    const QString appointmentsSql = ReviewQueryFor(f, dbChoice, QStringLiteral("tReportedAppointments"));
+
+    // While rows come in the window answers (it repaints and scrolls), but nothing starts anew.
+    filling_ = true;
+    picOK_->setEnabled(false);
+    QVector<ReviewItem> items;
+    const auto repaint = [this](int) { LetWindowRepaint(); };
+    if (WantsTasks(f.typesIndex)) {
+        std::unique_ptr<Recordset> rs = GetDBRecordset(tasksSql);
+        LoadRecordsetToCollection(rs.get(), false, items, repaint);
+        SetProgress(50);
+    }
+    if (WantsAppointments(f.typesIndex) && !closing_) {
+        std::unique_ptr<Recordset> rs = GetDBRecordset(appointmentsSql);
+        LoadRecordsetToCollection(rs.get(), true, items, repaint);
+        SetProgress(90);
+    }
+    // Tasks first, then appointments, each in the order the database gave them.
+    for (int from = 0; from < items.size() && !closing_; from += kReviewChunkRows) {
+        AddRows(items, from, std::min(int(items.size()), from + kReviewChunkRows));
+        LetWindowRepaint();
+    }
+    items = {};
+    SetProgress(99);
+    LoadNotifyButtons(kApprove, QStringLiteral("Approve"));
+    LoadNotifyButtons(kDecline, QStringLiteral("Decline"));
+    fps_->setRowCount(fps_->dataRowCount());
+    subResizeSpreadSheets();
+    const int last = fps_->rowCount() - 1;
+    LockCells(kID, kSubject, 0, last, true);
+    if (!options_.bEditProjectActivity)
+        LockCells(kProject, kActivity, 0, last, true);
+    if (!options_.bEditCost)
+        LockCells(kCost, kCost, 0, last, true);
+    LockCells(kReported, kReportedBy, 0, last, true);
+    pWait_->setVisible(false);
+    pb_->setVisible(false);
+    picOK_->setEnabled(true);
+    filling_ = false;
+}
+
+void frmReviewReports::AddRows(const QVector<ReviewItem>& items, int from, int to) {
+    const int first = fps_->rowCount();
+    QVector<QVector<QVariant>> rows;
+    rows.reserve(to - from);
+    for (int i = from; i < to; ++i) {
+        const ReviewItem& it = items[i];
+        rows.append({it.TypeText(), it.ID, it.Subject, it.ProjectValue, it.ActivityValue,
+                     QVariant::fromValue(it.TotalCost), DateTimeToText(it.ReportedDate), it.ReportedBy});
+    }
+    fps_->setMatrix(rows, first, 0);
+    if (!options_.bEditProjectActivity)
+        return;
+    const cDBSettings* global = DBSettings();
+    if (!global)
+        return;
+    // Each row's activity list is its project's; rows of one project share one list.
+    for (int i = from; i < to; ++i) {
+        const QString& project = items[i].ProjectValue;
+        auto known = activityLists_.constFind(project);
+        if (known == activityLists_.cend()) {
+            QString tab;
+            known = activityLists_.insert(
+                project, ActivityListForProject(*global, project, &tab) ? SplitTabList(tab) : QStringList());
+        }
+        if (!known->isEmpty())
+            fps_->setCellComboItems(first + (i - from), kActivity, *known);
+    }
+}
+
+void frmReviewReports::LoadNotifyButtons(int col, const QString& caption) {
+    // Every row has the same button: one for the column, not one cell per row.
+    fps_->setColumnButton(col, caption, palette().color(QPalette::Button));
+}
+
+void frmReviewReports::LockCells(int col1, int col2, int row1, int row2, bool locked) {
+    // A block over every row locks the columns; the grid paints locked cells in the lock colour.
+    if (row1 <= 0 && row2 >= fps_->rowCount() - 1) {
+        for (int c = col1; c <= col2; ++c)
+            fps_->setColumnLocked(c, locked);
+        return;
+    }
+    fps_->lockCells(col1, col2, row1, row2, locked);
+}
+
+void frmReviewReports::SortCol(int col) {
+    fps_->sortRows({GridWidget::SortKey{col, Qt::AscendingOrder}});
+}
+
+void frmReviewReports::ButtonClicked(int row, int col) {
+    if (filling_ || (col != kApprove && col != kDecline))
+        return;
+    ReviewRowTexts texts;
+    texts.id = fps_->text(row, kID);
+    texts.subject = fps_->text(row, kSubject);
+    texts.type = fps_->text(row, kType);
+    texts.cells.project = fps_->text(row, kProject);
+    texts.cells.activity = fps_->text(row, kActivity);
+    // The cost goes back as the value the cell holds, not rounded to what it shows.
+    const QVariant cost = fps_->value(row, kCost);
+    texts.cells.cost = cost.isValid() ? cost.value<Money>().toPlainString() : QString();
+    const ReviewButton button = col == kApprove ? ReviewButton::Approve : ReviewButton::Decline;
+    if (ReviewButtonClicked(button, texts, options_)) {
+        fps_->deleteRows(row, 1);
+        fps_->setRowCount(fps_->dataRowCount());
+    }
+}
+
+void frmReviewReports::ComboSelChange(int row, int col) {
+    if (col != kProject || !options_.bEditProjectActivity)
+        return;
+    const cDBSettings* global = DBSettings();
+    if (!global)
+        return;
+    QString tab;
+    if (!ActivityListForProject(*global, fps_->text(row, kProject), &tab))
+        return;
+    // The activity keeps its text even when the new project has no such activity.
+    const QString kept = fps_->text(row, kActivity);
+    fps_->setCellComboList(row, kActivity, tab);
+    fps_->setValue(row, kActivity, kept);
+}
+
+void frmReviewReports::subResizeSpreadSheets() {
+    const int ch = fontMetrics().averageCharWidth();
+    const int pad = 8;
+    const auto units = [&](int n) { return n * ch + pad; };
+    fps_->setColumnWidth(kType, 28);
+    fps_->setColumnWidth(kID, units(13));
+    fps_->setColumnWidth(kCost, units(12));
+    fps_->setColumnWidth(kApprove, units(7));
+    fps_->setColumnWidth(kDecline, units(7));
+    const int fixed = 28 + units(13) + units(12) + 2 * units(7);
+    // The rest shares what is left; the subject gets two parts.
+    const int part = std::max(60, (fps_->viewport()->width() - fixed) / 6);
+    fps_->setColumnWidth(kSubject, 2 * part);
+    for (int c : {kProject, kActivity, kReported, kReportedBy})
+        fps_->setColumnWidth(c, part);
+}
+
+void frmReviewReports::resizeEvent(QResizeEvent* event) {
+    QDialog::resizeEvent(event);
+    subResizeSpreadSheets();
+}
+
+void frmReviewReports::SaveUISettings() {
+    ui_->Audit_Filterindex = qint16(cboFilter_->currentIndex());
+    ui_->Audit_ReportTypeIndex = qint16(cboTypes_->currentIndex());
+    ui_->Audit_Between = qint16(cboBetweenOn_->currentIndex());
+    ui_->Audit_QueryByDate = chkQueryDate_->isChecked() ? 1 : 0;
+    ui_->Audit_WindowState = isMaximized() ? 2 : 0;
+    if (!isMaximized() && !isMinimized()) {
+        ui_->Audit_Width = qint16(ToTwips(width()));
+        ui_->Audit_Height = qint16(ToTwips(height()));
+    }
+    ui_->SaveAuditUIValues();
+}
+
+void frmReviewReports::done(int result) {
+    closing_ = true;
+    SaveUISettings();
+    QDialog::done(result);
+}
+
+void frmReviewReports::Exit() {
+    reject();
+}
+
+void OpenReviewReports(qint32 section) {
+    Process().lngCurrentSection = section;
+    frmReviewReports form(UISettings());
+    clsAlwaysOnTop::MakeTopMost(&form);
+    form.subSetUp();
+    RunScreen(form, g_driver);
+}
+
+void SetReviewReportsDriver(std::function<void(frmReviewReports&)> driver) {
+    g_driver = std::move(driver);
+}
+
+}  // namespace tlm

@@ -1,0 +1,117 @@
+#pragma once
+
+#include <QDate>
+#include <QDateTime>
+#include <QString>
+#include <QStringList>
+#include <QVector>
+#include <functional>
+
+#include "core/money.h"
+
+namespace tlm {
+
+class cDBSettings;
+struct cReportedRecord;
+class Recordset;
+
+// The review window's filter as the user left it; the window copies its controls in here.
+struct ReviewFilter {
+    int filterIndex = 0;  // 0 all, 1 by project, 2 by manager, 3 by member
+    QString value;        // the project, manager or member picked for 1 to 3
+    int typesIndex = 2;   // 0 tasks, 1 appointments, 2 both
+    bool queryByDate = false;
+    bool between = false;  // a range of days instead of one day
+    QDate start;
+    QDate end;
+};
+
+// The query of unapproved rows with the token TABLENAME for the table: the file form when dbChoice
+// is 0, the server form otherwise. Values go in as they are, so a quote in one breaks the statement.
+QString GetSQL(const ReviewFilter& filter, qint32 dbChoice);
+// GetSQL with TABLENAME replaced.
+QString ReviewQueryFor(const ReviewFilter& filter, qint32 dbChoice, const QString& table);
+bool WantsTasks(int typesIndex);
+bool WantsAppointments(int typesIndex);
+
+// The entries of the filter list; the second names the project title.
+QStringList ReviewFilterEntries(const QString& projectTitle);
+QStringList ReviewTypeEntries();
+QStringList ReviewBetweenOnEntries();
+// "Reported on" / "Reported between".
+QString DateFrameCaption(const QString& betweenOnText);
+// What the value list holds for a filter kind: project names, or member keys, or nothing.
+QStringList ReviewValueEntries(const cDBSettings& global, int filterIndex);
+
+// One row of the review grid, as read from a loaded record.
+struct ReviewItem {
+    bool appointment = false;
+    QString ID;
+    QString Subject;
+    QString ProjectValue;
+    QString ActivityValue;
+    Money TotalCost;
+    QDateTime ReportedDate;
+    QString ReportedBy;
+
+    // "task" or "appointment": the grid's first column, which the buttons read back.
+    QString TypeText() const;
+    // The two tables number their rows independently, hence the kind in the key.
+    QString Key() const;
+};
+ReviewItem ReviewItemFrom(const cReportedRecord& record, bool appointment);
+
+// Reads every row of rs into a task or appointment record and appends its grid values to items;
+// onChunk runs after each chunk of rows so the window can repaint. Without a recordset the first
+// read fails and is reported under "Search.LoadRecordsetToCollection". Closes nothing: the caller
+// drops the recordset.
+bool LoadRecordsetToCollection(Recordset* rs, bool bAppointment, QVector<ReviewItem>& items,
+                               const std::function<void(int done)>& onChunk = {});
+inline constexpr int kReviewChunkRows = 2000;
+
+// The audit switches, read once when the window opens.
+struct ReviewOptions {
+    bool bEditProjectActivity = false;
+    bool bEditCost = false;
+};
+ReviewOptions ReadReviewOptions(const cDBSettings& global);
+// A zero tpoAuditRemoveDeclinedDataFromDB makes Decline do nothing at all.
+bool DeclineRemovesRows(const cDBSettings& global);
+
+// "tReportedTasks" for "task", "tReportedAppointments" for anything else.
+QString ReviewTableFor(const QString& sType);
+QString ApproveQuestion(const QString& sID, const QString& subject);
+QString DeclineQuestion(const QString& sID, const QString& subject);
+
+// The texts of a grid row that approving writes back.
+struct ApproveCells {
+    QString project;
+    QString activity;
+    QString cost;
+};
+// The UPDATE as composed from the row: project and activity, then cost, each only when its edit is on.
+QString ApproveStatement(const QString& table, const QString& sID, const ApproveCells& cells,
+                         const ReviewOptions& options);
+
+// Writes Approved = 1 (with the row's edits), then reads the row again for the approval notice.
+// bOK is true once the statement ran; a failure is reported under "AuditManager.ApproveDBItem".
+void ApproveDBItem(const QString& sID, const QString& sType, const ApproveCells& cells,
+                   const ReviewOptions& options, bool& bOK);
+// Gives the decline notice the row first, then deletes it. bOK as above, "AuditManager.DeleteDBItem".
+void DeleteDBItem(const QString& sID, const QString& sType, bool& bOK);
+
+// A row's button, as the grid reports it: asks, acts, and answers whether the row leaves the grid.
+enum class ReviewButton { Approve, Decline };
+struct ReviewRowTexts {
+    QString type;
+    QString id;
+    QString subject;
+    ApproveCells cells;
+};
+bool ReviewButtonClicked(ReviewButton button, const ReviewRowTexts& row, const ReviewOptions& options);
+
+// The activity list for a row whose project changed: the project's own list, or nullopt-like
+// false when the project has none (the cell keeps its list then).
+bool ActivityListForProject(const cDBSettings& global, const QString& project, QString* tabList);
+
+}  // namespace tlm
