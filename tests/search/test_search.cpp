@@ -2,9 +2,13 @@
 
 #include "database/connection.h"
 #include "domain/domain_test_fixture.h"
+#include "reported/sample_data.h"
 #include "search/search_query.h"
 #include "search/search_results.h"
 #include "search/search_test_rows.h"
+
+#include <QSet>
+#include <algorithm>
 
 namespace tlm::test {
 namespace {
@@ -318,6 +322,109 @@ TEST(SearchQuestions, WordingOfTheTwoQuestions) {
                              "permanently?\r\n\r\nNote: This action cannot be rolled back!"));
     EXPECT_EQ(PrintQuestion(2), QStringLiteral("Are you sure you want to print 2 reported item(s)?"));
 }
+
+}  // namespace
+}  // namespace tlm::test
+
+namespace tlm::test {
+namespace {
+
+// Generated items, searched, against a plain scan of every row in the test itself.
+class SearchGeneratedTest : public EngineTest {
+  protected:
+    struct Item {
+        QString key;
+        QStringList texts;  // the fourteen columns the keyword looks in
+        QDateTime reported;
+    };
+    QList<Item> ScanAll() {
+        QList<Item> items;
+        for (const char* table : {"tReportedTasks", "tReportedAppointments"}) {
+            auto rs = Open(QStringLiteral("SELECT * FROM %1 ORDER BY ID").arg(QLatin1String(table)),
+                           LockMode::ReadOnly);
+            for (; !rs->Eof(); rs->MoveNext()) {
+                Item item;
+                item.key =
+                    QString(QLatin1Char(table[9])) + rs->Fields(QStringLiteral("ID")).Value().toString();
+                for (const char* col :
+                     {"Body", "Subject", "ID", "ProjectValue", "ActivityValue", "ReportedBy", "Field1Value",
+                      "Field2Value", "Field3Value", "Field4Value", "Field5Value", "Field6Value",
+                      "Field7Value", "Field8Value"})
+                    item.texts << rs->Fields(QLatin1String(col)).Value().toString();
+                item.reported = rs->Fields(QStringLiteral("ReportedDate")).Value().toDateTime();
+                items << item;
+            }
+        }
+        return items;
+    }
+};
+
+TEST_P(SearchGeneratedTest, KeywordAndPeriodFindWhatAScanOfEveryRowFinds) {
+    OpenFreshDatabase();
+    SampleSpec spec;
+    spec.reportedItems = 400;
+    SampleCounts counts;
+    Failure failure;
+    ASSERT_TRUE(FillSampleData(*CurrentConnection(), spec, &counts, &failure))
+        << failure.description.toStdString();
+    const QList<Item> all = ScanAll();
+    ASSERT_EQ(all.size(), counts.tasks + counts.appointments);
+    // "T" from tReportedTasks, "A" from tReportedAppointments; the generator lets their IDs overlap.
+    ASSERT_TRUE(std::any_of(all.begin(), all.end(), [](const Item& i) { return i.key == u"T1"; }));
+    ASSERT_TRUE(std::any_of(all.begin(), all.end(), [](const Item& i) { return i.key == u"A1"; }));
+
+    const qint32 kind = IsSqlite() ? 0 : 1;
+    // Keywords taken from the data: a plain word of a member name, upper-cased, and a project name part.
+    QStringList keywords;
+    for (const Item& i : all) {
+        const QString name = i.texts[5];
+        if (keywords.isEmpty() && name.size() >= 4 && !name.contains(u'\'') &&
+            name.toLatin1() == name.toUtf8())
+            keywords << name.left(4).toUpper();
+    }
+    keywords << all.first().texts[3].right(3);
+    for (const QString& keyword : keywords) {
+        SearchCriteria c;
+        c.searchBy = QStringLiteral("Keyword");
+        c.keyword = keyword;
+        c.itemsTypeIndex = 2;
+        SearchResults results;
+        ASSERT_TRUE(RunSearch(CurrentConnection(), c, kind, results)) << AllShownText().toStdString();
+        QStringList expected;
+        for (const Item& i : all)
+            if (std::any_of(i.texts.begin(), i.texts.end(),
+                            [&](const QString& t) { return t.contains(keyword, Qt::CaseInsensitive); }))
+                expected << i.key;
+        QStringList found;
+        for (int r = 0; r < results.Count(); ++r)
+            found << results.Key(r);
+        EXPECT_FALSE(expected.isEmpty()) << keyword.toStdString();
+        EXPECT_EQ(found, expected) << keyword.toStdString();
+    }
+
+    // One month of reported dates; the file form's day ends at 23:59:00.
+    SearchCriteria c;
+    c.searchBy = QStringLiteral("Reported Between");
+    c.start = spec.firstDay.addDays(30);
+    c.end = spec.firstDay.addDays(60);
+    c.itemsTypeIndex = 2;
+    SearchResults results;
+    ASSERT_TRUE(RunSearch(CurrentConnection(), c, kind, results)) << AllShownText().toStdString();
+    QSet<QString> expected;
+    for (const Item& i : all) {
+        const QDate d = i.reported.date();
+        if (d >= c.start && d <= c.end && (!IsSqlite() || d < c.end || i.reported.time() <= QTime(23, 59)))
+            expected.insert(i.key);
+    }
+    QSet<QString> found;
+    for (int r = 0; r < results.Count(); ++r)
+        found.insert(results.Key(r));
+    EXPECT_FALSE(expected.isEmpty());
+    EXPECT_EQ(found, expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Engines, SearchGeneratedTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
+                         EngineName);
 
 }  // namespace
 }  // namespace tlm::test
