@@ -6,6 +6,7 @@
 #include "core/prompt.h"
 #include "notifications/template_editor_form.h"
 #include "review/review_form.h"
+#include "search/search_form.h"
 #include "settings/manager_settings_form.h"
 
 namespace tlm {
@@ -23,7 +24,7 @@ const ScreenRow kScreens[] = {
     {SectionWindow::ManagerList, OpenManagerList},
     {SectionWindow::Templates, OpenTemplates},
     {SectionWindow::ManagerSettings, &OpenManagerSettings},
-    {SectionWindow::Search, nullptr},
+    {SectionWindow::Search, OpenSearch},
     {SectionWindow::Reports, nullptr},
     {SectionWindow::ReviewReports, OpenReviewReports},
 };

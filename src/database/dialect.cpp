@@ -209,9 +209,10 @@ QString TranslateSqlite(const QString& sql) {
                 t.text = text;
         } else if (t.type == Tok::Code) {
             t.text = ReplaceFlags(t.text);
+            // The file form's wildcards: any run and one character.
             if (k + 1 < tokens.size() && tokens[k + 1].type == Tok::String &&
                 endsWithLike.match(t.text).hasMatch())
-                tokens[k + 1].text.replace(u'*', u'%');
+                tokens[k + 1].text.replace(u'*', u'%').replace(u'?', u'_');
         }
     }
     return Join(tokens);
@@ -306,6 +307,18 @@ QString TranslatePostgres(const QString& sql) {
         if (stringBefore)
             c.replace(plusAfter, QStringLiteral("\\1||"));
         t.text = c;
+    }
+    // The server takes a backslash in a pattern as itself; ILIKE would read it as an escape.
+    static const RE endsWithIlike(QStringLiteral("\\bilike\\s*$"), ci);
+    static const RE escapeNext(QStringLiteral("^\\s*escape\\b"), ci);
+    for (size_t k = 0; k + 1 < tokens.size(); ++k) {
+        Token& pattern = tokens[k + 1];
+        if (tokens[k].type != Tok::Code || pattern.type != Tok::String || !pattern.text.contains(u'\\') ||
+            !endsWithIlike.match(tokens[k].text).hasMatch())
+            continue;
+        if (k + 2 < tokens.size() && escapeNext.match(tokens[k + 2].text).hasMatch())
+            continue;
+        pattern.text += QStringLiteral(" ESCAPE ''");
     }
     QString out = Join(tokens);
     if (!limit.isEmpty()) {

@@ -36,6 +36,10 @@ TEST(DialectSqlite, FlagsAndLikePatternsOutsideQuotesOnly) {
     EXPECT_EQ(Sqlite("(Body Like '%a*b%') or (Subject like '*x')"),
               "(Body Like '%a%b%') or (Subject like '%x')");
     EXPECT_EQ(Sqlite("Subject = 'a*b'"), "Subject = 'a*b'");
+    // One-character wildcard of the file form; a '?' outside a pattern is left alone.
+    EXPECT_EQ(Sqlite("(Subject Like '%O?Brien%') or (Body Like '%why?%')"),
+              "(Subject Like '%O_Brien%') or (Body Like '%why_%')");
+    EXPECT_EQ(Sqlite("Subject = 'why?'"), "Subject = 'why?'");
 }
 
 TEST(DialectPostgres, ServerDateTermsCompareWholeDays) {
@@ -58,6 +62,10 @@ TEST(DialectPostgres, NamesTypesLikeJoinsAndTop) {
     EXPECT_EQ(Pg(" ((Body Like '%kw%') or (ID Like '%kw%'))"),
               " ((CAST(Body AS TEXT) ILIKE '%kw%') or (CAST(ID AS TEXT) ILIKE '%kw%'))");
     EXPECT_EQ(Pg("Subject NOT LIKE 'a%'"), "CAST(Subject AS TEXT) NOT ILIKE 'a%'");
+    // The server has no escape character in patterns, and '*' and '?' are plain characters there.
+    EXPECT_EQ(Pg("(Body Like '%C:\\temp%') or (Subject Like '%a*b?%')"),
+              "(CAST(Body AS TEXT) ILIKE '%C:\\temp%' ESCAPE '') or (CAST(Subject AS TEXT) ILIKE '%a*b?%')");
+    EXPECT_EQ(Pg("Body Like '%a\\_%' ESCAPE '\\'"), "CAST(Body AS TEXT) ILIKE '%a\\_%' ESCAPE '\\'");
     EXPECT_EQ(
         Pg("CREATE TABLE t (ID int IDENTITY (1, 1) NOT NULL, A bit NULL, B money, C ntext, D nvarchar(255), "
            "E datetime)"),

@@ -8,7 +8,7 @@
 
 #include "notifications/senders.h"
 #include "notifications/templates.h"
-#include "outlook/mail_profile.h"
+#include "mail/mail_profile.h"
 #include "reported/sample_data.h"
 #include "support/test_env.h"
 

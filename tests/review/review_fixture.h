@@ -7,7 +7,7 @@
 
 #include "domain/domain_test_fixture.h"
 #include "notifications/notification_doubles.h"
-#include "outlook/mail_transport.h"
+#include "mail/mail_transport.h"
 
 namespace tlm::test {
 

@@ -1,0 +1,146 @@
+#include "search/search_results.h"
+
+#include <QLocale>
+
+#include "core/error_report.h"
+#include "database/connection.h"
+#include "database/recordset.h"
+
+namespace tlm {
+
+void SearchResults::Clear() {
+    records_.clear();
+    keys_.clear();
+}
+
+const cReportedRecord& SearchResults::Common(int position) const {
+    return std::visit([](const auto& r) -> const cReportedRecord& { return r; }, At(position));
+}
+
+QString SearchResults::Key(int position) const {
+    return (IsAppointment(position) ? QStringLiteral("A") : QStringLiteral("T")) + Common(position).ID;
+}
+
+void SearchResults::Add(Record record) {
+    records_.push_back(std::move(record));
+    keys_.insert(Key(Count() - 1), Count() - 1);
+}
+
+bool SearchResults::LoadRecordsetToCollection(Recordset& rs, bool blnAppointmentItem) {
+    records_.reserve(records_.size() + size_t(rs.RecordCount()));
+    for (; !rs.Eof(); rs.MoveNext()) {
+        if (blnAppointmentItem) {
+            cAppointmentData a;
+            a.FromRecordset(rs);
+            Add(std::move(a));
+        } else {
+            cTaskData t;
+            t.FromRecordset(rs);
+            Add(std::move(t));
+        }
+    }
+    return true;
+}
+
+QString SearchResults::SubstituePlaceHolders(int position, const QString& sContent) const {
+    return std::visit([&](const auto& r) { return r.SubstituePlaceHolders(sContent); }, At(position));
+}
+
+QStringList SearchColumnHeaders(const QString& projectTitle, const QString& activityTitle) {
+    return {QStringLiteral("Subject"),
+            QStringLiteral("ID"),
+            QStringLiteral("Member"),
+            projectTitle,
+            activityTitle,
+            QStringLiteral("Cost"),
+            QStringLiteral("Last Reported")};
+}
+
+std::array<QString, 7> SearchRowValues(const cReportedRecord& r) {
+    return {r.Subject,
+            r.ID,
+            r.ReportedBy,
+            r.ProjectValue,
+            r.ActivityValue,
+            r.TotalCost.toPlainString(),
+            QLocale::system().toString(r.ReportedDate.date(), QLocale::ShortFormat)};
+}
+
+bool RunSearch(const std::shared_ptr<Connection>& connection, const SearchCriteria& criteria, qint32 dbChoice,
+               SearchResults& results, bool* ran) {
+    if (ran)
+        *ran = false;
+    const std::optional<QString> sql = ComposeSearchSQL(criteria, dbChoice);
+    if (!sql)
+        return true;
+    if (ran)
+        *ran = true;
+    results.Clear();
+    const auto load = [&](bool appointments) {
+        const QString text = SearchSQLForTable(*sql, appointments);
+        subTraceAction(QStringLiteral("Attempting to open a recordset from ") + text);
+        Recordset rs(connection, LockMode::ReadOnly);
+        Failure failure;
+        if (!connection || !rs.Open(text, &failure)) {
+            if (!connection)
+                failure = Failure{dberr::kObjectClosed, QStringLiteral("The connection is closed."), 0, {}};
+            failure.label = QStringLiteral("Search.cmdRetrieve.Click");
+            subReportError(failure);
+            return false;
+        }
+        return results.LoadRecordsetToCollection(rs, appointments);
+    };
+    if (SearchesTasks(criteria.itemsTypeIndex) && !load(false))
+        return false;
+    if (SearchesAppointments(criteria.itemsTypeIndex) && !load(true))
+        return false;
+    return true;
+}
+
+QString TableForKey(const QString& key) {
+    return key.startsWith(u'T') ? cTaskData::GetTableName() : cAppointmentData::GetTableName();
+}
+
+bool deleteReport(const std::shared_ptr<Connection>& connection, const QString& table, qint32 id) {
+    Failure failure;
+    if (connection) {
+        Command command(connection);
+        command.CommandText =
+            QStringLiteral("delete from ") + table + QStringLiteral(" where ID = ") + QString::number(id);
+        if (command.Execute() >= 0)
+            return true;
+        failure = command.LastError();
+    } else {
+        failure = Failure{dberr::kObjectClosed, QStringLiteral("The connection is closed."), 0, {}};
+    }
+    failure.label = QStringLiteral("Search.deleteReport");
+    subReportError(failure);
+    return false;
+}
+
+QString DeleteQuestion(int count) {
+    return QStringLiteral("Are you sure you want to remove ") + QString::number(count) +
+           QStringLiteral(" reported item(s) from the database permanently?") + QStringLiteral("\r\n\r\n") +
+           QStringLiteral("Note: This action cannot be rolled back!");
+}
+
+QString PrintQuestion(int count) {
+    return QStringLiteral("Are you sure you want to print ") + QString::number(count) +
+           QStringLiteral(" reported item(s)?");
+}
+
+QStringList PrintPages(const SearchResults& results, const QList<bool>& selectedRows,
+                       const QString& printTemplate) {
+    QStringList pages;
+    for (int position = 1; position <= int(selectedRows.size()); ++position) {
+        if (!selectedRows[position - 1])
+            continue;
+        // By position, not by key: the list is built from the results in their order.
+        if (position > results.Count())
+            continue;
+        pages.append(results.SubstituePlaceHolders(position - 1, printTemplate));
+    }
+    return pages;
+}
+
+}  // namespace tlm
