@@ -11,6 +11,7 @@ packages=(
   slapd ldap-utils postgresql python3-aiosmtpd
   xvfb xauth libgtest-dev libgmock-dev googletest libbenchmark-dev
   unixodbc unixodbc-dev tdsodbc poppler-utils
+  python3-openpyxl sqlite3
 )
 
 missing=()
