@@ -5,6 +5,7 @@
 #include "core/process_state.h"
 #include "core/prompt.h"
 #include "notifications/template_editor_form.h"
+#include "reports/reports_form.h"
 #include "settings/manager_settings_form.h"
 
 namespace tlm {
@@ -23,7 +24,7 @@ const ScreenRow kScreens[] = {
     {SectionWindow::Templates, OpenTemplates},
     {SectionWindow::ManagerSettings, &OpenManagerSettings},
     {SectionWindow::Search, nullptr},
-    {SectionWindow::Reports, nullptr},
+    {SectionWindow::Reports, OpenReports},
     {SectionWindow::ReviewReports, nullptr},
 };
 
