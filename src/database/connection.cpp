@@ -172,6 +172,7 @@ Connection::~Connection() {
 void Connection::Close() {
     if (db_.isValid() && db_.isOpen())
         db_.close();
+    inTransaction_ = false;
     ++epoch_;
 }
 
@@ -227,6 +228,7 @@ bool Connection::OpenNewSqliteFile(const QString& filePath, Failure* failure) {
 }
 
 bool Connection::OpenTarget(const ConnectionTarget& target, Failure* failure) {
+    inTransaction_ = false;
     if (db_.isValid()) {
         if (db_.isOpen())
             db_.close();
@@ -348,6 +350,41 @@ bool Connection::RunQuery(QSqlQuery& query, const QString& finalSql, bool direct
     if (!ok && failure)
         *failure = FailureFrom(query.lastError());
     return ok;
+}
+
+bool Connection::BeginTransaction(Failure* failure) {
+    if (!IsOpen()) {
+        SetFailure(failure, dberr::kObjectClosed,
+                   QStringLiteral("Operation is not allowed when the object is closed."));
+        return false;
+    }
+    if (!db_.transaction()) {
+        if (failure)
+            *failure = FailureFrom(db_.lastError());
+        return false;
+    }
+    inTransaction_ = true;
+    return true;
+}
+
+bool Connection::CommitTransaction(Failure* failure) {
+    if (!inTransaction_) {
+        SetFailure(failure, dberr::kCommandError, QStringLiteral("No transaction is open."));
+        return false;
+    }
+    inTransaction_ = false;
+    if (db_.commit())
+        return true;
+    if (failure)
+        *failure = FailureFrom(db_.lastError());
+    db_.rollback();
+    return false;
+}
+
+void Connection::RollbackTransaction() {
+    if (inTransaction_ && IsOpen())
+        db_.rollback();
+    inTransaction_ = false;
 }
 
 qint64 Connection::Execute(const QString& sql, const QVariantList& values, bool translate, Failure* failure) {

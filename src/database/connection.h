@@ -95,6 +95,11 @@ class Connection {
     bool RunQuery(QSqlQuery& query, const QString& finalSql, bool direct, const QVariantList& values,
                   Failure* failure) const;
     QSqlQuery NewQuery() const;
+    // One transaction at a time, for writers of many rows; a failure leaves no transaction open.
+    bool BeginTransaction(Failure* failure = nullptr);
+    bool CommitTransaction(Failure* failure = nullptr);
+    void RollbackTransaction();
+    bool InTransaction() const { return inTransaction_; }
     // The value as this engine stores it for a column of that kind: dates as text, flags 0/1, money
     // as decimal text, a null text as empty text. An invalid or null value is NULL.
     QVariant ToStorage(const QVariant& value, ColumnKind kind) const;
@@ -111,6 +116,7 @@ class Connection {
     ConnectionTarget target_;
     Dialect dialect_{Engine::SQLite};
     quint64 epoch_ = 0;
+    bool inTransaction_ = false;
 };
 
 // The first-run dialog and the settings panel; the settings layer installs the real panel.
