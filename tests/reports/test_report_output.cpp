@@ -5,11 +5,13 @@
 #include <QFile>
 #include <QLocale>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QXmlStreamReader>
 
 #include "core/money.h"
 #include "database/cursor.h"
 #include "database/db_fixture.h"
+#include "reported/sample_data.h"
 #include "reports/report_export.h"
 #include "reports/report_fields.h"
 #include "reports/report_query.h"
@@ -307,6 +309,53 @@ TEST_P(ReportOutput, CancelAndFailureLeaveNoFile) {
         ++n;
     EXPECT_EQ(n, 1503);
     EXPECT_FALSE(cursor.LastError().isSet());
+}
+
+// Generated tasks: the count and the totals of a month agree with the database's own sums.
+TEST_P(ReportOutput, GeneratedMonthAgreesWithTheDatabase) {
+    SampleSpec spec;
+    spec.reportedItems = 600;
+    spec.firstDay = QDate(2026, 1, 20);
+    spec.days = 60;
+    SampleCounts counts;
+    Failure f;
+    ASSERT_TRUE(FillSampleData(*CurrentConnection(), spec, &counts, &f)) << f.description.toStdString();
+    ReportQueryInput in = Input(QStringLiteral("Last Month"));
+    QString sql = GetReportSQL(in);
+    sql.replace(QStringLiteral("TABLENAME"), QStringLiteral("tReportedTasks"));
+    const ReportDefinition def = MakeReportDefinition(
+        sql, false, {QStringLiteral("Subject"), QStringLiteral("Actual Work"), QStringLiteral("Total Cost")},
+        fields, 0);
+    const ReportRun run = RunReport(CurrentConnection(), def, QStringLiteral("H"), 50, DateText);
+    ASSERT_TRUE(run.ok) << run.failure.description.toStdString();
+
+    const QString where =
+        IsSqlite() ? QStringLiteral("ReportedDate BETWEEN '2026-02-01 00:00:00' AND '2026-02-28 23:59:00'")
+                   : QStringLiteral("CAST(ReportedDate AS DATE) BETWEEN '2026-02-01' AND '2026-02-28'");
+    auto rs = Open(
+        QStringLiteral("SELECT COUNT(*) AS n, SUM(ActualWork) AS work, SUM(CAST(TotalCost AS NUMERIC)) AS "
+                       "cost FROM tReportedTasks WHERE ") +
+            where,
+        LockMode::ReadOnly);
+    ASSERT_FALSE(rs->Eof());
+    const qint64 n = rs->Fields(QStringLiteral("n")).Value().toLongLong();
+    ASSERT_GT(n, 50);
+    EXPECT_EQ(run.rowCount, n);
+    EXPECT_EQ(run.shownRows, 50);
+    // The summary row is the last row of the table.
+    const qsizetype last = run.html.lastIndexOf(QStringLiteral("<tr><td align=\"right\"><b>"));
+    ASSERT_GT(last, 0);
+    QStringList cells;
+    static const QRegularExpression bold(QStringLiteral("<b>([^<]*)</b>"));
+    for (auto it = bold.globalMatch(run.html.mid(last)); it.hasNext();)
+        cells.append(it.next().captured(1));
+    ASSERT_EQ(cells.size(), 3);
+    EXPECT_EQ(cells[0], QString());
+    EXPECT_EQ(cells[1].toLongLong(), rs->Fields(QStringLiteral("work")).Value().toLongLong());
+    const double cost =
+        Money::fromVariant(rs->Fields(QStringLiteral("cost")).Value()).value_or(Money()).toDouble();
+    EXPECT_NEAR(QString(cells[2]).remove(u',').toDouble(), cost, 0.005);
+    EXPECT_EQ(cells[2].section(u'.', 1).size(), 2);
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, ReportOutput, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
