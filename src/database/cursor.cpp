@@ -1,6 +1,7 @@
 #include "database/cursor.h"
 
 #include <QDateTime>
+#include <QFile>
 #include <QSqlError>
 #include <QSqlField>
 #include <QSqlRecord>
@@ -99,6 +100,18 @@ qint32 AdoTypeFromDriver(const QMetaType& type) {
     }
 }
 
+// A local date converts through the C library's zone, which re-reads the zone file at every
+// conversion while TZ is unset. Naming the same file once keeps it loaded for the process's life,
+// which costs nothing but noticing a zone change while a screen is open.
+void KeepLocalZoneLoaded() {
+    static const bool done = [] {
+        if (!qEnvironmentVariableIsSet("TZ") && QFile::exists(QStringLiteral("/etc/localtime")))
+            qputenv("TZ", ":/etc/localtime");
+        return true;
+    }();
+    Q_UNUSED(done);
+}
+
 }  // namespace
 
 QVariant ConvertStoredValue(const QVariant& raw, ColumnKind kind, qint32 adoType) {
@@ -169,6 +182,7 @@ Cursor::~Cursor() {
 }
 
 bool Cursor::Open(const QString& sql) {
+    KeepLocalZoneLoaded();
     Close();
     error_ = Failure();
     if (!connection_) {

@@ -2,12 +2,14 @@
 
 #include <xlsxwriter.h>
 
+#include <sys/stat.h>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QTemporaryFile>
 #include <QXmlStreamWriter>
+
 #include <cstdio>
 
 #include "core/money.h"
@@ -20,21 +22,23 @@ namespace {
 
 constexpr qint64 kFlushBytes = 1 << 16;
 
-// Buffers the text and hands it to the device in large pieces.
+// Gathers the text and hands it to the device as UTF-8 in large pieces.
 class BufferedOut {
   public:
-    explicit BufferedOut(QIODevice* device) : device_(device) {}
-    void Add(const QString& text) { buffer_ += text.toUtf8(); }
+    explicit BufferedOut(QIODevice* device) : device_(device) { buffer_.reserve(kFlushBytes + 4096); }
+    void Add(const QString& text) { buffer_ += text; }
+    void Add(QChar c) { buffer_ += c; }
+    void Add(QLatin1StringView text) { buffer_ += text; }
     bool MaybeFlush() { return buffer_.size() < kFlushBytes || Flush(); }
     bool Flush() {
-        const bool ok = buffer_.isEmpty() || device_->write(buffer_) == buffer_.size();
+        const QByteArray bytes = buffer_.toUtf8();
         buffer_.clear();
-        return ok;
+        return bytes.isEmpty() || device_->write(bytes) == bytes.size();
     }
 
   private:
     QIODevice* device_;
-    QByteArray buffer_;
+    QString buffer_;
 };
 
 QString WriteFailure(QIODevice* device) {
@@ -66,14 +70,16 @@ class TextWriter : public ReportWriter {
     bool Line(const QStringList& cells) {
         for (qsizetype i = 0; i < cells.size(); ++i) {
             if (i > 0)
-                out_.Add(QStringLiteral("\t"));
+                out_.Add(u'\t');
             const QString& c = cells[i];
-            if (c.contains(u'\t') || c.contains(u'\r') || c.contains(u'\n'))
-                out_.Add(QStringLiteral("\r\n") + c + QStringLiteral("\r\n"));
-            else
-                out_.Add(c);
+            const bool qualify = c.contains(u'\t') || c.contains(u'\r') || c.contains(u'\n');
+            if (qualify)
+                out_.Add(QLatin1StringView("\r\n"));
+            out_.Add(c);
+            if (qualify)
+                out_.Add(QLatin1StringView("\r\n"));
         }
-        out_.Add(QStringLiteral("\r\n"));
+        out_.Add(QLatin1StringView("\r\n"));
         if (!out_.MaybeFlush()) {
             error = WriteFailure(device_);
             return false;
@@ -85,8 +91,25 @@ class TextWriter : public ReportWriter {
     DateTextFn dateText_;
 };
 
-QString HtmlEscaped(const QString& s) {
-    return s.toHtmlEscaped();
+void AddHtmlEscaped(BufferedOut& out, const QString& s) {
+    for (const QChar c : s) {
+        switch (c.unicode()) {
+            case u'<':
+                out.Add(QLatin1StringView("&lt;"));
+                break;
+            case u'>':
+                out.Add(QLatin1StringView("&gt;"));
+                break;
+            case u'&':
+                out.Add(QLatin1StringView("&amp;"));
+                break;
+            case u'"':
+                out.Add(QLatin1StringView("&quot;"));
+                break;
+            default:
+                out.Add(c);
+        }
+    }
 }
 
 class HtmlWriter : public ReportWriter {
@@ -124,10 +147,13 @@ class HtmlWriter : public ReportWriter {
 
   private:
     bool Line(const QStringList& cells) {
-        QString line = QStringLiteral("<tr>");
-        for (const QString& c : cells)
-            line += QStringLiteral("<td>") + HtmlEscaped(c) + QStringLiteral("</td>");
-        out_.Add(line + QStringLiteral("</tr>\r\n"));
+        out_.Add(QLatin1StringView("<tr>"));
+        for (const QString& c : cells) {
+            out_.Add(QLatin1StringView("<td>"));
+            AddHtmlEscaped(out_, c);
+            out_.Add(QLatin1StringView("</td>"));
+        }
+        out_.Add(QLatin1StringView("</tr>\r\n"));
         if (!out_.MaybeFlush()) {
             error = WriteFailure(device_);
             return false;
@@ -403,6 +429,10 @@ ExportOutcome ExportReport(std::shared_ptr<Connection> connection, const ReportD
                 out.failure = ExportFailure(QStringLiteral("The file could not be written: ") + path);
             } else {
                 reserve.setAutoRemove(false);
+                // The reservation was private to the owner; the workbook gets a new file's usual mode.
+                const mode_t mask = umask(0);
+                umask(mask);
+                chmod(QFile::encodeName(path).constData(), 0666 & ~mask);
             }
         }
         return out;  // the reservation removes the temporary file unless it was renamed
