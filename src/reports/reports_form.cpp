@@ -228,13 +228,17 @@ void frmReports::subSetCaption() {
     else
         fields_.LoadFieldsToDictionaries(cGeneralSettings(), QString(), QString());
 
-    cboTypes_->addItems(ReportTypeNames());
+    // Filling a list selects its first entry without a click; the clicks come from the steps below.
+    {
+        const QSignalBlocker blockTypes(cboTypes_), blockPeriods(cboTimePeriod_), blockFilter(cboFilter_);
+        cboTypes_->addItems(ReportTypeNames());
+        cboTimePeriod_->addItems(ReportPeriodNames());
+        cboFilter_->addItem(QStringLiteral("None"));
+        cboFilter_->addItem(projectTitle_);
+        if (blnFullView)
+            cboFilter_->addItem(QStringLiteral("Member"));
+    }
     cboTypes_->setCurrentIndex(1);
-    cboTimePeriod_->addItems(ReportPeriodNames());
-    cboFilter_->addItem(QStringLiteral("None"));
-    cboFilter_->addItem(projectTitle_);
-    if (blnFullView)
-        cboFilter_->addItem(QStringLiteral("Member"));
 
     SetIndexQuietlyFailing(cboTimePeriod_, ui_.Reports_TimePeriodIndex);
     SetIndexQuietlyFailing(cboTypes_, ui_.Reports_ReportTypeIndex);
