@@ -168,7 +168,9 @@ TEST_P(ReportsForm, ReportChartExportsAndPdf) {
     ASSERT_TRUE(f->SaveAsPdf());
     QFile p(pdf);
     ASSERT_TRUE(p.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(p.read(5).startsWith("%PDF"));
+    const QByteArray pdfBytes = p.readAll();
+    EXPECT_TRUE(pdfBytes.startsWith("%PDF"));
+    EXPECT_TRUE(pdfBytes.contains("/Subtype /Image")) << "the chart is missing from the PDF";
 
     // Without the chart the page has no image; an empty report refuses to export.
     f->chartCheck()->setChecked(false);
@@ -176,6 +178,11 @@ TEST_P(ReportsForm, ReportChartExportsAndPdf) {
     f->cmdShow_Click();
     EXPECT_FALSE(f->pageHtml().contains(QStringLiteral("<img")));
     EXPECT_TRUE(f->pageHtml().contains(QStringLiteral("<b> No items</b>")));
+    DialogScript::queueFileName(dir + QStringLiteral("/empty.pdf"));
+    ASSERT_TRUE(f->SaveAsPdf());
+    QFile emptyPdf(dir + QStringLiteral("/empty.pdf"));
+    ASSERT_TRUE(emptyPdf.open(QIODevice::ReadOnly));
+    EXPECT_FALSE(emptyPdf.readAll().contains("/Subtype /Image"));
     f->mnuExportDoc_Click(2);
     EXPECT_EQ(PromptTexts(), QStringList{QStringLiteral("There is no data to be exported!")});
     EXPECT_EQ(prompter.shown().last().title, QStringLiteral("Tally Loom"));
