@@ -10,7 +10,8 @@ packages=(
   libcurl4-openssl-dev libxlsxwriter-dev libldap-dev
   slapd ldap-utils postgresql python3-aiosmtpd
   xvfb xauth libgtest-dev libgmock-dev googletest libbenchmark-dev
-  unixodbc unixodbc-dev tdsodbc poppler-utils sqlite3
+  unixodbc unixodbc-dev tdsodbc poppler-utils
+  python3-openpyxl sqlite3
 )
 
 missing=()

@@ -27,7 +27,7 @@ QString DecodeValue(const QVariant& value) {
 }
 
 void PinLocalTimeZone() {
-    if (qEnvironmentVariableIsEmpty("TZ"))
+    if (qEnvironmentVariableIsEmpty("TZ") && QFile::exists(QStringLiteral("/etc/localtime")))
         qputenv("TZ", ":/etc/localtime");
 }
 

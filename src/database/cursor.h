@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QHash>
+#include <QSqlQuery>
+#include <QString>
+#include <QVariant>
+#include <memory>
+#include <vector>
+
+#include "core/failure.h"
+#include "database/provisioning.h"
+
+namespace tlm {
+
+class Connection;
+
+// A forward-only, read-only cursor for reads too large to hold: each Next() fetches one row from
+// the engine (PostgreSQL in single-row mode), so memory stays flat however many rows there are.
+// Values are converted as the recordsets convert them: money as tlm::Money, dates as a local
+// QDateTime, flags 0/1, a NULL as a null QVariant of the column's type. Field names match without
+// regard to case. The statement stays open until Close() or the end of the rows, so a long read
+// holds the engine's read lock that long.
+class Cursor {
+  public:
+    explicit Cursor(std::shared_ptr<Connection> connection);
+    ~Cursor();
+    Cursor(const Cursor&) = delete;
+    Cursor& operator=(const Cursor&) = delete;
+
+    // Runs the statement through the dialect. False with LastError() set on failure.
+    bool Open(const QString& sql);
+    // Moves to the next row; false at the end or on a failure (LastError() then set).
+    bool Next();
+    void Close();
+
+    int FieldCount() const { return int(columns_.size()); }
+    QString FieldName(int index) const;
+    // The position of a field by name, or -1.
+    int FieldIndex(const QString& name) const;
+    QVariant Value(int index) const;
+
+    const Failure& LastError() const { return error_; }
+
+  private:
+    struct Column {
+        QString name;
+        ColumnKind kind;
+        qint32 adoType;
+    };
+
+    std::shared_ptr<Connection> connection_;
+    std::unique_ptr<QSqlQuery> query_;
+    std::vector<Column> columns_;
+    QHash<QString, int> index_;
+    bool open_ = false;
+    Failure error_;
+};
+
+// One stored value as a field gives it, by the column's kind (shared by the cursor's reads).
+QVariant ConvertStoredValue(const QVariant& raw, ColumnKind kind, qint32 adoType);
+
+}  // namespace tlm

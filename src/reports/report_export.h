@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+#include <functional>
+#include <memory>
+
+#include "core/failure.h"
+#include "reports/report_render.h"
+
+class QIODevice;
+
+namespace tlm {
+
+class Connection;
+
+enum class ExportFormat { Excel, Text, Xml, Html };
+
+// One export, written row by row: the heading row, every data row, the summary row.
+class ReportWriter {
+  public:
+    virtual ~ReportWriter() = default;
+    virtual bool Begin(const QStringList& headings) = 0;
+    virtual bool Row(const QVariantList& cells) = 0;
+    virtual bool Summary(const QStringList& cells) = 0;
+    virtual bool Finish() = 0;
+    QString error;
+};
+
+// Tab-separated lines ended by CR LF. A cell that holds a tab or a line break is surrounded by the
+// cell delimiter (itself CR LF), as the grid's text export does; every other cell stands as it is.
+std::unique_ptr<ReportWriter> MakeTextWriter(QIODevice* device, DateTextFn dateText);
+// A plain HTML table; an appended table comes without the page around it.
+std::unique_ptr<ReportWriter> MakeHtmlWriter(QIODevice* device, DateTextFn dateText, bool append);
+// Root "Reports", one "TimeSheet" per row with the summary last; a field's element is its display
+// name with blanks removed (other characters that a name cannot hold become "_").
+std::unique_ptr<ReportWriter> MakeXmlWriter(QIODevice* device, DateTextFn dateText);
+// An .xlsx workbook in constant-memory mode: rows go to disk as they come.
+std::unique_ptr<ReportWriter> MakeXlsxWriter(const QString& path, DateTextFn dateText);
+
+QString XmlElementName(const QString& heading);
+
+struct ExportOutcome {
+    bool ok = false;
+    bool cancelled = false;
+    qint64 rows = 0;
+    Failure failure;
+};
+
+// Runs the report's query again and writes every row to the file. The file is written under a
+// temporary name in the target folder and renamed into place only when complete, so a cancel or a
+// failure leaves no file behind, and an append leaves the original as it was. progress gets the rows
+// written so far and may answer false to stop.
+ExportOutcome ExportReport(std::shared_ptr<Connection> connection, const ReportDefinition& def,
+                           ExportFormat format, const QString& path, bool append, const DateTextFn& dateText,
+                           const std::function<bool(qint64)>& progress = {});
+
+// Adds "." and the extension only to a path that ends in "."; every other path stays as it is.
+QString EnsureExtension(const QString& path, const QString& extension);
+
+}  // namespace tlm

@@ -1,0 +1,565 @@
+#include "reports/reports_form.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDateEdit>
+#include <QFileInfo>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenu>
+#include <QPrintDialog>
+#include <QPrinter>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QSplitter>
+#include <QTextBrowser>
+#include <QTextDocument>
+#include <QTextEdit>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include "core/error_report.h"
+#include "core/local_settings.h"
+#include "core/process_state.h"
+#include "core/prompt.h"
+#include "database/connection.h"
+#include "desktop/gui_dialogs.h"
+#include "desktop/gui_window_services.h"
+#include "desktop/ui_settings.h"
+#include "domain/single_list.h"
+#include "reports/report_chart_widget.h"
+#include "reports/report_export.h"
+#include "settings/global_settings.h"
+
+namespace tlm {
+
+namespace {
+
+std::function<void(frmReports&)> g_driver;
+
+// The page keeps only this many rows; the count, totals and exports cover all of them.
+constexpr qint64 kShownRows = 3000;
+// Window sizes are stored in the original units, 15 to a pixel.
+constexpr int kUnitsPerPixel = 15;
+const QString kTitle = QStringLiteral("Tally Loom Manager Process");
+
+// Both panes find the chart image by its name on the page.
+template <class Base>
+class ChartAwarePane : public Base {
+  public:
+    explicit ChartAwarePane(const QImage* chart) : chart_(chart) {}
+    QVariant loadResource(int type, const QUrl& name) override {
+        if (type == QTextDocument::ImageResource && name.toString() == kChartImageName)
+            return *chart_;
+        return Base::loadResource(type, name);
+    }
+
+  private:
+    const QImage* chart_;
+};
+
+// The progress box with Cancel that runs while the query, the page or an export works.
+class Progress {
+  public:
+    Progress(QWidget* owner, qint64 total)
+        : dialog_(QStringLiteral("Please wait a moment...processing your request"), QStringLiteral("Cancel"),
+                  0, 100, owner) {
+        total_ = total;
+        dialog_.setWindowTitle(kTitle);
+        dialog_.setWindowModality(Qt::WindowModal);
+        dialog_.setMinimumDuration(400);
+        dialog_.setValue(10);
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+    }
+    ~Progress() { QApplication::restoreOverrideCursor(); }
+    // False once the user has pressed Cancel.
+    bool Tick(qint64 rows) {
+        dialog_.setLabelText(QStringLiteral("Please wait a moment...processing your request\n%1 rows")
+                                 .arg(QLocale().toString(rows)));
+        const int value =
+            total_ > 0 ? int(10 + 85 * std::min<qint64>(rows, total_) / total_) : 10 + int(rows / 1000 % 80);
+        dialog_.setValue(value);
+        QApplication::processEvents();
+        return !dialog_.wasCanceled();
+    }
+
+  private:
+    QProgressDialog dialog_;
+    qint64 total_ = 0;
+};
+
+void SetIndexQuietlyFailing(QComboBox* combo, int index) {
+    // An index the combo does not have is refused, and the current entry stays.
+    if (index >= 0 && index < combo->count())
+        combo->setCurrentIndex(index);
+}
+
+}  // namespace
+
+frmReports::frmReports(cUISettings& ui, QWidget* parent) : QDialog(parent), ui_(ui) {
+    setWindowTitle(QStringLiteral("TimeSheet Summary Reports"));
+    setWindowFlag(Qt::WindowMaximizeButtonHint, true);
+    setWindowFlag(Qt::WindowMinimizeButtonHint, true);
+    clock_ = [] { return QDateTime::currentDateTime(); };
+
+    auto* side = new QWidget;
+    auto* sideLayout = new QVBoxLayout(side);
+    sideLayout->addWidget(new QLabel(QStringLiteral("Select reported items type")));
+    cboTypes_ = new QComboBox;
+    sideLayout->addWidget(cboTypes_);
+
+    auto* framePeriod = new QGroupBox(QStringLiteral("Select a time period"));
+    auto* periodLayout = new QVBoxLayout(framePeriod);
+    cboTimePeriod_ = new QComboBox;
+    periodLayout->addWidget(cboTimePeriod_);
+    sideLayout->addWidget(framePeriod);
+
+    FrameDateRange_ = new QGroupBox(QStringLiteral("Date Range"));
+    auto* rangeLayout = new QVBoxLayout(FrameDateRange_);
+    dtpStart_ = new QDateEdit;
+    dtpEnd_ = new QDateEdit;
+    for (QDateEdit* d : {dtpStart_, dtpEnd_}) {
+        d->setCalendarPopup(true);
+        rangeLayout->addWidget(d);
+    }
+    sideLayout->addWidget(FrameDateRange_);
+
+    FrameFilter_ = new QGroupBox(QStringLiteral("Filter by (Optional)"));
+    auto* filterLayout = new QVBoxLayout(FrameFilter_);
+    cboFilter_ = new QComboBox;
+    cboList_ = new QComboBox;
+    filterLayout->addWidget(cboFilter_);
+    filterLayout->addWidget(cboList_);
+    sideLayout->addWidget(FrameFilter_);
+
+    sideLayout->addWidget(new QLabel(QStringLiteral("Select fields to be included")));
+    lvFields_ = new QListWidget;
+    sideLayout->addWidget(lvFields_, 1);
+    chkChart_ = new QCheckBox(QStringLiteral("Show a chart of the summary"));
+    chkChart_->setChecked(true);
+    sideLayout->addWidget(chkChart_);
+    cmdShow_ = new QPushButton(QStringLiteral("Generate Report"));
+    sideLayout->addWidget(cmdShow_);
+
+    auto* buttons = new QHBoxLayout;
+    cmdExport_ = new QToolButton;
+    cmdExport_->setText(QStringLiteral("Export Report As"));
+    cmdExport_->setPopupMode(QToolButton::InstantPopup);
+    mnuExportAs_ = new QMenu(QStringLiteral("Export Report As"), this);
+    const QStringList captions = {QStringLiteral("Excel Document"),
+                                  QStringLiteral("Text Document"),
+                                  QStringLiteral("XML Document"),
+                                  QStringLiteral("HTML Document"),
+                                  QString(),
+                                  QStringLiteral("Append to Existing Text File"),
+                                  QStringLiteral("Append to Existing HTML file")};
+    for (int i = 0; i < captions.size(); ++i) {
+        if (captions[i].isEmpty()) {
+            mnuExportAs_->addSeparator();
+            continue;
+        }
+        mnuExportAs_->addAction(captions[i], this, [this, i] { mnuExportDoc_Click(i); });
+    }
+    cmdExport_->setMenu(mnuExportAs_);
+    auto* cmdPrint = new QPushButton(QStringLiteral("Print"));
+    auto* cmdPdf = new QPushButton(QStringLiteral("Save as PDF"));
+    auto* cmdClose = new QPushButton(QStringLiteral("Close"));
+    buttons->addWidget(cmdExport_);
+    buttons->addWidget(cmdPrint);
+    buttons->addWidget(cmdPdf);
+    buttons->addStretch(1);
+    buttons->addWidget(cmdClose);
+
+    wwwReport_ = new ChartAwarePane<QTextBrowser>(&chart_);
+    wwwReport_->setOpenLinks(false);
+    wwwReportEditor_ = new ChartAwarePane<QTextEdit>(&chart_);
+    wwwReportEditor_->setAcceptRichText(true);
+    auto* panes = new QWidget;
+    auto* paneLayout = new QVBoxLayout(panes);
+    paneLayout->setContentsMargins(0, 0, 0, 0);
+    paneLayout->addWidget(wwwReport_);
+    paneLayout->addWidget(wwwReportEditor_);
+    paneLayout->addLayout(buttons);
+
+    auto* splitter = new QSplitter;
+    splitter->addWidget(side);
+    splitter->addWidget(panes);
+    splitter->setStretchFactor(1, 1);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(splitter);
+
+    connect(cboTypes_, &QComboBox::currentIndexChanged, this, [this] { cboTypes_Click(); });
+    connect(cboTimePeriod_, &QComboBox::currentIndexChanged, this, [this] { cboTimePeriod_Click(); });
+    connect(cboFilter_, &QComboBox::currentIndexChanged, this, [this] { cboFilter_Click(); });
+    connect(lvFields_, &QListWidget::itemChanged, this, [this] { GetSelectedFields(); });
+    connect(cmdShow_, &QPushButton::clicked, this, [this] { cmdShow_Click(); });
+    connect(cmdPrint, &QPushButton::clicked, this, [this] { PrintReport(); });
+    connect(cmdPdf, &QPushButton::clicked, this, [this] { SaveAsPdf(); });
+    connect(cmdClose, &QPushButton::clicked, this, [this] { Exit(); });
+}
+
+frmReports::~frmReports() = default;
+
+void frmReports::subSetCaption() {
+    cDBSettings* db = DBSettings();
+    ui_.ReadReportsUIValues();
+    // The manager flag is always on in this program; the member-only path stays as designed.
+    blnFullView = Process().blnManagerProcess;
+    if (!blnFullView && db)
+        blnFullView = db->GeneralSettings
+                              .GetValue(QStringLiteral("tpoAllowMemberViewAllSummaryReports"),
+                                        cGeneralSettings::kInteger)
+                              .toInt() != 0 &&
+                      db->CurrentMember.AdminAccess;
+    editable_ =
+        db && db->GeneralSettings.GetValue(QStringLiteral("tpoReportEditable"), cGeneralSettings::kInteger)
+                      .toInt() != 0;
+    wwwReportEditor_->setVisible(editable_);
+    wwwReport_->setVisible(!editable_);
+
+    projectTitle_ = db ? db->ProjectTitle.trimmed() : QString();
+    if (projectTitle_.isEmpty())
+        projectTitle_ = QStringLiteral("Project");
+    if (db)
+        fields_.LoadFieldsToDictionaries(db->GeneralSettings, db->ProjectTitle, db->ActivityTitle);
+    else
+        fields_.LoadFieldsToDictionaries(cGeneralSettings(), QString(), QString());
+
+    // Filling a list selects its first entry without a click; the clicks come from the steps below.
+    {
+        const QSignalBlocker blockTypes(cboTypes_), blockPeriods(cboTimePeriod_), blockFilter(cboFilter_);
+        cboTypes_->addItems(ReportTypeNames());
+        cboTimePeriod_->addItems(ReportPeriodNames());
+        cboFilter_->addItem(QStringLiteral("None"));
+        cboFilter_->addItem(projectTitle_);
+        if (blnFullView)
+            cboFilter_->addItem(QStringLiteral("Member"));
+    }
+    cboTypes_->setCurrentIndex(1);
+
+    SetIndexQuietlyFailing(cboTimePeriod_, ui_.Reports_TimePeriodIndex);
+    SetIndexQuietlyFailing(cboTypes_, ui_.Reports_ReportTypeIndex);
+    SetIndexQuietlyFailing(cboFilter_, ui_.Reports_FilterByIndex);
+    if (ui_.Reports_WindowState == 2)
+        setWindowState(Qt::WindowMaximized);
+    else if (ui_.Reports_WindowState == 1)
+        setWindowState(Qt::WindowMinimized);
+    resize(std::max(200, ui_.Reports_Width / kUnitsPerPixel),
+           std::max(150, ui_.Reports_Height / kUnitsPerPixel));
+
+    const QDateTime now = clock_();
+    dtpStart_->setDate(now.date().addDays(-7));
+    dtpEnd_->setDate(now.date());
+    cboFilter_Click();
+    cboTimePeriod_Click();
+    OutputHTML(DefaultHTML());
+}
+
+void frmReports::cboTypes_Click() {
+    const int index = cboTypes_->currentIndex();
+    if (index != 0 && index != 1)
+        return;
+    const Dictionary<QString>& dic = index == 0 ? fields_.dicTaskFields : fields_.dicAppointmentFields;
+    {
+        const QSignalBlocker block(lvFields_);
+        lvFields_->clear();
+        for (const auto& e : dic) {
+            auto* item = new QListWidgetItem(e.item, lvFields_);
+            item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
+            item->setCheckState(Qt::Unchecked);
+        }
+    }
+    SetSelectedFields(index == 0 ? ui_.Reports_SelectedFieldsList_Tasks
+                                 : ui_.Reports_SelectedFieldsList_Appointments);
+}
+
+void frmReports::cboTimePeriod_Click() {
+    // The filter frame sits below the date frame in the layout, so hiding one moves the other up.
+    FrameDateRange_->setVisible(cboTimePeriod_->currentText() == kDateRangePeriod);
+}
+
+void frmReports::cboFilter_Click() {
+    const int index = cboFilter_->currentIndex();
+    const QString keep = cboList_->currentText();
+    cboList_->clear();
+    if (index <= 0) {
+        cboList_->setVisible(false);
+        return;
+    }
+    cboList_->setVisible(true);
+    QStringList names;
+    if (cDBSettings* db = DBSettings()) {
+        if (index == 1)
+            for (const auto& e : db->Projects.Items)
+                names.append(e.item.ProjectName);
+        else
+            for (const auto& e : db->Members.Items)
+                names.append(e.item.Name);
+    }
+    cboList_->addItems(names);
+    // The shared filler keeps the current text when it is still an entry.
+    cboList_->setCurrentIndex(names.contains(keep) ? int(names.indexOf(keep)) : (names.isEmpty() ? -1 : 0));
+}
+
+void frmReports::GetSelectedFields() {
+    QStringList ticked;
+    for (int i = 1; i < lvFields_->count(); ++i)
+        if (lvFields_->item(i)->checkState() == Qt::Checked)
+            ticked.append(lvFields_->item(i)->text());
+    const QString list = ticked.join(QStringLiteral("\r\n"));
+    if (cboTypes_->currentIndex() == 0)
+        ui_.Reports_SelectedFieldsList_Tasks = list;
+    else if (cboTypes_->currentIndex() == 1)
+        ui_.Reports_SelectedFieldsList_Appointments = list;
+}
+
+void frmReports::SetSelectedFields(const QString& list) {
+    cSingleList names;
+    names.FromString(list, QStringLiteral("\r\n"));
+    if (names.Items.isEmpty())
+        return;
+    // Each tick stores the list again, so a stored name no longer offered drops out.
+    for (int i = 0; i < lvFields_->count(); ++i)
+        if (names.Items.Exists(lvFields_->item(i)->text()))
+            lvFields_->item(i)->setCheckState(Qt::Checked);
+}
+
+QString frmReports::SelectedFields() {
+    dicSelectedFields = Dictionary<QString>(CompareMode::Text);
+    for (int i = 0; i < lvFields_->count(); ++i)
+        if (lvFields_->item(i)->checkState() == Qt::Checked) {
+            const QString name = lvFields_->item(i)->text().trimmed();
+            dicSelectedFields.Add(name, name);
+        }
+    return QStringLiteral("Select * from TABLENAME where ");
+}
+
+ReportQueryInput frmReports::QueryInput() const {
+    ReportQueryInput in;
+    in.dbChoice = Process().mySettings ? Process().mySettings->DBChoice : 0;
+    in.fullView = blnFullView;
+    in.userName = sCurrentUser();
+    in.period = cboTimePeriod_->currentText();
+    in.now = clock_();
+    in.rangeStart = dtpStart_->date();
+    in.rangeEnd = dtpEnd_->date();
+    in.filterIndex = cboFilter_->currentIndex();
+    in.listText = cboFilter_->currentIndex() > 0 ? cboList_->currentText() : QString();
+    return in;
+}
+
+QString frmReports::DateText(const QDateTime& value) const {
+    return DateTimeToText(value);
+}
+
+void frmReports::cmdShow_Click() {
+    int ticked = 0;
+    for (int i = 1; i < lvFields_->count(); ++i)
+        if (lvFields_->item(i)->checkState() == Qt::Checked)
+            ++ticked;
+    if (ticked == 0) {
+        MsgBox(QStringLiteral("Please select at least one field to be included into the report!"),
+               PromptIcon::Information, PromptButtons::Ok, kTitle);
+        return;
+    }
+    report_.reset();
+    chart_ = QImage();
+    const QString tag = cboFilter_->currentIndex() != 0 && !cboList_->currentText().isEmpty()
+                            ? cboList_->currentText() + QStringLiteral(": ")
+                            : QString();
+    QString page = PageHead(tag, sCurrentUser(), DateTimeToText(clock_()));
+    FrameDateRange_->setVisible(false);
+    page += ShowReport(cboTimePeriod_->currentText());
+    page += PageTail();
+    OutputHTML(page);
+}
+
+QString frmReports::ShowReport(const QString& strPeriod) {
+    Q_UNUSED(strPeriod);  // the period is read from its selector
+    SelectedFields();
+    const ReportQueryInput in = QueryInput();
+    QString sql = GetReportSQL(in);
+    const int type = cboTypes_->currentIndex();
+    const QString header =
+        GetReportHeader(type, in, DBSettings() ? DBSettings()->ShortDateFormat : QStringLiteral("M/d/yyyy"));
+    if (type != 0 && type != 1)
+        return QString();
+    blnShowingAppointments = type == 1;
+    sql.replace(QStringLiteral("TABLENAME"), ReportTableName(type));
+    QStringList selected;
+    for (const auto& e : dicSelectedFields)
+        selected.append(e.item);
+    ReportDefinition def =
+        MakeReportDefinition(sql, blnShowingAppointments, selected, fields_, in.filterIndex);
+
+    ReportRun run;
+    {
+        Progress progress(this, 0);
+        run = RunReport(
+            CurrentConnection(), def, header, kShownRows, [this](const QDateTime& d) { return DateText(d); },
+            [&progress](qint64 rows) { return progress.Tick(rows); });
+    }
+    if (run.cancelled)
+        return QString();
+    if (!run.ok) {
+        Failure f = run.failure;
+        f.label = QStringLiteral("fReports.ShowReport");
+        subReportError(f);
+        return QString();
+    }
+    report_ = LastReport{std::move(def), run.rowCount};
+    QString body;
+    if (chkChart_->isChecked() && run.rowCount > 0) {
+        chart_ = RenderReportChart(run.chart);
+        body += ChartImageHtml();
+    }
+    return body + run.html;
+}
+
+void frmReports::OutputHTML(const QString& page) {
+    page_ = page;
+    wwwReport_->setHtml(page);
+    if (editable_)
+        wwwReportEditor_->setHtml(page);
+}
+
+void frmReports::mnuExportDoc_Click(int index) {
+    switch (index) {
+        case 0:
+            ExportToFile(QStringLiteral("XLS"), false);
+            break;
+        case 1:
+            ExportToFile(QStringLiteral("TXT"), false);
+            break;
+        case 2:
+            ExportToFile(QStringLiteral("XML"), false);
+            break;
+        case 3:
+            ExportToFile(QStringLiteral("HTML"), false);
+            break;
+        case 5:
+            ExportToFile(QStringLiteral("TXT"), true);
+            break;
+        case 6:
+            ExportToFile(QStringLiteral("HTML"), true);
+            break;
+        default:
+            break;
+    }
+}
+
+void frmReports::ExportToFile(const QString& format, bool append) {
+    if (!report_)
+        return;
+    if (report_->rows == 0) {
+        MsgBox(QStringLiteral("There is no data to be exported!"), PromptIcon::Information, PromptButtons::Ok,
+               QStringLiteral("Tally Loom"));
+        return;
+    }
+    const QString kind = format.toUpper();
+    QString path;
+    ExportFormat target = ExportFormat::Text;
+    if (kind == u"XLS") {
+        // The workbook is written as .xlsx, so the dialog offers that name.
+        path = EnsureExtension(SaveFileToDisk(QStringLiteral("Excel SpreadSheets (*.xlsx)|*.xlsx"), this),
+                               QStringLiteral("xlsx"));
+        target = ExportFormat::Excel;
+    } else if (kind == u"TXT") {
+        const QString filter = QStringLiteral("Text files (*.txt)|*.txt");
+        path = EnsureExtension(append ? OpenFileFromDisk(filter, this) : SaveFileToDisk(filter, this),
+                               QStringLiteral("txt"));
+        target = ExportFormat::Text;
+    } else if (kind == u"HTML") {
+        const QString filter = QStringLiteral("HTML files (*.htm;*.html)|*.htm;*.html");
+        const QString answer = append ? OpenFileFromDisk(filter, this) : SaveFileToDisk(filter, this);
+        path = EnsureExtension(answer, QStringLiteral("htm"));
+        if (append && !path.isEmpty() && !QFileInfo::exists(path))
+            path = EnsureExtension(answer, QStringLiteral("html"));
+        target = ExportFormat::Html;
+    } else if (kind == u"XML") {
+        path = EnsureExtension(SaveFileToDisk(QStringLiteral("XML files (*.xml)|*.xml"), this),
+                               QStringLiteral("xml"));
+        target = ExportFormat::Xml;
+    } else {
+        return;
+    }
+    if (path.isEmpty())
+        return;
+    ExportOutcome out;
+    {
+        Progress progress(this, report_->rows);
+        out = ExportReport(
+            CurrentConnection(), report_->def, target, path, append,
+            [this](const QDateTime& d) { return DateText(d); },
+            [&progress](qint64 rows) { return progress.Tick(rows); });
+    }
+    if (!out.ok && !out.cancelled) {
+        Failure f = out.failure;
+        f.label = QStringLiteral("fReports.ExportToFile");
+        subReportError(f);
+    }
+}
+
+void frmReports::PrintReport() {
+    QPrinter printer(QPrinter::HighResolution);
+    QPrintDialog dialog(&printer, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    (editable_ ? wwwReportEditor_->document() : wwwReport_->document())->print(&printer);
+}
+
+bool frmReports::SaveAsPdf() {
+    const QString path = EnsureExtension(SaveFileToDisk(QStringLiteral("PDF files (*.pdf)|*.pdf"), this),
+                                         QStringLiteral("pdf"));
+    if (path.isEmpty())
+        return false;
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(path);
+    (editable_ ? wwwReportEditor_->document() : wwwReport_->document())->print(&printer);
+    return QFileInfo(path).size() > 0;
+}
+
+void frmReports::SaveUISettings() {
+    ui_.Reports_TimePeriodIndex = qint16(cboTimePeriod_->currentIndex());
+    ui_.Reports_ReportTypeIndex = qint16(cboTypes_->currentIndex());
+    ui_.Reports_FilterByIndex = qint16(cboFilter_->currentIndex());
+    const qint16 state = isMinimized() ? 1 : isMaximized() ? 2 : 0;
+    if (state != 1)
+        ui_.Reports_WindowState = state;
+    if (state != 2) {
+        ui_.Reports_Width = qint16(std::min(32767, width() * kUnitsPerPixel));
+        ui_.Reports_Height = qint16(std::min(32767, height() * kUnitsPerPixel));
+    }
+    ui_.SaveReportsUIValues();
+}
+
+void frmReports::Exit() {
+    reject();
+}
+
+void frmReports::done(int result) {
+    if (!unloaded_) {
+        unloaded_ = true;
+        SaveUISettings();
+        report_.reset();
+    }
+    QDialog::done(result);
+}
+
+void OpenReports(qint32 section) {
+    Process().lngCurrentSection = section;
+    cUISettings ui;
+    frmReports form(ui);
+    form.subSetCaption();
+    RunScreen(form, g_driver);
+}
+
+void SetReportsDriver(std::function<void(frmReports&)> driver) {
+    g_driver = std::move(driver);
+}
+
+}  // namespace tlm
