@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QProcess>
-#include <QRandomGenerator>
 
 #include "core/startup.h"
 #include "support/test_env.h"
@@ -44,16 +43,6 @@ RunResult Finish(QProcess* p, int timeoutMs) {
     return r;
 }
 
-QString RandomArgument(QRandomGenerator& rng) {
-    static const QString alphabet =
-        QStringLiteral("abcXYZ019-+. ,;:'\"\\/$&*?!#%@=_\t") + QChar(0x00E9) + QChar(0x4E2D);
-    const int len = rng.bounded(0, 24);
-    QString s;
-    for (int i = 0; i < len; ++i)
-        s += alphabet[rng.bounded(int(alphabet.size()))];
-    return s;
-}
-
 }  // namespace
 
 TEST(ProgramCommandLine, HelpAndVersionPrintAndExitZero) {
@@ -82,37 +71,30 @@ TEST(ProgramCommandLine, RefusedArgumentsEndSilently) {
     EXPECT_FALSE(QDir(home + QStringLiteral("/config")).exists());
 }
 
-// A thousand random command lines (seeded): none crashes, hangs, shows anything or writes settings.
-TEST(ProgramCommandLine, RandomNonNumericLinesNeverCrashOrTouchAnything) {
-    const QString home = test::NewTempDir(QStringLiteral("fuzz"));
-    QRandomGenerator rng(20261123);
-    QList<QStringList> lines;
-    while (lines.size() < 1000) {
-        QStringList args;
-        const int n = rng.bounded(0, 4);
-        for (int i = 0; i < n; ++i)
-            args << RandomArgument(rng);
-        // Numeric lines open a screen by design; they are covered by the dispatch tests.
-        if (ParseCommandLine(args).kind != CommandLine::Silent)
-            continue;
-        lines << args;
+// Odd lines through the real process: none crashes, hangs, shows anything or writes settings.
+// The parser and Main's flow are fuzzed in-process by the core tests; this checks the process.
+TEST(ProgramCommandLine, OddLinesEndSilentlyAndTouchNothing) {
+    const QString home = test::NewTempDir(QStringLiteral("odd"));
+    const QList<QStringList> lines = {
+        {QString()},
+        {QStringLiteral("3;touch x")},
+        {QStringLiteral("\"\t'")},
+        {QStringLiteral("12abc")},
+        {QStringLiteral("--helpx")},
+        {QStringLiteral("--version"), QStringLiteral("x")},
+        {QString(QChar(0x4E2D)) + QChar(0x00E9)},
+        {QStringLiteral("$HOME"), QStringLiteral("*")},
+    };
+    QList<QProcess*> running;
+    for (const QStringList& args : lines)
+        running << Start(args, home);
+    for (int i = 0; i < running.size(); ++i) {
+        RunResult r = Finish(running[i], 20000);
+        const std::string shown = lines[i].join(QStringLiteral("|")).toStdString();
+        ASSERT_TRUE(r.finished) << "hung on: " << shown;
+        EXPECT_EQ(r.exitCode, kExitRefusedArgument) << shown;
+        EXPECT_TRUE(r.out.isEmpty() && r.err.isEmpty()) << shown << ": " << r.err.toStdString();
     }
-    constexpr int kParallel = 8;
-    int checked = 0;
-    for (int i = 0; i < lines.size(); i += kParallel) {
-        QList<QProcess*> running;
-        for (int j = i; j < qMin(i + kParallel, int(lines.size())); ++j)
-            running << Start(lines[j], home);
-        for (int j = 0; j < running.size(); ++j) {
-            RunResult r = Finish(running[j], 20000);
-            const std::string shown = lines[i + j].join(QStringLiteral("|")).toStdString();
-            ASSERT_TRUE(r.finished) << "hung on: " << shown;
-            ASSERT_EQ(r.exitCode, kExitRefusedArgument) << shown;
-            ASSERT_TRUE(r.out.isEmpty() && r.err.isEmpty()) << shown << ": " << r.err.toStdString();
-            ++checked;
-        }
-    }
-    EXPECT_EQ(checked, 1000);
     EXPECT_FALSE(QDir(home + QStringLiteral("/config")).exists());
     EXPECT_FALSE(QDir(home + QStringLiteral("/data")).exists());
 }

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <QRandomGenerator>
+#include <QRegularExpression>
+
 #include "core/error_report.h"
 #include "core/process_state.h"
 #include "core/sections.h"
@@ -60,6 +63,34 @@ TEST(CommandLineParse, WholeLineIsTheNumber) {
     EXPECT_EQ(Parse({"-32768"}).section, -32768);
     EXPECT_EQ(Parse({"99999"}).kind, CommandLine::Overflow);
     EXPECT_EQ(Parse({"32768"}).kind, CommandLine::Overflow);
+}
+
+// Seeded random lines: a line that is no number runs none of Main's steps and ends with code 2.
+TEST(CommandLineParse, RandomLinesOpenNothingUnlessTheWholeLineIsANumber) {
+    static const QString alphabet =
+        QStringLiteral("abcXYZ019-+. ,;:'\"\\/$&*?!#%@=_\t") + QChar(0x00E9) + QChar(0x4E2D);
+    QRandomGenerator rng(20261123);
+    int silent = 0;
+    for (int n = 0; n < 20000; ++n) {
+        QStringList args;
+        for (int a = rng.bounded(0, 4); a > 0; --a) {
+            QString arg;
+            for (int len = rng.bounded(0, 12); len > 0; --len)
+                arg += alphabet[rng.bounded(int(alphabet.size()))];
+            args << arg;
+        }
+        const CommandLine c = ParseCommandLine(args);
+        if (c.kind == CommandLine::Section || c.kind == CommandLine::Overflow) {
+            EXPECT_TRUE(c.text.contains(QRegularExpression(QStringLiteral("[0-9]")))) << c.text.toStdString();
+            continue;
+        }
+        ASSERT_EQ(c.kind, CommandLine::Silent) << args.join('|').toStdString();
+        Hooks h;
+        ASSERT_EQ(RunMain(c, h), kExitRefusedArgument) << args.join('|').toStdString();
+        ASSERT_EQ(h.calls, QStringList{QStringLiteral("destroy")}) << args.join('|').toStdString();
+        ++silent;
+    }
+    EXPECT_GT(silent, 15000);
 }
 
 TEST(MainFlow, RunsTheStepsInOrderAndEndsThroughDestroy) {
