@@ -1,6 +1,7 @@
 #include "core/codecs.h"
 
 #include <QFile>
+#include <QLocale>
 #include <QRegularExpression>
 #include <cmath>
 #include <limits>
@@ -154,6 +155,16 @@ bool VariantsEqual(const QVariant& a, const QVariant& b) {
             return Money::fromVariant(other).value_or(Money{1}).units == 0;
         return other.toString().isEmpty();
     }
+    if (a.typeId() == QMetaType::Bool || b.typeId() == QMetaType::Bool) {
+        // A flag against a stored number: older files hold true as -1, newer ones as 1.
+        const QVariant& flag = a.typeId() == QMetaType::Bool ? a : b;
+        const QVariant& other = a.typeId() == QMetaType::Bool ? b : a;
+        if (other.typeId() == QMetaType::Bool || IsNumberType(other)) {
+            const auto m = Money::fromVariant(other);
+            return other.typeId() == QMetaType::Bool ? flag.toBool() == other.toBool()
+                                                     : m && flag.toBool() == (m->units != 0);
+        }
+    }
     if (IsNumberType(a) || IsNumberType(b)) {
         const auto ma = Money::fromVariant(a);
         const auto mb = Money::fromVariant(b);
@@ -170,6 +181,22 @@ bool VariantsEqual(const QVariant& a, const QVariant& b) {
         return da.isValid() && db.isValid() && da == db;
     }
     return a.toString() == b.toString();
+}
+
+QString SystemShortDateFormat() {
+    const QString f = QLocale::system().dateFormat(QLocale::ShortFormat);
+    return f.isEmpty() ? QStringLiteral("M/d/yyyy") : f;
+}
+
+QString SystemTimeFormat() {
+    QString f = QLocale::system().timeFormat(QLocale::LongFormat);
+    // The zone is no part of a time the program shows.
+    f.remove(QStringLiteral(" t")).remove(QStringLiteral("t "));
+    return f.trimmed().isEmpty() ? QStringLiteral("h:mm:ss AP") : f;
+}
+
+QString SystemDateTimeFormat() {
+    return SystemShortDateFormat() + u' ' + SystemTimeFormat();
 }
 
 bool IsFieldChanged(const QVariant& current, const QVariant& newValue) {

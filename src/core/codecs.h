@@ -28,6 +28,12 @@ QString ToTallyloomDateFormat(const QDate& date);
 QString fncGetDateTextOrEmpty(const QDateTime& date);
 // Parts carry over as a date builder does: month 13 runs into the next year; bad text gives ZeroDate().
 QDateTime FromTallyloomDateFormat(const QString& text);
+// The user's short date and long time forms of the system locale, joined by a blank, as the
+// members' client writes and reads a date in the shared settings ("M/d/yyyy" and "h:mm:ss AP"
+// when the system names none).
+QString SystemShortDateFormat();
+QString SystemTimeFormat();
+QString SystemDateTimeFormat();
 // Builds a date carrying month and day overflow; years 0-29 and 30-99 are read as 2000s and 1900s.
 // Returns an invalid date when the result is outside 100..9999.
 QDate DateSerial(int year, int month, int day);

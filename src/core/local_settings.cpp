@@ -236,7 +236,9 @@ void cMySettings::ReadSettings() {
         DBChoice = choice;
     DBConnectionString = store.get(QStringLiteral("DBConnectionString"), QString());
     const QString last = store.get(QStringLiteral("LastReported"), QString());
-    QDateTime lastDate = QDateTime::fromString(last, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    QDateTime lastDate = QDateTime::fromString(last, SystemDateTimeFormat());
+    if (!lastDate.isValid())  // as earlier builds wrote it
+        lastDate = QDateTime::fromString(last, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
     if (!lastDate.isValid())
         lastDate = QDateTime::fromString(last, Qt::ISODate);
     if (lastDate.isValid())
@@ -270,25 +272,31 @@ void cMySettings::ReadDatabaseInfo() {
     const QStringList parts = DatabaseInfo.split(QLatin1Char('|'));
     if (parts.size() <= 1)
         return;
-    // Fields by position; a short value fills what it has and reports the rest.
-    Server = parts.value(0);
-    Database = parts.value(1);
-    if (parts.size() > 2) {
-        bool ok = false;
-        const qint16 integrated = ToInt16(parts[2], &ok);
-        if (!ok) {
-            subReportError(Failure{errnum::kTypeMismatch, QStringLiteral("Type mismatch"), 0,
-                                   QStringLiteral("MySettings.ReadDatabaseInfo")});
-            return;
-        }
-        IntegratedSecurity = integrated;
-    }
-    UserName = parts.value(3);
-    Password = parts.value(4);
-    RegisterSecret(Password);
-    if (parts.size() < 5)
+    // Fields by position. A short value fills what it has; the first missing field is reported and
+    // it and the ones after it keep what they held.
+    const auto missing = [] {
         subReportError(Failure{9, QStringLiteral("Subscript out of range"), 0,
                                QStringLiteral("MySettings.ReadDatabaseInfo")});
+    };
+    Server = parts[0];
+    Database = parts[1];
+    if (parts.size() < 3)
+        return missing();
+    bool ok = false;
+    const qint16 integrated = ToInt16(parts[2], &ok);
+    if (!ok) {
+        subReportError(Failure{errnum::kTypeMismatch, QStringLiteral("Type mismatch"), 0,
+                               QStringLiteral("MySettings.ReadDatabaseInfo")});
+        return;
+    }
+    IntegratedSecurity = integrated;
+    if (parts.size() < 4)
+        return missing();
+    UserName = parts[3];
+    if (parts.size() < 5)
+        return missing();
+    Password = parts[4];
+    RegisterSecret(Password);
 }
 
 QString cMySettings::WriteDatabaseInfo() const {
@@ -302,7 +310,7 @@ void cMySettings::SaveSettings() {
     store.set(QStringLiteral("DatabaseInfo"), WriteDatabaseInfo());
     store.set(QStringLiteral("DBChoice"), QString::number(DBChoice));
     store.set(QStringLiteral("DBConnectionString"), DBConnectionString);
-    store.set(QStringLiteral("LastReported"), LastReported.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")));
+    store.set(QStringLiteral("LastReported"), LastReported.toString(SystemDateTimeFormat()));
     store.set(QStringLiteral("ProjectTitle"), ProjectTitle);
     store.set(QStringLiteral("ActivityTitle"), ActivityTitle);
     store.set(QStringLiteral("CustomFieldsTitle"), CustomFieldsTitle);

@@ -216,6 +216,11 @@ bool Connection::Open(const QString& connectionString, Failure* failure) {
             return false;
         }
     }
+    // A database that cannot be upgraded (a read-only file, no right to add citext) still opens:
+    // it works as before, only comparing text with regard to case.
+    Failure upgrade;
+    if (!UpgradeTextComparison(*this, &upgrade))
+        subTraceAction(QStringLiteral("Text comparison upgrade not done: ") + upgrade.description);
     return true;
 }
 

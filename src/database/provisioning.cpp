@@ -6,6 +6,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSqlQuery>
+#include <QSqlRecord>
 #include <QUuid>
 
 #include "core/codecs.h"
@@ -196,10 +198,11 @@ QString SqliteType(ColumnKind kind) {
     switch (kind) {
         case ColumnKind::Id:
             return QStringLiteral("INTEGER PRIMARY KEY AUTOINCREMENT");
+        // Text compares without regard to case, as the shared databases always have.
         case ColumnKind::Text:
-            return QStringLiteral("VARCHAR(255)");
+            return QStringLiteral("VARCHAR(255) COLLATE NOCASE");
         case ColumnKind::Memo:
-            return QStringLiteral("TEXT");
+            return QStringLiteral("TEXT COLLATE NOCASE");
         case ColumnKind::Int16:
             return QStringLiteral("SMALLINT");
         case ColumnKind::Int32:
@@ -480,6 +483,157 @@ QString fncCreateSQLDB(bool& blnCreated) {
         default:
             return server;
     }
+}
+
+namespace {
+
+bool IsTextType(const QString& declared) {
+    const QString t = declared.toUpper();
+    return t.contains(QLatin1String("CHAR")) || t.contains(QLatin1String("TEXT")) ||
+           t.contains(QLatin1String("CLOB")) || t.contains(QLatin1String("MEMO"));
+}
+
+bool Run(Connection& c, const QString& sql, Failure* failure) {
+    return c.Execute(sql, {}, false, failure) >= 0;
+}
+
+// Reads every row of one statement, all columns as text; empty on failure.
+QList<QStringList> Rows(Connection& c, const QString& sql, const QVariantList& values = {}) {
+    QList<QStringList> out;
+    QSqlQuery q = c.NewQuery();
+    q.setForwardOnly(true);
+    if (!q.prepare(sql))
+        return out;
+    for (const QVariant& v : values)
+        q.addBindValue(v);
+    if (!q.exec())
+        return out;
+    while (q.next()) {
+        QStringList row;
+        for (int i = 0; i < q.record().count(); ++i)
+            row.append(q.value(i).toString());
+        out.append(row);
+    }
+    return out;
+}
+
+// One table rebuilt with the same columns, types, defaults and key; its text columns case-blind.
+bool RebuildSqliteTable(Connection& c, const QString& table, const QString& createSql, Failure* failure) {
+    const QList<QStringList> info = Rows(c, QStringLiteral("PRAGMA table_info(\"%1\")").arg(table));
+    if (info.isEmpty())
+        return true;
+    const bool autoIncrement = createSql.contains(QLatin1String("AUTOINCREMENT"), Qt::CaseInsensitive);
+    QStringList defs;
+    QStringList names;
+    for (const QStringList& col : info) {  // cid, name, type, notnull, dflt_value, pk
+        const QString quoted = u'"' + col[1] + u'"';
+        QString def = quoted + u' ' + col[2];
+        if (col[5].toInt() > 0)
+            def +=
+                autoIncrement ? QStringLiteral(" PRIMARY KEY AUTOINCREMENT") : QStringLiteral(" PRIMARY KEY");
+        if (col[3].toInt() != 0)
+            def += QStringLiteral(" NOT NULL");
+        if (!col[4].isEmpty())
+            def += QStringLiteral(" DEFAULT ") + col[4];
+        if (IsTextType(col[2]))
+            def += QStringLiteral(" COLLATE NOCASE");
+        defs.append(def);
+        names.append(quoted);
+    }
+    const QString old = table + QStringLiteral("_before_nocase");
+    const QList<QStringList> seq =
+        Rows(c, QStringLiteral("SELECT seq FROM sqlite_sequence WHERE name = ?"), {table});
+    const QString columns = names.join(QStringLiteral(", "));
+    if (!Run(c, QStringLiteral("ALTER TABLE \"%1\" RENAME TO \"%2\"").arg(table, old), failure) ||
+        !Run(c, QStringLiteral("CREATE TABLE \"%1\" (%2)").arg(table, defs.join(QStringLiteral(", "))),
+             failure) ||
+        !Run(c, QStringLiteral("INSERT INTO \"%1\" (%2) SELECT %2 FROM \"%3\"").arg(table, columns, old),
+             failure) ||
+        !Run(c, QStringLiteral("DROP TABLE \"%1\"").arg(old), failure))
+        return false;
+    // Identities are never handed out twice, even those of rows deleted before the upgrade.
+    if (!seq.isEmpty() &&
+        c.Execute(QStringLiteral("UPDATE sqlite_sequence SET seq = MAX(seq, ?) WHERE name = ?"),
+                  {seq.first().first().toLongLong(), table}, false, failure) < 0)
+        return false;
+    return true;
+}
+
+bool UpgradeSqlite(Connection& c, Failure* failure) {
+    QList<std::pair<QString, QString>> pending;
+    for (const TableDef& t : Schema()) {
+        const QList<QStringList> row =
+            Rows(c,
+                 QStringLiteral(
+                     "SELECT name, sql FROM sqlite_master WHERE type = 'table' AND name = ? COLLATE NOCASE"),
+                 {t.name});
+        if (row.isEmpty())
+            continue;
+        const QString sql = row.first().value(1);
+        if (sql.contains(QLatin1String("COLLATE NOCASE"), Qt::CaseInsensitive))
+            continue;
+        bool hasText = false;
+        for (const QStringList& col :
+             Rows(c, QStringLiteral("PRAGMA table_info(\"%1\")").arg(row.first().first())))
+            hasText = hasText || IsTextType(col.value(2));
+        if (hasText)
+            pending.append({row.first().first(), sql});
+    }
+    if (pending.isEmpty())
+        return true;
+    // All tables or none: a half-upgraded file would compare one table one way and the next another.
+    if (!Run(c, QStringLiteral("BEGIN IMMEDIATE"), failure))
+        return false;
+    for (const auto& [table, sql] : pending) {
+        if (!RebuildSqliteTable(c, table, sql, failure)) {
+            Run(c, QStringLiteral("ROLLBACK"), nullptr);
+            return false;
+        }
+    }
+    if (Run(c, QStringLiteral("COMMIT"), failure))
+        return true;
+    Run(c, QStringLiteral("ROLLBACK"), nullptr);
+    return false;
+}
+
+bool UpgradePostgres(Connection& c, Failure* failure) {
+    QStringList tables;
+    for (const TableDef& t : Schema())
+        tables.append(u'\'' + t.name.toLower() + u'\'');
+    const QList<QStringList> columns =
+        Rows(c, QStringLiteral("SELECT table_name, column_name FROM information_schema.columns "
+                               "WHERE table_schema = current_schema() AND table_name IN (%1) "
+                               "AND data_type IN ('character varying', 'text', 'character') "
+                               "ORDER BY table_name, ordinal_position")
+                    .arg(tables.join(QStringLiteral(", "))));
+    if (columns.isEmpty())
+        return true;
+    if (!Run(c, QStringLiteral("BEGIN"), failure))
+        return false;
+    bool ok = Run(c, QStringLiteral("CREATE EXTENSION IF NOT EXISTS citext"), failure);
+    for (int i = 0; ok && i < columns.size(); ++i)
+        ok = Run(c,
+                 QStringLiteral("ALTER TABLE \"%1\" ALTER COLUMN \"%2\" TYPE citext")
+                     .arg(columns[i][0], columns[i][1]),
+                 failure);
+    if (ok && Run(c, QStringLiteral("COMMIT"), failure))
+        return true;
+    Run(c, QStringLiteral("ROLLBACK"), nullptr);
+    return false;
+}
+
+}  // namespace
+
+bool UpgradeTextComparison(Connection& connection, Failure* failure) {
+    switch (connection.engine()) {
+        case Engine::SQLite:
+            return UpgradeSqlite(connection, failure);
+        case Engine::PostgreSQL:
+            return UpgradePostgres(connection, failure);
+        case Engine::SqlServer:
+            break;  // its default collation already ignores case
+    }
+    return true;
 }
 
 }  // namespace tlm

@@ -5,6 +5,8 @@
 #include <QVariantList>
 #include <vector>
 
+#include "core/failure.h"
+
 namespace tlm {
 
 class Connection;
@@ -51,6 +53,11 @@ ColumnKind KindOfColumn(const QString& name);
 qint32 AdoTypeOf(ColumnKind kind);
 // The schema's spelling of a column name ("projectname" -> "ProjectName"), or the name itself.
 QString CanonicalColumnName(const QString& name);
+
+// Databases made by earlier builds compared text with regard to case. This brings the text columns
+// of the shared tables to the case-blind form once (SQLite: NOCASE, rebuilt table by table;
+// PostgreSQL: citext), keeping every row, column and identity counter. Nothing to do answers true.
+bool UpgradeTextComparison(Connection& connection, Failure* failure);
 
 // The SQLite form of the schema: one CREATE TABLE per table, ID INTEGER PRIMARY KEY AUTOINCREMENT.
 QStringList SqliteSchemaStatements();

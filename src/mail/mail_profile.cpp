@@ -100,18 +100,19 @@ bool SaveMailProfile(const MailProfile& p, Failure* failure) {
     return true;
 }
 
-QString UserNameFromMailboxName(const QString& mailboxName, const QString& address) {
+QString UserNameFromMailboxName(const QString& mailboxName) {
     const QString sep = QStringLiteral(" - ");
     const qsizetype at = mailboxName.indexOf(sep);
     if (at >= 0)
         return mailboxName.mid(at + sep.size()).trimmed();
-    const QString name = mailboxName.trimmed();
-    return name.isEmpty() ? address.trimmed() : name;
+    // A bare word is no name: matched by substring it would pick any member containing it.
+    if (mailboxName.contains(u',') || mailboxName.contains(u'@'))
+        return mailboxName;
+    return QString();
 }
 
 QString GetUserNameFromMailbox() {
-    const MailProfile p = LoadMailProfile();
-    return UserNameFromMailboxName(p.senderName, p.senderAddress);
+    return UserNameFromMailboxName(LoadMailProfile().senderName);
 }
 
 QString fncGetUserNameFromEnvironment() {

@@ -35,10 +35,11 @@ struct MailProfile {
 MailProfile LoadMailProfile(Failure* failure = nullptr);
 bool SaveMailProfile(const MailProfile& profile, Failure* failure = nullptr);
 
-// The user's name as the mail profile gives it: the sender name ("Box - Ann Lee" gives
-// "Ann Lee"), else the sender address, else empty.
+// The user's name as the mail profile's sender name gives it, read as a mailbox name: the text
+// behind " - " ("Box - Ann Lee" gives "Ann Lee"), else the name itself when it holds "," or "@",
+// else empty.
 QString GetUserNameFromMailbox();
-QString UserNameFromMailboxName(const QString& mailboxName, const QString& address);
+QString UserNameFromMailboxName(const QString& mailboxName);
 // The login name: USER, else the password database.
 QString fncGetUserNameFromEnvironment();
 

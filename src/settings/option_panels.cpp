@@ -79,25 +79,6 @@ void Warn(const QString& text) {
     MsgBox(text, PromptIcon::Exclamation);
 }
 
-// Why a folder cannot serve, or empty text. Only a real file tells whether new files may be made.
-QString FolderProblem(const QString& what, const QString& folder, bool mustTakeFiles) {
-    if (folder.trimmed().isEmpty())
-        return QStringLiteral("Please specify the folder ") + what + u'.';
-    const QFileInfo info(folder.trimmed());
-    if (!info.isDir())
-        return QStringLiteral("The folder '") + folder.trimmed() + QStringLiteral("' ") + what +
-               QStringLiteral(" does not exist. Please specify an existing folder.");
-    if (mustTakeFiles) {
-        QTemporaryFile probe(
-            QDir(info.absoluteFilePath()).filePath(QStringLiteral(".tlm-write-test-XXXXXX")));
-        if (!probe.open())
-            return QStringLiteral("The folder '") + folder.trimmed() + QStringLiteral("' ") + what +
-                   QStringLiteral(
-                       " does not allow new files. Please specify a folder that members may write to.");
-    }
-    return QString();
-}
-
 // A whole number within the range, or -1.
 int WholeNumber(const QString& text, int low, int high) {
     const QString t = text.trimmed();
@@ -682,19 +663,12 @@ void ucAutomaticUpgrade::subGetSettings() {
 }
 
 bool ucAutomaticUpgrade::SaveGlobalSettings() {
-    if (chkAllowUpgradeFromNetworkPath_->isChecked()) {
-        // Clients read VersionInfo.txt from there; the manager need not write to it.
-        const QString problem = FolderProblem(QStringLiteral("where the VersionInfo.txt file is located"),
-                                              txtUNCPath_->text(), false);
-        if (!problem.isEmpty()) {
-            Warn(problem);
-            return false;
-        }
-    }
+    // A path the members' clients read (a share such as \\server\share), not a folder of this
+    // machine: it is kept as typed, whether or not it can be reached from here.
     if (StoreMissing())
         return false;
     SetKey(QStringLiteral("tpoAllowAutoUpgrade"), Flag(chkAllowUpgradeFromNetworkPath_));
-    SetKey(QStringLiteral("tpoUpgradeFoderPath"), txtUNCPath_->text().trimmed());
+    SetKey(QStringLiteral("tpoUpgradeFoderPath"), txtUNCPath_->text());
     SetKey(QStringLiteral("tpoAutoCheckForNewVersionAtStartup"), Flag(chkAutomaticCheckForUpgradeAtStartup_));
     SetKey(QStringLiteral("tpoInstallModeOfUpgrade"), QString::number(optInstallMode_->index()));
     SetKey(QStringLiteral("tpoDisplayMessageToMemberOnNewVersionAvailiability"),
@@ -939,24 +913,7 @@ bool ucReportingOptions::SaveGlobalSettings() {
              QStringLiteral("' is not a whole number from 1 to ") + QString::number(kHoursInAMonth) + u'.');
         return false;
     }
-    const struct {
-        QCheckBox* on;
-        QLineEdit* folder;
-        const char* what;
-    } copies[] = {
-        {chkCopyReportedTaskItemTo_, txtRepositoryTaskPublicFolder_, "for reported task items"},
-        {chkCopyReportedAppointmentItemTo_, txtRepositoryAppointmentPublicFolder_,
-         "for reported appointment items"},
-    };
-    for (const auto& copy : copies) {
-        if (!copy.on->isChecked())
-            continue;
-        const QString problem = FolderProblem(QString::fromLatin1(copy.what), copy.folder->text(), true);
-        if (!problem.isEmpty()) {
-            Warn(problem);
-            return false;
-        }
-    }
+    // The copy folders are the members' clients' folder paths: kept as typed, not checked here.
     if (StoreMissing())
         return false;
     for (int i = 0; i < 4; ++i)
@@ -967,10 +924,9 @@ bool ucReportingOptions::SaveGlobalSettings() {
     for (int i = 4; i < 8; ++i)
         SetKey(QString::fromLatin1(kReportingFlags[i][1]), Flag(flags_[i]));
     SetKey(QStringLiteral("tpoCopyReportedTaskToRepository"), Flag(chkCopyReportedTaskItemTo_));
-    SetKey(QStringLiteral("tpoTaskRepositoryFolder"), txtRepositoryTaskPublicFolder_->text().trimmed());
+    SetKey(QStringLiteral("tpoTaskRepositoryFolder"), txtRepositoryTaskPublicFolder_->text());
     SetKey(QStringLiteral("tpoCopyReportedAppointmentToRepository"), Flag(chkCopyReportedAppointmentItemTo_));
-    SetKey(QStringLiteral("tpoAppointmentRepositoryFolder"),
-           txtRepositoryAppointmentPublicFolder_->text().trimmed());
+    SetKey(QStringLiteral("tpoAppointmentRepositoryFolder"), txtRepositoryAppointmentPublicFolder_->text());
     DBSettings()->SaveGlobalSettings(5);
     return true;
 }

@@ -62,6 +62,16 @@ TEST(FieldChange, NullAndEmptyRules) {
     EXPECT_FALSE(IsFieldChanged(QString(""), QVariant()));   // empty variant equals empty text
 }
 
+// Older files hold a set flag as -1, newer ones as 1: a save with no change must write nothing.
+TEST(FieldChange, FlagsCompareByTruth) {
+    EXPECT_FALSE(IsFieldChanged(QVariant(-1), QVariant(true)));
+    EXPECT_FALSE(IsFieldChanged(QVariant(qint16(1)), QVariant(true)));
+    EXPECT_FALSE(IsFieldChanged(QVariant(0), QVariant(false)));
+    EXPECT_TRUE(IsFieldChanged(QVariant(-1), QVariant(false)));
+    EXPECT_TRUE(IsFieldChanged(QVariant(0), QVariant(true)));
+    EXPECT_TRUE(IsFieldChanged(QVariant(QMetaType::fromType<int>()), QVariant(false)));  // NULL column
+}
+
 TEST(FieldChange, TextsExactNumbersAndDatesByValue) {
     EXPECT_TRUE(IsFieldChanged(QString("Alpha"), QString("alpha")));
     EXPECT_FALSE(IsFieldChanged(QVariant(5), QVariant(5.0)));

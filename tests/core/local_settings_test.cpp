@@ -114,6 +114,37 @@ TEST_F(LocalSettings, BlankTitlesFallBackAndOneFieldInfoIsIgnored) {
     EXPECT_EQ(s.Server, QStringLiteral("kept"));
 }
 
+TEST_F(LocalSettings, ShortDatabaseInfoKeepsTheMissingFields) {
+    SaveSetting(kSettingsApplication, QString(), QStringLiteral("DatabaseInfo"), QStringLiteral("srv|db|1"));
+    cMySettings s;
+    s.UserName = QStringLiteral("kept-user");
+    s.Password = QStringLiteral("kept-pass");
+    s.ReadSettings();
+    EXPECT_EQ(s.Server, QStringLiteral("srv"));
+    EXPECT_EQ(s.IntegratedSecurity, 1);
+    EXPECT_EQ(s.UserName, QStringLiteral("kept-user"));
+    EXPECT_EQ(s.Password, QStringLiteral("kept-pass"));
+    ASSERT_EQ(presenter.reports.size(), 1);
+    EXPECT_TRUE(presenter.reports.first().contains(QStringLiteral("MySettings.ReadDatabaseInfo")));
+}
+
+// The members' client reads the date in the system's form; values of earlier builds still read.
+TEST_F(LocalSettings, LastReportedInTheSystemDateForm) {
+    cMySettings s;
+    s.LastReported = QDateTime(QDate(2026, 3, 7), QTime(14, 5, 9));
+    s.SaveSettings();
+    const QString stored =
+        GetSetting(kSettingsApplication, QString(), QStringLiteral("LastReported"), QString());
+    EXPECT_FALSE(stored.startsWith(QStringLiteral("2026-03-07"))) << stored.toStdString();
+    cMySettings r;
+    r.ReadSettings();
+    EXPECT_EQ(r.LastReported, s.LastReported) << stored.toStdString();
+    SaveSetting(kSettingsApplication, QString(), QStringLiteral("LastReported"),
+                QStringLiteral("2025-12-31 23:59:58"));
+    r.ReadSettings();
+    EXPECT_EQ(r.LastReported, QDateTime(QDate(2025, 12, 31), QTime(23, 59, 58)));
+}
+
 TEST_F(LocalSettings, DamagedFileOrValuesYieldDefaultsNotACrash) {
     writeRaw(QByteArray("\x01\x02[General\nDBChoice=abc\nDBConnectionString\n=\n\xff\xfe garbage"));
     cMySettings s;

@@ -4,6 +4,7 @@
 #include "domain/domain_services.h"
 #include "domain/domain_test_fixture.h"
 #include "domain/item.h"
+#include "mail/mail_profile.h"
 
 namespace tlm::test {
 namespace {
@@ -123,6 +124,18 @@ TEST_F(CostTest, CurrentMemberNameFallsBackToTheLoginName) {
     EXPECT_EQ(GetCurrentMemberName(), QStringLiteral("Robin"));
     qputenv("USER", "stranger");
     EXPECT_EQ(GetCurrentMemberName(), QStringLiteral("stranger"));
+}
+
+// The sender name is read as a mailbox name: a bare word is no name and must not pick "Robin".
+TEST_F(CostTest, SenderNameCountsOnlyInTheMailboxForms) {
+    qputenv("USER", "stranger");
+    MailProfile p;
+    p.senderName = QStringLiteral("Rob");
+    ASSERT_TRUE(SaveMailProfile(p));
+    EXPECT_EQ(GetCurrentMemberName(), QStringLiteral("stranger"));
+    p.senderName = QStringLiteral("Team - ROBIN");
+    ASSERT_TRUE(SaveMailProfile(p));
+    EXPECT_EQ(GetCurrentMemberName(), QStringLiteral("Robin"));
 }
 
 }  // namespace

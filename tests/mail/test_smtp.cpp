@@ -169,11 +169,12 @@ TEST(MailProfileStore, RoundTripPrivateFileAndMaskedPassword) {
 }
 
 TEST(MailProfileStore, UserNames) {
-    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral("Mailbox - Ann Lee "), QString()),
-              QStringLiteral("Ann Lee"));
-    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral(" Ann Lee "), QStringLiteral("a@x.org")),
-              QStringLiteral("Ann Lee"));
-    EXPECT_EQ(UserNameFromMailboxName(QString(), QStringLiteral("a@x.org")), QStringLiteral("a@x.org"));
+    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral("Mailbox - Ann Lee ")), QStringLiteral("Ann Lee"));
+    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral("Lee, Ann")), QStringLiteral("Lee, Ann"));
+    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral("ann@x.org")), QStringLiteral("ann@x.org"));
+    // Neither " - ", "," nor "@": no name, so nothing is matched by substring.
+    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral("Ann")), QString());
+    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral("Ann Lee")), QString());
     test::FreshLocalSettings();
     MailProfile p = LocalProfile(25);
     p.senderName = QStringLiteral("Projects - Bo Chen");
