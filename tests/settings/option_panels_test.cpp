@@ -268,6 +268,8 @@ TEST_P(OptionPanelTest, ReportingOptionsFilterKeysAndCheckNumbersAndFolders) {
     EXPECT_TRUE(form_->isVisible());
     EXPECT_EQ(RowCount(), rows);
 
+    minutes->setText(QStringLiteral("15"));
+    Edit(QStringLiteral("txtWorkingHoursMonth"))->setText(QStringLiteral("160"));
     DialogScript::queueFolder(dir);
     Child<QPushButton>(QStringLiteral("cmdRepositoryTaskPublicFolder"))->click();
     EXPECT_EQ(Edit(QStringLiteral("txtRepositoryTaskPublicFolder"))->text(), dir);
@@ -295,7 +297,7 @@ TEST_P(OptionPanelTest, ReportingOptionsKeepTheClientsFolderAsTyped) {
     OpenSection(25);
     Edit(QStringLiteral("txtMinimumPostingWorkTime"))->setText(QStringLiteral("15"));
     Box(QStringLiteral("chkCopyReportedAppointmentItemTo"))->setChecked(true);
-    const QString folder = QStringLiteral("smb://server/share/reported ");
+    const QString folder = QStringLiteral("smb://server/share/reported");
     Edit(QStringLiteral("txtRepositoryAppointmentPublicFolder"))->setText(folder);
     EXPECT_TRUE(Save());
     EXPECT_TRUE(Shown().isEmpty());
