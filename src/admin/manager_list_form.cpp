@@ -13,11 +13,13 @@
 #include <memory>
 
 #include "admin/list_pickers_dialog.h"
+#include "admin/member_import.h"
 #include "core/process_state.h"
 #include "core/prompt.h"
 #include "desktop/grid_widget.h"
 #include "desktop/gui_window_services.h"
 #include "domain/value_names.h"
+#include "mail/pick_members_dialog.h"
 #include "settings/global_settings.h"
 
 namespace tlm {
@@ -72,7 +74,7 @@ frmManagerList::frmManagerList(QWidget* parent) : QDialog(parent) {
     layout->setSpacing(0);
     tb_ = new QToolBar(this);
     tb_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    import_ = tb_->addAction(QStringLiteral("Import"));
+    import_ = tb_->addAction(QStringLiteral("Import"), this, &frmManagerList::Import);
     apply_ = tb_->addAction(QStringLiteral("Apply"), this, &frmManagerList::Apply);
     save_ = tb_->addAction(QStringLiteral("Save"), this, &frmManagerList::Save);
     exit_ = tb_->addAction(QStringLiteral("Exit"), this, &frmManagerList::Exit);
@@ -121,12 +123,12 @@ QAction* frmManagerList::toolbarButton(const QString& key) const {
 
 void frmManagerList::subSetCaptions() {
     pMain_->hide();
-    // Member import comes with its own work; until then the button stays hidden everywhere.
     import_->setVisible(false);
     const cDBSettings* settings = DBSettings();
     if (!settings || !IsListSection(section_))
         return;
     layout_ = ListLayoutFor(section_, *settings);
+    import_->setVisible(section_ == 3);
     QStringList captions;
     for (const ListColumn& c : layout_.columns)
         captions.append(c.caption);
@@ -225,6 +227,43 @@ bool frmManagerList::subSaveSettings() {
     dirty_ = false;
     saved_ = true;
     return true;
+}
+
+void frmManagerList::Import() {
+    const cDBSettings* settings = DBSettings();
+    if (section_ != 3 || !settings)
+        return;
+    fps_->commitOpenEditor();
+    // The import matches the grid against the saved list, so a grid of another length is saved
+    // first; the import goes on whatever the save gave.
+    if (settings->Members.Items.Count() != fps_->dataRowCount())
+        subSaveSettings();
+    subImportFromAD();
+}
+
+void frmManagerList::subImportFromAD() {
+    const cDBSettings* settings = DBSettings();
+    if (!settings)
+        return;
+    // The window stays as it is: hiding a modal window would end it. The picker is modal over it.
+    const int rows = fps_->dataRowCount();
+    QStringList names;
+    names.reserve(rows);
+    for (int r = 0; r < rows; ++r)
+        names.append(fps_->text(r, 0));
+    PickMembersDialog book(this);
+    const std::optional<MemberImport> import = ImportMembers(&book, settings->Members, names);
+    if (!import)
+        return;
+    for (const GridMemberRefresh& r : import->refresh) {
+        fps_->setValue(r.row, 1, r.email);
+        fps_->setValue(r.row, 2, r.department);
+        fps_->setValue(r.row, 3, QVariant::fromValue(r.rate));
+    }
+    if (!import->newRows.isEmpty())
+        fps_->setMatrix(import->newRows, rows, 0);
+    if (!import->refresh.isEmpty() || !import->newRows.isEmpty())
+        dirty_ = true;
 }
 
 void frmManagerList::Apply() {

@@ -32,11 +32,16 @@ class frmManagerList : public QDialog {
     bool subSaveSettings();
 
     // The toolbar.
+    void Import();  // saves first when the grid's row count differs from the list, then imports
     void Apply();
     void Save();
     void Exit();  // closes at once and drops unsaved edits
 
     // A row's button (0-based row and column).
+    // Members from the address book: known names get their saved row back, new ones become rows
+    // below the last; nothing is written before Save or Apply.
+    void subImportFromAD();
+
     void ButtonClicked(int row, int col);
     void SetColorToBlock(int col1, int col2, int row1, int row2, const QColor& color);
     void LoadColorButtons(int indexCol, int buttonCol);

@@ -138,6 +138,14 @@ QString OpenFileFromDisk(const QString& filter, QWidget* owner, const QString& t
     return QFileDialog::getOpenFileName(owner, title, QString(), ConvertFileFilter(filter));
 }
 
+QStringList OpenFilesFromDisk(const QString& filter, QWidget* owner, const QString& title) {
+    subTraceAction(QStringLiteral("Opening files from dialog"));
+    QString paths;
+    if (DialogScript::takeFileName(&paths))
+        return paths.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return QFileDialog::getOpenFileNames(owner, title, QString(), ConvertFileFilter(filter));
+}
+
 QString fncBrowseForFolder(QWidget* owner, const QString& title) {
     QString path;
     if (DialogScript::takeFolder(&path))

@@ -36,6 +36,9 @@ QString ConvertFileFilter(const QString& filter);
 
 QString SaveFileToDisk(const QString& filter, QWidget* owner = nullptr, const QString& title = QString());
 QString OpenFileFromDisk(const QString& filter, QWidget* owner = nullptr, const QString& title = QString());
+// Several files at once; a scripted answer holds them separated by line breaks.
+QStringList OpenFilesFromDisk(const QString& filter, QWidget* owner = nullptr,
+                              const QString& title = QString());
 QString fncBrowseForFolder(QWidget* owner, const QString& title);
 
 }  // namespace tlm

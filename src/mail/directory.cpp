@@ -1,6 +1,9 @@
 #include "mail/directory.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QStringDecoder>
 #include <QStringList>
 
 namespace tlm {
@@ -64,7 +67,7 @@ bool HasParam(const ContentLine& c, const QString& word) {
     return false;
 }
 
-QString Decode(const ContentLine& c) {
+QString Decode(const ContentLine& c, bool* badText = nullptr) {
     QByteArray bytes = c.rawValue;
     if (HasParam(c, QStringLiteral("QUOTED-PRINTABLE"))) {
         QByteArray out;
@@ -86,7 +89,13 @@ QString Decode(const ContentLine& c) {
             (p.endsWith(QLatin1String("8859-1")) || p.endsWith(QLatin1String("1252"))))
             latin1 = true;
     }
-    return latin1 ? QString::fromLatin1(bytes) : QString::fromUtf8(bytes);
+    if (latin1)
+        return QString::fromLatin1(bytes);
+    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = utf8.decode(bytes);
+    if (utf8.hasError() && badText)
+        *badText = true;
+    return text;
 }
 
 // Splits at unescaped ";" and resolves the text escapes of vCard 3 and 4.
@@ -111,28 +120,75 @@ QStringList Components(const QString& value) {
 
 }  // namespace
 
+QString AddressEntryTypeName(AddressEntryType type) {
+    switch (type) {
+        case AddressEntryType::Contact:
+            return QStringLiteral("SMTP");
+        case AddressEntryType::DirectoryUser:
+            return QStringLiteral("EX");
+        case AddressEntryType::DistributionList:
+            return QStringLiteral("MAPIPDL");
+        case AddressEntryType::Other:
+            break;
+    }
+    return QString();
+}
+
 QList<DirectoryEntry> ParseVCards(const QByteArray& text) {
+    return ParseVCards(text, QString(), nullptr);
+}
+
+QList<DirectoryEntry> ParseVCards(const QByteArray& text, const QString& source, QStringList* problems) {
     QList<DirectoryEntry> entries;
     bool inCard = false;
+    int cardNumber = 0;
     DirectoryEntry entry;
     QString fromN;
+    QString fault;  // why the open card cannot be read; empty while it can
     bool mailIsPreferred = false;
+    const auto complain = [&](const QString& why) {
+        if (!problems)
+            return;
+        const QString who = entry.name.isEmpty() ? fromN : entry.name;
+        QString where = source.isEmpty() ? QStringLiteral("card %1").arg(cardNumber)
+                                         : QStringLiteral("%1, card %2").arg(source).arg(cardNumber);
+        if (!who.isEmpty())
+            where += QStringLiteral(" (%1)").arg(who);
+        problems->append(where + QStringLiteral(": ") + why);
+    };
     for (const QByteArray& raw : Unfold(text)) {
         const ContentLine c = Parse(raw);
-        const QString value = Decode(c);
+        bool badText = false;
+        const QString value = Decode(c, &badText);
         if (c.name == QLatin1String("BEGIN") &&
             value.trimmed().compare(QLatin1String("VCARD"), Qt::CaseInsensitive) == 0) {
+            if (inCard)
+                complain(QStringLiteral("the card has no END line"));
             inCard = true;
+            ++cardNumber;
             entry = DirectoryEntry{};
             fromN.clear();
+            fault.clear();
             mailIsPreferred = false;
-        } else if (!inCard) {
             continue;
-        } else if (c.name == QLatin1String("END")) {
+        }
+        if (!inCard)
+            continue;
+        if (c.name.isEmpty() && !raw.trimmed().isEmpty() && fault.isEmpty())
+            fault = QStringLiteral("a line is not a vCard property");
+        if (badText) {
+            // A value that is not text is not taken, not even as the name the message shows.
+            if (fault.isEmpty())
+                fault = QStringLiteral("the text is not UTF-8");
+            continue;
+        }
+        if (c.name == QLatin1String("END")) {
             inCard = false;
             if (entry.name.isEmpty())
                 entry.name = fromN;
-            if (!entry.name.isEmpty() || !entry.mail.isEmpty())
+            if (!fault.isEmpty())
+                complain(fault);
+            else if (!entry.name.isEmpty() || !entry.mail.isEmpty())
                 entries.append(entry);
         } else if (c.name == QLatin1String("FN")) {
             entry.name = Components(value).join(QLatin1Char(' ')).trimmed();
@@ -157,8 +213,20 @@ QList<DirectoryEntry> ParseVCards(const QByteArray& text) {
             const QStringList org = Components(value);
             if (org.size() > 1)
                 entry.department = org[1];
+        } else if (c.name == QLatin1String("KIND")) {
+            const QString kind = value.trimmed().toLower();
+            entry.type = kind == QLatin1String("group")        ? AddressEntryType::DistributionList
+                         : kind == QLatin1String("individual") ? AddressEntryType::Contact
+                                                               : AddressEntryType::Other;
+        } else if (c.name == QLatin1String("MEMBER")) {
+            if (const QString ref = value.trimmed(); !ref.isEmpty())
+                entry.memberRefs.append(ref);
+        } else if (c.name == QLatin1String("UID")) {
+            entry.id = value.trimmed();
         }
     }
+    if (inCard)
+        complain(QStringLiteral("the card has no END line"));
     return entries;
 }
 
@@ -174,6 +242,74 @@ QList<DirectoryEntry> ReadVCardFile(const QString& path, QString* error) {
     if (entries.isEmpty() && error)
         *error = QStringLiteral("The address file %1 holds no vCard.").arg(path);
     return entries;
+}
+
+namespace {
+
+QString WithoutScheme(const QString& ref, const QString& scheme) {
+    return ref.startsWith(scheme, Qt::CaseInsensitive) ? ref.mid(scheme.size()) : ref;
+}
+
+// A group's MEMBER lines against every card read. Members are copied without their own members,
+// so a group within a group comes as an entry of its own and is not expanded further.
+void ResolveGroups(QList<DirectoryEntry>& entries) {
+    QHash<QString, qsizetype> byUid;
+    QHash<QString, qsizetype> byMail;
+    for (qsizetype i = 0; i < entries.size(); ++i) {
+        if (!entries[i].id.isEmpty())
+            byUid.insert(WithoutScheme(entries[i].id, QStringLiteral("urn:uuid:")).toLower(), i);
+        if (!entries[i].mail.isEmpty() && !byMail.contains(entries[i].mail.toLower()))
+            byMail.insert(entries[i].mail.toLower(), i);
+    }
+    for (DirectoryEntry& group : entries) {
+        if (group.type != AddressEntryType::DistributionList)
+            continue;
+        group.members.clear();
+        for (const QString& ref : group.memberRefs) {
+            const QString uid = WithoutScheme(ref, QStringLiteral("urn:uuid:")).toLower();
+            const QString mail = WithoutScheme(ref, QStringLiteral("mailto:")).toLower();
+            qsizetype at = byUid.value(uid, -1);
+            if (at < 0)
+                at = byMail.value(mail, -1);
+            if (at >= 0) {
+                DirectoryEntry member = entries[at];
+                member.members.clear();
+                group.members.append(member);
+            } else if (ref.startsWith(QLatin1String("mailto:"), Qt::CaseInsensitive)) {
+                DirectoryEntry member;
+                member.mail = WithoutScheme(ref, QStringLiteral("mailto:"));
+                group.members.append(member);
+            }
+        }
+    }
+}
+
+}  // namespace
+
+VCardFiles ReadVCardFiles(const QStringList& paths) {
+    VCardFiles out;
+    for (const QString& path : paths) {
+        QFile f(path);
+        const QString shown = QFileInfo(path).fileName();
+        if (!f.open(QIODevice::ReadOnly)) {
+            out.problems.append(QStringLiteral("%1: %2").arg(shown, f.errorString()));
+            continue;
+        }
+        const qsizetype before = out.problems.size();
+        const QList<DirectoryEntry> entries = ParseVCards(f.readAll(), shown, &out.problems);
+        if (entries.isEmpty() && out.problems.size() == before)
+            out.problems.append(QStringLiteral("%1: the file holds no vCard").arg(shown));
+        out.entries += entries;
+    }
+    ResolveGroups(out.entries);
+    return out;
+}
+
+QString UnreadableCardsMessage(const QStringList& problems) {
+    if (problems.isEmpty())
+        return QString();
+    return QStringLiteral("These address entries could not be read and are left out:\n") +
+           problems.join(QLatin1Char('\n'));
 }
 
 }  // namespace tlm

@@ -100,6 +100,42 @@ bool SaveMailProfile(const MailProfile& p, Failure* failure) {
     return true;
 }
 
+DirectorySettings LoadDirectorySettings(Failure* failure) {
+    DirectorySettings d;
+    d.url = Get(QStringLiteral("LdapUrl"), QString(), failure).trimmed();
+    d.baseDn = Get(QStringLiteral("LdapBaseDn"), QString(), failure).trimmed();
+    d.bindDn = Get(QStringLiteral("LdapBindDn"), QString(), failure).trimmed();
+    d.password = Get(QStringLiteral("LdapPassword"), QString(), failure);
+    d.startTls =
+        Get(QStringLiteral("LdapStartTls"), QStringLiteral("0"), failure).trimmed() == QLatin1String("1");
+    bool ok = false;
+    const int timeout =
+        Get(QStringLiteral("LdapTimeout"), QStringLiteral("10"), failure).trimmed().toInt(&ok);
+    if (ok && timeout > 0 && timeout <= 300)
+        d.timeoutSeconds = timeout;
+    if (!d.password.isEmpty())
+        RegisterSecret(d.password);
+    return d;
+}
+
+bool SaveDirectorySettings(const DirectorySettings& d, Failure* failure) {
+    if (!d.password.isEmpty())
+        RegisterSecret(d.password);
+    const QList<QPair<QString, QString>> values = {
+        {QStringLiteral("LdapUrl"), d.url},
+        {QStringLiteral("LdapBaseDn"), d.baseDn},
+        {QStringLiteral("LdapBindDn"), d.bindDn},
+        {QStringLiteral("LdapPassword"), d.password},
+        {QStringLiteral("LdapStartTls"), d.startTls ? QStringLiteral("1") : QStringLiteral("0")},
+        {QStringLiteral("LdapTimeout"), QString::number(d.timeoutSeconds)},
+    };
+    for (const auto& [key, value] : values) {
+        if (!SaveSetting(kApp, kMailProfileSection, key, value, failure))
+            return false;
+    }
+    return true;
+}
+
 QString UserNameFromMailboxName(const QString& mailboxName) {
     const QString sep = QStringLiteral(" - ");
     const qsizetype at = mailboxName.indexOf(sep);

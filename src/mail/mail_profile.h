@@ -35,6 +35,20 @@ struct MailProfile {
 MailProfile LoadMailProfile(Failure* failure = nullptr);
 bool SaveMailProfile(const MailProfile& profile, Failure* failure = nullptr);
 
+// The LDAP directory the member import searches, kept beside the mail profile (same group, same
+// private file). An empty URL: no directory, the address files only.
+struct DirectorySettings {
+    QString url;  // ldap://host[:port] or ldaps://host[:port]
+    QString baseDn;
+    QString bindDn;  // empty: anonymous
+    QString password;
+    bool startTls = false;  // upgrade an ldap:// connection before the bind
+    int timeoutSeconds = 10;
+};
+// Reading registers the password as a secret, as for the mail profile.
+DirectorySettings LoadDirectorySettings(Failure* failure = nullptr);
+bool SaveDirectorySettings(const DirectorySettings& settings, Failure* failure = nullptr);
+
 // The user's name as the mail profile's sender name gives it, read as a mailbox name: the text
 // behind " - " ("Box - Ann Lee" gives "Ann Lee"), else the name itself when it holds "," or "@",
 // else empty.

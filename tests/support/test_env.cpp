@@ -46,6 +46,19 @@ QString LdapUri() {
     return qEnvironmentVariable("TLM_TEST_LDAP_URI");
 }
 
+QString LdapBaseDn() {
+    return qEnvironmentVariable("TLM_TEST_LDAP_BASE");
+}
+QString LdapBindDn() {
+    return qEnvironmentVariable("TLM_TEST_LDAP_BIND_DN");
+}
+QString LdapPassword() {
+    return qEnvironmentVariable("TLM_TEST_LDAP_PASSWORD");
+}
+bool ServersStarted() {
+    return !PostgresConnectionString().isEmpty() || !SmtpPort().isEmpty() || !LdapUri().isEmpty();
+}
+
 QString BuiltProgram(const QString& name) {
     const QString dir = qEnvironmentVariable("TLM_BUILD_BIN_DIR", QStringLiteral(TLM_BUILD_BIN_DIR));
     return QDir(dir).absoluteFilePath(name);

@@ -15,6 +15,12 @@ QString PostgresConnectionString();  // TLM_TEST_PG
 QString SmtpPort();                  // TLM_TEST_SMTP_PORT
 QString SmtpSpoolDir();              // TLM_TEST_SMTP_SPOOL
 QString LdapUri();                   // TLM_TEST_LDAP_URI
+QString LdapBaseDn();                // TLM_TEST_LDAP_BASE
+QString LdapBindDn();                // TLM_TEST_LDAP_BIND_DN
+QString LdapPassword();              // TLM_TEST_LDAP_PASSWORD
+// True when the test servers were started (some server's variable is set): a test that then misses
+// its own server fails rather than skips.
+bool ServersStarted();
 // Path of a built program (set by CMake for tests that run one).
 QString BuiltProgram(const QString& name);
 

@@ -1,0 +1,183 @@
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTest>
+#include <QTreeWidget>
+
+#include "admin/admin_test_support.h"
+#include "admin/manager_list_form.h"
+#include "core/process_state.h"
+#include "desktop/grid_widget.h"
+#include "desktop/gui_dialogs.h"
+#include "mail/ldap_test_support.h"
+#include "mail/pick_members_dialog.h"
+#include "settings/global_settings.h"
+
+namespace tlm::test {
+namespace {
+
+class MemberImportFormTest : public AdminDbTest {
+  protected:
+    void SetUp() override {
+        AdminDbTest::SetUp();
+        if (IsSkipped())
+            return;
+        ASSERT_TRUE(SaveListFromGrid(3,
+                                     {{"Robin", "robin@x.org", "Ops", Cash("7"), 1},
+                                      {"Ann Lee", "ann@old.org", "Old", Cash("5"), 0}},
+                                     *global)
+                        .saved);
+        Reload();
+        ASSERT_TRUE(SaveDirectorySettings(DirectorySettings{}));
+        DialogScript::clear();
+        prompter.clear();
+    }
+    void TearDown() override {
+        form.reset();
+        SetPickMembersDriver({});
+        DialogScript::clear();
+        AdminDbTest::TearDown();
+    }
+    frmManagerList& Open(qint32 section) {
+        Process().lngCurrentSection = section;
+        form = std::make_unique<frmManagerList>();
+        form->Load();
+        form->show();
+        return *form;
+    }
+    GridWidget& G() { return *form->grid(); }
+    QStringList GridTexts() {
+        QStringList out;
+        for (int r = 0; r < G().dataRowCount(); ++r) {
+            QStringList cells;
+            for (int c = 0; c < 5; ++c)
+                cells.append(G().text(r, c));
+            out.append(cells.join(u'|'));
+        }
+        return out;
+    }
+    // Picks every result the search gives with the dialog's add button.
+    static void AddAll(PickMembersDialog& d, const QString& search) {
+        d.searchBox()->setText(search);
+        d.Refresh();
+        d.results()->selectAll();
+        QTest::mouseClick(d.addButton(), Qt::LeftButton);
+    }
+    QString VCardFiles() {
+        const QString dir = NewTempDir(QStringLiteral("vcards"));
+        const QString good =
+            WriteFile(dir, QStringLiteral("people.vcf"),
+                      "BEGIN:VCARD\nVERSION:3.0\nFN:Ann Lee\nEMAIL:ann@new.org\nEND:VCARD\n"
+                      "BEGIN:VCARD\nVERSION:3.0\nFN:Bo Chen\nEMAIL:bo@x.org\nORG:O;Lab\nEND:VCARD\n");
+        const QString bad = WriteFile(dir, QStringLiteral("more.vcf"),
+                                      "BEGIN:VCARD\nVERSION:4.0\nFN:Cy\nEMAIL:cy@x.org\nEND:VCARD\n"
+                                      "BEGIN:VCARD\nVERSION:4.0\nFN:Bad \xff\nEND:VCARD\n");
+        return good + u'\n' + bad;
+    }
+
+    std::unique_ptr<frmManagerList> form;
+};
+
+TEST_P(MemberImportFormTest, ImportOpensThePickerAndAddFillsTheGrid) {
+    Open(1);
+    EXPECT_FALSE(form->toolbarButton(QStringLiteral("Import"))->isVisible());
+    Open(3);
+    QAction* import = form->toolbarButton(QStringLiteral("Import"));
+    ASSERT_TRUE(import->isVisible());
+    // An unsaved address of a known member is replaced by the saved one.
+    G().setValue(1, 1, QStringLiteral("typed@x.org"));
+    const QString files = VCardFiles();
+    QString title;
+    QString label;
+    SetPickMembersDriver([&](PickMembersDialog& d) {
+        title = d.windowTitle();
+        label = d.addButton()->text();
+        DialogScript::queueFileName(files);
+        d.OpenFiles();
+        AddAll(d, QString());
+        AddAll(d, QStringLiteral("bo"));  // picked twice, listed once
+        EXPECT_EQ(d.picked()->count(), 3);
+        d.accept();
+    });
+    import->trigger();
+    EXPECT_EQ(title, QStringLiteral("Pick Members"));
+    EXPECT_EQ(label, QStringLiteral("Add"));
+    ASSERT_EQ(prompter.shown().size(), 1);
+    EXPECT_TRUE(prompter.shown()[0].text.contains(QStringLiteral("more.vcf, card 2: the text is not UTF-8")));
+    EXPECT_EQ(GridTexts(), (QStringList{QStringLiteral("Robin|robin@x.org|Ops|7.00|1"),
+                                        QStringLiteral("Ann Lee|ann@old.org|Old|5.00|0"),
+                                        QStringLiteral("Bo Chen|bo@x.org|Lab|0.00|0"),
+                                        QStringLiteral("Cy|cy@x.org||0.00|0")}))
+        << GridTexts().join(u'\n').toStdString();
+    EXPECT_TRUE(form->hasUnsavedChanges());
+    // Exit drops the new rows: the table never saw them.
+    form->toolbarButton(QStringLiteral("Exit"))->trigger();
+    EXPECT_EQ(Table(QStringLiteral("SELECT Name FROM tMembers ORDER BY Name")),
+              (QStringList{QStringLiteral("Ann Lee"), QStringLiteral("Robin")}));
+}
+
+TEST_P(MemberImportFormTest, CancelLeavesTheGridAsItWas) {
+    Open(3);
+    const QStringList before = GridTexts();
+    const QString files = VCardFiles();
+    bool shown = false;
+    SetPickMembersDriver([&](PickMembersDialog& d) {
+        shown = d.isVisible();
+        DialogScript::queueFileName(files);
+        d.OpenFiles();
+        AddAll(d, QString());
+        d.reject();
+    });
+    form->toolbarButton(QStringLiteral("Import"))->trigger();
+    EXPECT_TRUE(shown);
+    EXPECT_EQ(GridTexts(), before);
+    EXPECT_FALSE(form->hasUnsavedChanges());
+}
+
+TEST_P(MemberImportFormTest, DirectoryGroupImportsAndSaveWritesTheNewMembers) {
+    TLM_REQUIRE_LDAP();
+    ASSERT_TRUE(SaveDirectorySettings(TestDirectory()));
+    Open(3);
+    SetPickMembersDriver([&](PickMembersDialog& d) {
+        AddAll(d, QStringLiteral("Project"));
+        EXPECT_TRUE(d.status()->text().isEmpty()) << d.status()->text().toStdString();
+        EXPECT_EQ(d.picked()->count(), 1);
+        d.accept();
+    });
+    form->toolbarButton(QStringLiteral("Import"))->trigger();
+    EXPECT_EQ(G().dataRowCount(), 4);
+    form->toolbarButton(QStringLiteral("Save"))->trigger();
+    EXPECT_TRUE(form->saved());
+    EXPECT_EQ(Table(QStringLiteral(
+                  "SELECT Name, Email, Department, Rate, AdminAccess FROM tMembers ORDER BY Name")),
+              (QStringList{QStringLiteral("Ann Lee|ann@old.org|Old|5.00|0"),
+                           QStringLiteral("Bo Chen|bo.chen@example.org|Engineering|0.00|0"),
+                           QStringLiteral("Chloé Dubois|chloe.dubois@example.org|Engineering|0.00|0"),
+                           QStringLiteral("Robin|robin@x.org|Ops|7.00|1")}));
+}
+
+TEST_P(MemberImportFormTest, AnUnreachableDirectoryIsSaidInThePicker) {
+    DirectorySettings down;
+    down.url = QStringLiteral("ldap://127.0.0.1:1");
+    down.bindDn = QStringLiteral("cn=reader");
+    down.password = QStringLiteral("S3cret-pw");
+    ASSERT_TRUE(SaveDirectorySettings(down));
+    Open(3);
+    QString status;
+    SetPickMembersDriver([&](PickMembersDialog& d) {
+        status = d.status()->text();
+        d.reject();
+    });
+    form->toolbarButton(QStringLiteral("Import"))->trigger();
+    EXPECT_EQ(status, QStringLiteral("The directory server ldap://127.0.0.1:1 cannot be reached."));
+}
+
+INSTANTIATE_TEST_SUITE_P(Engines, MemberImportFormTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
+                         EngineName);
+
+}  // namespace
+}  // namespace tlm::test
