@@ -1,7 +1,10 @@
 #include "mail/pick_members_dialog.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -59,6 +62,24 @@ PickMembersDialog::PickMembersDialog(QWidget* parent, DirectorySettings settings
     top->addWidget(openFiles_);
     layout->addLayout(top);
 
+    server_ = new QGroupBox(QStringLiteral("Directory server"), this);
+    auto* form = new QFormLayout(server_);
+    url_ = new QLineEdit(settings_.url, server_);
+    url_->setPlaceholderText(QStringLiteral("ldap://host:389 or ldaps://host:636"));
+    base_ = new QLineEdit(settings_.baseDn, server_);
+    bindDn_ = new QLineEdit(settings_.bindDn, server_);
+    password_ = new QLineEdit(settings_.password, server_);
+    password_->setEchoMode(QLineEdit::Password);
+    startTls_ = new QCheckBox(QStringLiteral("Use StartTLS"), server_);
+    startTls_->setChecked(settings_.startTls);
+    auto* connectButton = new QPushButton(QStringLiteral("Connect"), server_);
+    form->addRow(QStringLiteral("Server URL:"), url_);
+    form->addRow(QStringLiteral("Base DN:"), base_);
+    form->addRow(QStringLiteral("Bind DN:"), bindDn_);
+    form->addRow(QStringLiteral("Password:"), password_);
+    form->addRow(startTls_, connectButton);
+    layout->addWidget(server_);
+
     search_ = new QLineEdit(this);
     search_->setPlaceholderText(QStringLiteral("Type a name or an address"));
     search_->setClearButtonEnabled(true);
@@ -97,6 +118,7 @@ PickMembersDialog::PickMembersDialog(QWidget* parent, DirectorySettings settings
     connect(add_, &QPushButton::clicked, this, &PickMembersDialog::AddSelected);
     connect(results_, &QTreeWidget::itemDoubleClicked, this, &PickMembersDialog::AddSelected);
     connect(openFiles_, &QPushButton::clicked, this, &PickMembersDialog::OpenFiles);
+    connect(connectButton, &QPushButton::clicked, this, &PickMembersDialog::Connect);
     connect(search_, &QLineEdit::textChanged, typing_, qOverload<>(&QTimer::start));
     connect(typing_, &QTimer::timeout, this, &PickMembersDialog::Refresh);
     connect(source_, &QComboBox::currentIndexChanged, this, [this](int) { Refresh(); });
@@ -125,9 +147,28 @@ void PickMembersDialog::OpenFiles() {
         MsgBox(UnreadableCardsMessage(read.problems), PromptIcon::Exclamation);
 }
 
+void PickMembersDialog::Connect() {
+    settings_.url = url_->text().trimmed();
+    settings_.baseDn = base_->text().trimmed();
+    settings_.bindDn = bindDn_->text().trimmed();
+    settings_.password = password_->text();
+    settings_.startTls = startTls_->isChecked();
+    ldap_.reset();
+    Failure failure;
+    if (!SaveDirectorySettings(settings_, &failure))
+        MsgBox(QStringLiteral("The directory settings could not be saved: %1").arg(failure.description),
+               PromptIcon::Exclamation);
+    {
+        const QSignalBlocker block(source_);
+        source_->setCurrentIndex(Directory);
+    }
+    Refresh();
+}
+
 void PickMembersDialog::Refresh() {
     typing_->stop();
     const QString text = search_->text().trimmed();
+    server_->setVisible(source_->currentIndex() == Directory);
     if (source_->currentIndex() == Files) {
         QList<DirectoryEntry> found;
         for (const DirectoryEntry& e : files_)

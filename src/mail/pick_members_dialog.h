@@ -7,7 +7,9 @@
 #include "mail/directory.h"
 #include "mail/mail_profile.h"
 
+class QCheckBox;
 class QComboBox;
+class QGroupBox;
 class QLabel;
 class QLineEdit;
 class QListWidget;
@@ -39,12 +41,19 @@ class PickMembersDialog : public QDialog, public AddressBookSource {
     void Refresh();
     // The selected results join the picked entries, each once.
     void AddSelected();
+    // Takes the server fields, keeps them in the private settings file and searches again.
+    void Connect();
 
     QLineEdit* searchBox() const { return search_; }
     QTreeWidget* results() const { return results_; }
     QListWidget* picked() const { return picked_; }
     QPushButton* addButton() const { return add_; }
     QLabel* status() const { return status_; }
+    QLineEdit* serverUrl() const { return url_; }
+    QLineEdit* baseDn() const { return base_; }
+    QLineEdit* bindDn() const { return bindDn_; }
+    QLineEdit* password() const { return password_; }
+    QCheckBox* startTls() const { return startTls_; }
 
   private:
     void ShowEntries(const QList<DirectoryEntry>& entries);
@@ -64,6 +73,12 @@ class PickMembersDialog : public QDialog, public AddressBookSource {
     QListWidget* picked_ = nullptr;
     QLabel* status_ = nullptr;
     QTimer* typing_ = nullptr;
+    QGroupBox* server_ = nullptr;
+    QLineEdit* url_ = nullptr;
+    QLineEdit* base_ = nullptr;
+    QLineEdit* bindDn_ = nullptr;
+    QLineEdit* password_ = nullptr;
+    QCheckBox* startTls_ = nullptr;
 };
 
 // Widget tests drive the dialog instead of a blocking modal loop: the driver gets the shown dialog

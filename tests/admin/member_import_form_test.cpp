@@ -89,7 +89,9 @@ TEST_P(MemberImportFormTest, ImportOpensThePickerAndAddFillsTheGrid) {
     QAction* import = form->toolbarButton(QStringLiteral("Import"));
     ASSERT_TRUE(import->isVisible());
     // An unsaved address of a known member is replaced by the saved one.
-    G().setValue(1, 1, QStringLiteral("typed@x.org"));
+    const int ann = G().text(0, 0) == QStringLiteral("Ann Lee") ? 0 : 1;
+    ASSERT_EQ(G().text(ann, 0), QStringLiteral("Ann Lee"));
+    G().setValue(ann, 1, QStringLiteral("typed@x.org"));
     const QString files = VCardFiles();
     QString title;
     QString label;
@@ -108,8 +110,8 @@ TEST_P(MemberImportFormTest, ImportOpensThePickerAndAddFillsTheGrid) {
     EXPECT_EQ(label, QStringLiteral("Add"));
     ASSERT_EQ(prompter.shown().size(), 1);
     EXPECT_TRUE(prompter.shown()[0].text.contains(QStringLiteral("more.vcf, card 2: the text is not UTF-8")));
-    EXPECT_EQ(GridTexts(), (QStringList{QStringLiteral("Robin|robin@x.org|Ops|7.00|1"),
-                                        QStringLiteral("Ann Lee|ann@old.org|Old|5.00|0"),
+    EXPECT_EQ(GridTexts(), (QStringList{QStringLiteral("Ann Lee|ann@old.org|Old|5.00|0"),
+                                        QStringLiteral("Robin|robin@x.org|Ops|7.00|1"),
                                         QStringLiteral("Bo Chen|bo@x.org|Lab|0.00|0"),
                                         QStringLiteral("Cy|cy@x.org||0.00|0")}))
         << GridTexts().join(u'\n').toStdString();
@@ -140,9 +142,19 @@ TEST_P(MemberImportFormTest, CancelLeavesTheGridAsItWas) {
 
 TEST_P(MemberImportFormTest, DirectoryGroupImportsAndSaveWritesTheNewMembers) {
     TLM_REQUIRE_LDAP();
-    ASSERT_TRUE(SaveDirectorySettings(TestDirectory()));
     Open(3);
+    QString refused;
     SetPickMembersDriver([&](PickMembersDialog& d) {
+        // The server is typed in the picker; a wrong password first.
+        d.serverUrl()->setText(LdapUri());
+        d.baseDn()->setText(LdapBaseDn());
+        d.bindDn()->setText(LdapBindDn());
+        d.password()->setText(QStringLiteral("Wr0ng-pass"));
+        d.Connect();
+        refused = d.status()->text();
+        EXPECT_EQ(d.results()->topLevelItemCount(), 0);
+        d.password()->setText(LdapPassword());
+        d.Connect();
         AddAll(d, QStringLiteral("Project"));
         EXPECT_TRUE(d.status()->text().isEmpty()) << d.status()->text().toStdString();
         EXPECT_EQ(d.picked()->count(), 1);
@@ -150,6 +162,14 @@ TEST_P(MemberImportFormTest, DirectoryGroupImportsAndSaveWritesTheNewMembers) {
     });
     form->toolbarButton(QStringLiteral("Import"))->trigger();
     EXPECT_EQ(G().dataRowCount(), 4);
+    EXPECT_TRUE(refused.contains(QStringLiteral("refused the bind DN or the password")))
+        << refused.toStdString();
+    EXPECT_FALSE(refused.contains(QStringLiteral("Wr0ng-pass")));
+    const DirectorySettings kept = LoadDirectorySettings();
+    EXPECT_EQ(kept.url, LdapUri());
+    EXPECT_EQ(kept.bindDn, LdapBindDn());
+    EXPECT_EQ(kept.password, LdapPassword());
+    EXPECT_FALSE(kept.startTls);
     form->toolbarButton(QStringLiteral("Save"))->trigger();
     EXPECT_TRUE(form->saved());
     EXPECT_EQ(Table(QStringLiteral(
