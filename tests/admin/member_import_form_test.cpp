@@ -140,6 +140,25 @@ TEST_P(MemberImportFormTest, CancelLeavesTheGridAsItWas) {
     EXPECT_FALSE(form->hasUnsavedChanges());
 }
 
+TEST_P(MemberImportFormTest, AGridOfAnotherLengthIsSavedBeforeTheImport) {
+    Open(3);
+    G().setMatrix({{"Bo Chen", "bo@typed.org", "", Cash("3"), 0}}, 2, 0);
+    const QString files = VCardFiles();
+    SetPickMembersDriver([&](PickMembersDialog& d) {
+        DialogScript::queueFileName(files);
+        d.OpenFiles();
+        AddAll(d, QStringLiteral("Bo"));
+        d.accept();
+    });
+    form->toolbarButton(QStringLiteral("Import"))->trigger();
+    // Bo was saved by the import and is a known member now: his row stays, with the saved values.
+    EXPECT_EQ(Table(QStringLiteral("SELECT Name, Email FROM tMembers ORDER BY Name")),
+              (QStringList{QStringLiteral("Ann Lee|ann@old.org"), QStringLiteral("Bo Chen|bo@typed.org"),
+                           QStringLiteral("Robin|robin@x.org")}));
+    EXPECT_EQ(G().dataRowCount(), 3);
+    EXPECT_EQ(G().text(2, 1), QStringLiteral("bo@typed.org"));
+}
+
 TEST_P(MemberImportFormTest, DirectoryGroupImportsAndSaveWritesTheNewMembers) {
     TLM_REQUIRE_LDAP();
     Open(3);
