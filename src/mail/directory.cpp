@@ -120,20 +120,6 @@ QStringList Components(const QString& value) {
 
 }  // namespace
 
-QString AddressEntryTypeName(AddressEntryType type) {
-    switch (type) {
-        case AddressEntryType::Contact:
-            return QStringLiteral("SMTP");
-        case AddressEntryType::DirectoryUser:
-            return QStringLiteral("EX");
-        case AddressEntryType::DistributionList:
-            return QStringLiteral("MAPIPDL");
-        case AddressEntryType::Other:
-            break;
-    }
-    return QString();
-}
-
 QList<DirectoryEntry> ParseVCards(const QByteArray& text) {
     return ParseVCards(text, QString(), nullptr);
 }

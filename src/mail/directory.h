@@ -8,14 +8,13 @@
 
 namespace tlm {
 
-// The kinds of address entry a member import tells apart, with the type words they answer to.
+// The kinds of address entry a member import tells apart.
 enum class AddressEntryType {
-    Contact,           // "SMTP": a person of an address file
-    DirectoryUser,     // "EX": a person of the LDAP directory
-    DistributionList,  // "MAPIPDL": a group, whose members are taken one level deep
+    Contact,           // a person of an address file
+    DirectoryUser,     // a person of the LDAP directory
+    DistributionList,  // a group, whose members are taken one level deep
     Other,             // anything else (an organisation, a role): skipped without a message
 };
-QString AddressEntryTypeName(AddressEntryType type);
 
 // One entry from an address book: what a member import needs.
 struct DirectoryEntry {
