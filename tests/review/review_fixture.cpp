@@ -2,13 +2,12 @@
 
 #include <QDir>
 #include <QFile>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include "mail/mail_profile.h"
 #include "notifications/senders.h"
 #include "notifications/templates.h"
-#include "mail/mail_profile.h"
 #include "reported/sample_data.h"
 #include "support/test_env.h"
 
@@ -89,17 +88,6 @@ QList<QJsonObject> ReviewDbTest::SpoolMails() const {
             out.append(QJsonDocument::fromJson(file.readAll()).object());
     }
     return out;
-}
-
-int ReviewDbTest::SpoolMailsTo(const QString& address, const QString& subjectPart) const {
-    int n = 0;
-    for (const QJsonObject& o : SpoolMails()) {
-        if (!o.value(QStringLiteral("subject")).toString().contains(subjectPart))
-            continue;
-        for (const QJsonValue& v : o.value(QStringLiteral("rcpt_tos")).toArray())
-            n += v.toString().compare(address, Qt::CaseInsensitive) == 0 ? 1 : 0;
-    }
-    return n;
 }
 
 bool ReviewDbTest::ArrivedAtSink(const QString& messageId) const {

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QSettings>
+#include <QTcpServer>
 #include <QUuid>
 
 namespace tlm::test {
@@ -44,6 +45,25 @@ QString SmtpSpoolDir() {
 }
 QString LdapUri() {
     return qEnvironmentVariable("TLM_TEST_LDAP_URI");
+}
+
+bool ServersRequired() {
+    return qEnvironmentVariable("TLM_REQUIRE_TEST_SERVERS") == QLatin1String("1");
+}
+
+std::string MissingServerText(const char* what) {
+    return std::string(what) +
+           (ServersRequired() ? " is required (TLM_REQUIRE_TEST_SERVERS=1) but its environment is missing"
+                              : " is not set: run through `make test` or scripts/test-servers.sh, "
+                                "which start the server");
+}
+
+int ClosedPort() {
+    QTcpServer s;
+    s.listen(QHostAddress::LocalHost, 0);
+    const int port = s.serverPort();
+    s.close();
+    return port;
 }
 
 QString BuiltProgram(const QString& name) {

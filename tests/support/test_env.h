@@ -1,6 +1,9 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <QString>
+#include <string>
 
 namespace tlm::test {
 
@@ -15,7 +18,28 @@ QString PostgresConnectionString();  // TLM_TEST_PG
 QString SmtpPort();                  // TLM_TEST_SMTP_PORT
 QString SmtpSpoolDir();              // TLM_TEST_SMTP_SPOOL
 QString LdapUri();                   // TLM_TEST_LDAP_URI
+// Whether the run insists on the servers (`make test` sets TLM_REQUIRE_TEST_SERVERS=1): a test that
+// needs one and does not find it then fails instead of skipping.
+bool ServersRequired();
+// The message of a missing server: why it is missing and how to get it.
+std::string MissingServerText(const char* what);
+
+// A loopback port that nothing listens on.
+int ClosedPort();
+
 // Path of a built program (set by CMake for tests that run one).
 QString BuiltProgram(const QString& name);
 
 }  // namespace tlm::test
+
+// Skips (or, under `make test`, fails) the current test when `present` is false. In SetUp the
+// fatal failure keeps the body from running.
+#define TLM_NEED_SERVER(present, what)                                \
+    do {                                                              \
+        if (!(present)) {                                             \
+            if (::tlm::test::ServersRequired())                       \
+                GTEST_FAIL() << ::tlm::test::MissingServerText(what); \
+            else                                                      \
+                GTEST_SKIP() << ::tlm::test::MissingServerText(what); \
+        }                                                             \
+    } while (false)

@@ -41,7 +41,8 @@ int main(int argc, char** argv) {
     // Tests never show a real window, never block on a dialog, never touch the user's files.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QString root = QDir::tempPath() + QStringLiteral("/tlm-tests-runtime");
+    // Below the process's own root: test processes run side by side and share no folder.
+    const QString root = tlm::test::TestRoot() + QStringLiteral("/runtime");
     QDir().mkpath(root);
     QFile::setPermissions(root, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
