@@ -23,7 +23,7 @@ class ManagerListFormTest : public AdminDbTest {
   protected:
     void SetUp() override {
         AdminDbTest::SetUp();
-        if (IsSkipped())
+        if (IsSkipped() || HasFatalFailure())
             return;
         // Three members and three projects, Apollo in Black, as a start-up would load them.
         ASSERT_TRUE(SaveListFromGrid(3,

@@ -74,7 +74,7 @@ TEST_F(AdminLayoutTest, ListRowsShowEmptyDatesEmptyAndTypedValues) {
                                       QVariant(), "Moon", "AP", 15}}));
     const GridRows rows = ListToGridRows(1, *global);
     ASSERT_EQ(rows.size(), 1);
-    EXPECT_EQ(rows[0][2].value<Money>(), *Money::parse(QStringLiteral("90")));
+    EXPECT_EQ(rows[0][2].value<Money>(), M("90"));
     EXPECT_EQ(rows[0][3].toDate(), QDate(2024, 5, 1));
     EXPECT_FALSE(rows[0][4].isValid());  // the zero date shows as an empty cell
     EXPECT_EQ(rows[0][7], QVariant(QStringLiteral("15")));

@@ -95,7 +95,7 @@ TEST_F(StartupWiring, ConfiguredDatabaseOpensTheScreenWithTheMailWiringInPlace) 
     EXPECT_EQ(screen, QStringLiteral("frmManagerList"));
     EXPECT_TRUE(sinkInstalled) << "list saves would send no notification";
     EXPECT_TRUE(composeDisplay) << "mails to show would go to the outbox";
-    EXPECT_EQ(reportMailTo, QStringLiteral("errors@example.org"));
+    EXPECT_EQ(reportMailTo.toStdString(), "errors@example.org");
     EXPECT_TRUE(g_reportDialogs.isEmpty()) << g_reportDialogs.join(u'|').toStdString();
     EXPECT_TRUE(strayWindows.isEmpty()) << strayWindows.join(u'|').toStdString();
     EXPECT_FALSE(CurrentConnection()) << "the connection is closed on the way out";

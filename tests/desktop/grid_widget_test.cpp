@@ -11,16 +11,15 @@
 
 #include "core/money.h"
 #include "desktop/grid_widget.h"
+#include "support/test_env.h"
 
 using namespace tlm;
 
 namespace {
 
-enum Col { Name, Person, Rate, Due, Admin, Colour, Notify, Count, Note, Columns };
+using tlm::test::M;
 
-Money M(const char* text) {
-    return *Money::parse(QString::fromLatin1(text));
-}
+enum Col { Name, Person, Rate, Due, Admin, Colour, Notify, Count, Note, Columns };
 
 class Grid : public ::testing::Test {
   protected:

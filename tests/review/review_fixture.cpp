@@ -15,7 +15,7 @@ namespace tlm::test {
 
 void ReviewDbTest::SetUp() {
     DomainDbTest::SetUp();
-    if (IsSkipped())
+    if (IsSkipped() || HasFatalFailure())
         return;
     SampleSpec spec;
     spec.projects = 6;

@@ -30,7 +30,7 @@ class SearchFormTest : public DomainDbTest {
   protected:
     void SetUp() override {
         DomainDbTest::SetUp();
-        if (IsSkipped())
+        if (IsSkipped() || HasFatalFailure())
             return;
         InsertSearchRows([this](const QString& sql, const QVariantList& v) { Exec(sql, v); });
         // Custom field 2 is active under a title of its own; 1, 3 and 4 are not.

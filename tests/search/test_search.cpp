@@ -148,7 +148,7 @@ class SearchDbTest : public DomainDbTest {
   protected:
     void SetUp() override {
         DomainDbTest::SetUp();
-        if (IsSkipped())
+        if (IsSkipped() || HasFatalFailure())
             return;
         InsertSearchRows([this](const QString& sql, const QVariantList& v) { Exec(sql, v); });
     }

@@ -58,6 +58,16 @@ std::string MissingServerText(const char* what) {
                                 "which start the server");
 }
 
+Money M(const char* text) {
+    const std::optional<Money> m = Money::parse(QString::fromLatin1(text));
+    EXPECT_TRUE(m.has_value()) << text;
+    return m.value_or(Money{});
+}
+
+QVariant Cash(const char* text) {
+    return QVariant::fromValue(M(text));
+}
+
 int ClosedPort() {
     QTcpServer s;
     s.listen(QHostAddress::LocalHost, 0);

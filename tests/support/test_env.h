@@ -2,10 +2,33 @@
 
 #include <gtest/gtest.h>
 
+#include <QList>
 #include <QString>
+#include <QStringList>
+#include <QVariant>
 #include <string>
 
+#include "core/error_report.h"
+#include "core/money.h"
+
 namespace tlm::test {
+
+// Records what the failure path would have shown.
+class RecordingPresenter : public ErrorPresenter {
+  public:
+    void showReport(const QString& reportText, bool allowDirect) override {
+        reports.append(reportText);
+        direct.append(allowDirect);
+    }
+    void showFriendly(const QString& friendlyText, const QString& reportText) override {
+        friendly.append(friendlyText);
+        friendlyReports.append(reportText);
+    }
+    QStringList reports;
+    QList<bool> direct;
+    QStringList friendly;
+    QStringList friendlyReports;
+};
 
 // A fresh, empty folder under the test run's private root.
 QString NewTempDir(const QString& name);
@@ -23,6 +46,10 @@ QString LdapUri();                   // TLM_TEST_LDAP_URI
 bool ServersRequired();
 // The message of a missing server: why it is missing and how to get it.
 std::string MissingServerText(const char* what);
+
+// A money value from a text that must parse ("12.5"), and the same as a cell value.
+Money M(const char* text);
+QVariant Cash(const char* text);
 
 // A loopback port that nothing listens on.
 int ClosedPort();
