@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QJsonObject>
-#include <QList>
 #include <QStringList>
 #include <memory>
 
@@ -26,15 +24,12 @@ class ReviewDbTest : public DomainDbTest {
     QString FirstUnapprovedId(const QString& table);
     // An ID that has an unapproved row in both tables.
     QString SharedUnapprovedId();
-    bool ArrivedAtSink(const QString& messageId) const;
     bool HasSink() const { return bool(smtp); }
 
     RecordingTransport* transport = nullptr;  // what the senders handed on
     QString outbox;
-    QString spool;
 
   private:
-    QList<QJsonObject> SpoolMails() const;
     std::unique_ptr<SmtpTransport> smtp;
     std::unique_ptr<RecordingTransport> recorder;
 };

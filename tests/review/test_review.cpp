@@ -8,6 +8,7 @@
 #include "reported/task_data.h"
 #include "review/review_fixture.h"
 #include "review/review_queue.h"
+#include "support/smtp_sink.h"
 
 namespace tlm::test {
 namespace {
@@ -271,7 +272,7 @@ TEST_P(ReviewEngineTest, ApprovalWritesTheRowAndTheSendersMailNobody) {
     EXPECT_EQ(transport->mails[0].to, address);
     if (HasSink()) {
         ASSERT_TRUE(transport->results[0].sent()) << transport->results[0].reason.toStdString();
-        EXPECT_TRUE(ArrivedAtSink(transport->results[0].messageId));
+        EXPECT_FALSE(SinkMail(transport->results[0].messageId).isEmpty());
     }
 }
 
