@@ -4,6 +4,7 @@
 
 #include "core/error_report.h"
 #include "core/prompt.h"
+#include "core/version.h"
 #include "support/test_env.h"
 
 using namespace tlm;
@@ -88,7 +89,7 @@ TEST_F(ErrorPath, ReportMailGoesThroughTheMailerOrNowhere) {
     SetErrorReportMailer(&mailer);
     subSendErrorReport(QStringLiteral("r Password=pw1;"), false);
     ASSERT_EQ(mailer.subjects.size(), 1);
-    EXPECT_EQ(mailer.subjects[0], QStringLiteral("Exception (") + fncGetAppVersion() +
+    EXPECT_EQ(mailer.subjects[0], QStringLiteral("Exception (") + QString::fromLatin1(kVersionText) +
                                       QStringLiteral(") : Tally Loom Manager Process"));
     EXPECT_FALSE(mailer.bodies[0].contains(QStringLiteral("pw1")));
     mailer.ok = false;
