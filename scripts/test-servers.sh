@@ -3,7 +3,8 @@
 #   start        start them and write build/servers/env
 #   stop         stop them
 #   env          print the environment lines (source them: eval "$(scripts/test-servers.sh env)")
-#   run -- CMD   start, run CMD with the environment, stop (pass or fail); exit with CMD's code
+#   run -- CMD   start, run CMD with the environment and TLM_REQUIRE_TEST_SERVERS=1, stop (pass or
+#                fail); exit with CMD's code
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 state="${TLM_SERVERS_DIR:-$here/build/servers}"
@@ -45,6 +46,8 @@ case "${1:-}" in
     start
     # shellcheck disable=SC1090
     source "$envfile"
+    # Under this wrapper a test that needs a server and does not find it fails instead of skipping.
+    export TLM_REQUIRE_TEST_SERVERS=1
     set +e
     "$@"; rc=$?
     exit $rc ;;

@@ -7,6 +7,7 @@
 #include "admin/manager_list.h"
 #include "core/money.h"
 #include "domain/domain_test_fixture.h"
+#include "support/test_env.h"
 
 namespace tlm::test {
 
@@ -58,9 +59,5 @@ class AdminDbTest : public DomainDbTest {
     }
     RecordingRequests requests;
 };
-
-inline QVariant Cash(const char* text) {
-    return QVariant::fromValue(*Money::parse(QString::fromLatin1(text)));
-}
 
 }  // namespace tlm::test

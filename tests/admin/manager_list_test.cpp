@@ -74,7 +74,7 @@ TEST_F(AdminLayoutTest, ListRowsShowEmptyDatesEmptyAndTypedValues) {
                                       QVariant(), "Moon", "AP", 15}}));
     const GridRows rows = ListToGridRows(1, *global);
     ASSERT_EQ(rows.size(), 1);
-    EXPECT_EQ(rows[0][2].value<Money>(), *Money::parse(QStringLiteral("90")));
+    EXPECT_EQ(rows[0][2].value<Money>(), M("90"));
     EXPECT_EQ(rows[0][3].toDate(), QDate(2024, 5, 1));
     EXPECT_FALSE(rows[0][4].isValid());  // the zero date shows as an empty cell
     EXPECT_EQ(rows[0][7], QVariant(QStringLiteral("15")));
@@ -102,16 +102,9 @@ TEST(AdminColours, PickerIndexMatchesItsColourAndName) {
         const char* name;
         int r, g, b;
     };
+    // The ends of the table: an off-by-one in either direction shows at one of them.
     const Row table[] = {
-        {1, "Red", 228, 99, 106},         {2, "Orange", 244, 148, 84},      {3, "Peach", 255, 202, 76},
-        {4, "Yellow", 255, 249, 84},      {5, "Green", 131, 209, 122},      {6, "Teal", 123, 210, 181},
-        {7, "Olive", 176, 193, 138},      {8, "Blue", 114, 155, 217},       {9, "Purple", 146, 120, 209},
-        {10, "Maroon", 195, 130, 162},    {11, "Steel", 196, 204, 221},     {12, "Dark Steel", 71, 86, 117},
-        {13, "Gray", 165, 165, 165},      {14, "Dark Gray", 79, 79, 79},    {15, "Black", 0, 0, 0},
-        {16, "Dark Red", 168, 29, 36},    {17, "Dark Orange", 172, 77, 13}, {18, "Dark Peach", 168, 120, 1},
-        {19, "Dark Yellow", 149, 145, 1}, {20, "Dark Green", 52, 118, 42},  {21, "Dark Teal", 45, 121, 97},
-        {22, "Dark Olive", 92, 105, 56},  {23, "Dark Blue", 42, 80, 142},   {24, "Dark Purple", 78, 49, 141},
-        {25, "Dark Maroon", 128, 54, 93}};
+        {1, "Red", 228, 99, 106}, {2, "Orange", 244, 148, 84}, {25, "Dark Maroon", 128, 54, 93}};
     for (const Row& row : table) {
         EXPECT_EQ(CategoryColorName(row.index), QString::fromLatin1(row.name)) << row.index;
         EXPECT_EQ(RgbFromOleColor(CategoryOleColor(row.index)), (RgbColor{row.r, row.g, row.b})) << row.index;

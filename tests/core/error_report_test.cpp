@@ -4,21 +4,13 @@
 
 #include "core/error_report.h"
 #include "core/prompt.h"
+#include "core/version.h"
+#include "support/test_env.h"
 
 using namespace tlm;
+using tlm::test::RecordingPresenter;
 
 namespace {
-
-class RecordingPresenter : public ErrorPresenter {
-  public:
-    QStringList reports, friendly;
-    QList<bool> direct;
-    void showReport(const QString& text, bool allowDirect) override {
-        reports << text;
-        direct << allowDirect;
-    }
-    void showFriendly(const QString& f, const QString& text) override { friendly << f + "\n" + text; }
-};
 
 class RecordingMailer : public ErrorReportMailer {
   public:
@@ -70,7 +62,7 @@ TEST_F(ErrorPath, OnlyTheFirstReportOfAProcessIsShown) {
     subShowFriendlyError(QStringLiteral("Connection lost"),
                          Failure{7, QStringLiteral("x"), 0, QStringLiteral("DB.x")});
     ASSERT_EQ(presenter.friendly.size(), 1);
-    EXPECT_TRUE(presenter.friendly[0].contains(QStringLiteral("Function: DB.x")));
+    EXPECT_TRUE(presenter.friendlyReports[0].contains(QStringLiteral("Function: DB.x")));
 }
 
 TEST_F(ErrorPath, PasswordsNeverReachAReport) {
@@ -97,7 +89,7 @@ TEST_F(ErrorPath, ReportMailGoesThroughTheMailerOrNowhere) {
     SetErrorReportMailer(&mailer);
     subSendErrorReport(QStringLiteral("r Password=pw1;"), false);
     ASSERT_EQ(mailer.subjects.size(), 1);
-    EXPECT_EQ(mailer.subjects[0], QStringLiteral("Exception (") + fncGetAppVersion() +
+    EXPECT_EQ(mailer.subjects[0], QStringLiteral("Exception (") + QString::fromLatin1(kVersionText) +
                                       QStringLiteral(") : Tally Loom Manager Process"));
     EXPECT_FALSE(mailer.bodies[0].contains(QStringLiteral("pw1")));
     mailer.ok = false;

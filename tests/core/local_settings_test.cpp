@@ -14,13 +14,6 @@ using namespace tlm;
 
 namespace {
 
-class CapturingPresenter : public ErrorPresenter {
-  public:
-    QStringList reports;
-    void showReport(const QString& t, bool) override { reports << t; }
-    void showFriendly(const QString&, const QString&) override {}
-};
-
 class LocalSettings : public ::testing::Test {
   protected:
     void SetUp() override {
@@ -39,7 +32,7 @@ class LocalSettings : public ::testing::Test {
         f.write(content);
     }
     QString file;
-    CapturingPresenter presenter;
+    test::RecordingPresenter presenter;
 };
 
 }  // namespace

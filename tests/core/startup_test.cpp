@@ -7,6 +7,7 @@
 #include "core/process_state.h"
 #include "core/sections.h"
 #include "core/startup.h"
+#include "support/test_env.h"
 
 using namespace tlm;
 
@@ -30,13 +31,6 @@ class Hooks : public StartupHooks {
         sections << s;
     }
     void DestroyAllObjects() override { calls << "destroy"; }
-};
-
-class Reports : public ErrorPresenter {
-  public:
-    QStringList texts;
-    void showReport(const QString& t, bool) override { texts << t; }
-    void showFriendly(const QString&, const QString&) override {}
 };
 
 CommandLine Parse(std::initializer_list<const char*> args) {
@@ -125,15 +119,15 @@ TEST(MainFlow, FirstRunWithSection14ShowsNoSecondPanel) {
 
 TEST(MainFlow, OutOfRangeNumberTakesTheFailurePathWithLabelMain) {
     ResetErrorReportingForTests();
-    Reports r;
+    test::RecordingPresenter r;
     SetErrorPresenter(&r);
     Hooks h;
     EXPECT_EQ(RunMain(Parse({"99999"}), h), kExitBadSection);
     SetErrorPresenter(nullptr);
     ResetErrorReportingForTests();
-    ASSERT_EQ(r.texts.size(), 1);
-    EXPECT_TRUE(r.texts[0].contains(QStringLiteral("In Function: Main\r\n")));
-    EXPECT_TRUE(r.texts[0].contains(QStringLiteral("Exception Number: 6\r\n")));
+    ASSERT_EQ(r.reports.size(), 1);
+    EXPECT_TRUE(r.reports[0].contains(QStringLiteral("In Function: Main\r\n")));
+    EXPECT_TRUE(r.reports[0].contains(QStringLiteral("Exception Number: 6\r\n")));
     EXPECT_EQ(h.calls, QStringList{"destroy"});
 }
 

@@ -77,9 +77,8 @@ bool DatabaseEnv::PostgresAdmin(const QString& sql) {
 }
 
 void EngineTest::SetUp() {
-    if (GetParam() == Engine::PostgreSQL && PostgresConnectionString().isEmpty())
-        GTEST_SKIP()
-            << "PostgreSQL case: TLM_TEST_PG is not set (run through `make test`, which starts the server)";
+    if (GetParam() == Engine::PostgreSQL)
+        TLM_NEED_SERVER(!PostgresConnectionString().isEmpty(), "PostgreSQL case: TLM_TEST_PG");
     SetUpEnv();
 }
 

@@ -12,20 +12,9 @@
 #include "core/prompt.h"
 #include "database/connection.h"
 #include "database/recordset.h"
+#include "support/test_env.h"
 
 namespace tlm::test {
-
-class RecordingPresenter : public ErrorPresenter {
-  public:
-    void showReport(const QString& reportText, bool) override { reports.append(reportText); }
-    void showFriendly(const QString& friendlyText, const QString& reportText) override {
-        friendly.append(friendlyText);
-        friendlyReports.append(reportText);
-    }
-    QStringList reports;
-    QStringList friendly;
-    QStringList friendlyReports;
-};
 
 class FakeDialogHost : public DatabaseDialogHost {
   public:

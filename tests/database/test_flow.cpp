@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
-#include <QTcpServer>
 
 #include "core/process_state.h"
 #include "database/db_fixture.h"
@@ -15,15 +14,6 @@ using test::DatabaseEnv;
 const QString kCannotOpen = QStringLiteral(
     "Cannot open the project database!\nMake sure the database exists and that you are connected to the "
     "network.");
-
-// A loopback port that nothing listens on.
-int ClosedPort() {
-    QTcpServer s;
-    s.listen(QHostAddress::LocalHost, 0);
-    const int port = s.serverPort();
-    s.close();
-    return port;
-}
 
 class FileFlow : public ::testing::Test, public DatabaseEnv {
   protected:
@@ -209,7 +199,7 @@ TEST(ConnectionStrings, ServerTargetsAndTheOdbcText) {
 }
 
 TEST(ConnectionStrings, UnreachableServersDoNotExist) {
-    const QString port = QString::number(ClosedPort());
+    const QString port = QString::number(test::ClosedPort());
     EXPECT_FALSE(SQLDBExists(
         "Provider=SQLOLEDB.1;Persist Security Info=True;Password=p;User ID=u;Data Source=127.0.0.1," + port +
         ";Initial Catalog=x"));
@@ -238,7 +228,7 @@ TEST_F(ServerFlow, UnreachableServerAsksAndNoGivesTheDialog) {
     Configure(
         "Provider=SQLOLEDB.1;Persist Security Info=True;Password=pw-secret-1;User ID=u;Data "
         "Source=127.0.0.1," +
-            QString::number(ClosedPort()),
+            QString::number(test::ClosedPort()),
         "Sales");
     EXPECT_EQ(GetDBRecordset("tProjects", true, true, false), nullptr);
     ASSERT_EQ(prompter.shown().size(), 1);
@@ -250,7 +240,7 @@ TEST_F(ServerFlow, UnreachableServerAsksAndNoGivesTheDialog) {
 }
 
 TEST_F(ServerFlow, FailedCreationResetsTheConfigurationInMemoryOnly) {
-    Configure("Provider=PostgreSQL;Data Source=127.0.0.1," + QString::number(ClosedPort()) +
+    Configure("Provider=PostgreSQL;Data Source=127.0.0.1," + QString::number(test::ClosedPort()) +
                   ";User ID=u;Password=pw-secret-1",
               "Sales");
     prompter.queue(PromptAnswer::Yes);
@@ -275,8 +265,7 @@ TEST_F(ServerFlow, FailedCreationResetsTheConfigurationInMemoryOnly) {
 }
 
 TEST_F(ServerFlow, WrongPasswordNeverShowsThePassword) {
-    if (test::PostgresConnectionString().isEmpty())
-        GTEST_SKIP() << "PostgreSQL case: TLM_TEST_PG is not set (run through `make test`)";
+    TLM_NEED_SERVER(!test::PostgresConnectionString().isEmpty(), "PostgreSQL case: TLM_TEST_PG");
     ConnectionTarget t = ParseConnectionString(test::PostgresConnectionString());
     Configure("Provider=PostgreSQL;Data Source=" + t.host + "," + QString::number(t.port) +
                   ";User ID=" + t.user + ";Password=pw-secret-1",
@@ -295,8 +284,7 @@ TEST_F(ServerFlow, WrongPasswordNeverShowsThePassword) {
 }
 
 TEST_F(ServerFlow, CreatesAMissingDatabaseFromTheScript) {
-    if (test::PostgresConnectionString().isEmpty())
-        GTEST_SKIP() << "PostgreSQL case: TLM_TEST_PG is not set (run through `make test`)";
+    TLM_NEED_SERVER(!test::PostgresConnectionString().isEmpty(), "PostgreSQL case: TLM_TEST_PG");
     const QString name = NewPostgresDatabaseName();  // mixed case: the script quotes it
     Configure(PostgresServer(), name);
     prompter.queue(PromptAnswer::Yes);
@@ -312,8 +300,7 @@ TEST_F(ServerFlow, CreatesAMissingDatabaseFromTheScript) {
 }
 
 TEST_F(ServerFlow, CompatibilityIsTheAppointmentTableAlone) {
-    if (test::PostgresConnectionString().isEmpty())
-        GTEST_SKIP() << "PostgreSQL case: TLM_TEST_PG is not set (run through `make test`)";
+    TLM_NEED_SERVER(!test::PostgresConnectionString().isEmpty(), "PostgreSQL case: TLM_TEST_PG");
     const QString foreign = NewPostgresDatabaseName();
     const QString minimal = NewPostgresDatabaseName();
     ASSERT_TRUE(PostgresAdmin("CREATE DATABASE \"" + foreign + "\""));
@@ -355,8 +342,7 @@ TEST_F(ServerFlow, KindsWithoutAScriptStillAnswerAConnectionString) {
 }
 
 TEST_F(ServerFlow, DroppedConnectionTakesTheFriendlyPath) {
-    if (test::PostgresConnectionString().isEmpty())
-        GTEST_SKIP() << "PostgreSQL case: TLM_TEST_PG is not set (run through `make test`)";
+    TLM_NEED_SERVER(!test::PostgresConnectionString().isEmpty(), "PostgreSQL case: TLM_TEST_PG");
     const QString name = NewPostgresDatabaseName();
     Configure(PostgresServer(), name);
     prompter.queue(PromptAnswer::Yes);

@@ -16,10 +16,8 @@ namespace tlm {
 namespace {
 
 using test::EngineTest;
+using test::M;
 
-Money M(const char* text) {
-    return *Money::parse(QString::fromLatin1(text));
-}
 QDateTime At(int y, int mo, int d, int h = 0, int mi = 0, int s = 0) {
     return QDateTime(QDate(y, mo, d), QTime(h, mi, s));
 }
@@ -28,7 +26,7 @@ class RecordsetTest : public EngineTest {
   protected:
     void SetUp() override {
         EngineTest::SetUp();
-        if (IsSkipped())
+        if (IsSkipped() || HasFatalFailure())
             return;
         OpenFreshDatabase();
     }

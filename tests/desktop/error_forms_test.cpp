@@ -5,6 +5,7 @@
 #include <QPushButton>
 
 #include "core/error_report.h"
+#include "core/version.h"
 #include "desktop/error_report_form.h"
 #include "mail/mail_account_dialog.h"
 
@@ -107,5 +108,5 @@ TEST(GuiErrorPresenter, FirstFailureShowsTheReportDialogOnce) {
     EXPECT_EQ(g_seen.count(QStringLiteral("tlm::frmErrorReport")), 1);
     EXPECT_EQ(g_seen.count(QStringLiteral("tlm::frmFriendlyError")), 1);
     EXPECT_TRUE(g_seen.contains(QStringLiteral("Attention Needed!")));
-    EXPECT_TRUE(g_seen.contains(QStringLiteral("Build ") + fncGetAppVersion()));
+    EXPECT_TRUE(g_seen.contains(QStringLiteral("Build ") + QString::fromLatin1(kVersionText)));
 }

@@ -4,19 +4,18 @@
 
 #include "core/money.h"
 #include "desktop/grid_model.h"
+#include "support/test_env.h"
 
 using namespace tlm;
 
 namespace {
 
+using tlm::test::M;
+
 GridColumn Of(GridCellType type) {
     GridColumn c;
     c.type = type;
     return c;
-}
-
-Money M(const char* text) {
-    return *Money::parse(QString::fromLatin1(text));
 }
 
 }  // namespace

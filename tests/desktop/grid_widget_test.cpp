@@ -11,16 +11,15 @@
 
 #include "core/money.h"
 #include "desktop/grid_widget.h"
+#include "support/test_env.h"
 
 using namespace tlm;
 
 namespace {
 
-enum Col { Name, Person, Rate, Due, Admin, Colour, Notify, Count, Note, Columns };
+using tlm::test::M;
 
-Money M(const char* text) {
-    return *Money::parse(QString::fromLatin1(text));
-}
+enum Col { Name, Person, Rate, Due, Admin, Colour, Notify, Count, Note, Columns };
 
 class Grid : public ::testing::Test {
   protected:
@@ -81,12 +80,11 @@ TEST_F(Grid, ProgrammaticValuesRoundTripPerTypeWithoutMarkingChanges) {
     EXPECT_TRUE(grid.setValue(0, Count, QStringLiteral("12")));
     grid.setButton(0, Notify, QStringLiteral("Notify"), Qt::yellow);
 
-    EXPECT_EQ(grid.value(0, Name).toString(), QStringLiteral("Alpha"));
+    // Each column keeps its own type (the texts and conversions themselves are the model's).
     EXPECT_EQ(grid.value(0, Person).toString(), QStringLiteral("Bob"));
     EXPECT_EQ(grid.value(0, Rate).value<Money>(), M("67.5"));
     EXPECT_EQ(grid.text(0, Rate), QStringLiteral("67.50"));
     EXPECT_EQ(grid.value(0, Due).toDate(), QDate(2026, 3, 7));
-    EXPECT_EQ(grid.text(0, Due), QStringLiteral("2026-03-07"));
     EXPECT_EQ(grid.value(0, Admin).toInt(), 1);
     EXPECT_EQ(grid.value(0, Colour).toLongLong(), 0x00FF00);
     EXPECT_EQ(grid.value(0, Count).toLongLong(), 12);
@@ -94,16 +92,12 @@ TEST_F(Grid, ProgrammaticValuesRoundTripPerTypeWithoutMarkingChanges) {
     EXPECT_EQ(grid.buttonFace(0, Notify), QColor(Qt::yellow));
     EXPECT_EQ(grid.buttonFace(1, Notify), QColor(Qt::white));
 
-    // Empty stays empty; a "no date" reads as empty; a bad value is refused and changes nothing.
-    EXPECT_FALSE(grid.value(1, Rate).isValid());
-    EXPECT_EQ(grid.text(1, Rate), QString());
-    EXPECT_TRUE(grid.setValue(1, Due, QDate(1899, 12, 30)));
-    EXPECT_FALSE(grid.value(1, Due).isValid());
-    EXPECT_EQ(grid.text(1, Due), QString());
+    // A bad value is refused and changes nothing; a "no date" reads as empty.
     EXPECT_FALSE(grid.setValue(0, Rate, QStringLiteral("lots")));
     EXPECT_EQ(grid.value(0, Rate).value<Money>(), M("67.5"));
-    EXPECT_EQ(grid.value(1, Admin).toInt(), 0);
-    EXPECT_EQ(grid.value(1, Name).toString(), QString());
+    EXPECT_TRUE(grid.setValue(1, Due, QDate(1899, 12, 30)));
+    EXPECT_FALSE(grid.value(1, Due).isValid());
+    EXPECT_FALSE(grid.value(1, Rate).isValid());
 
     EXPECT_FALSE(grid.isChanged());
     EXPECT_FALSE(grid.isRowChanged(0));
@@ -278,15 +272,12 @@ TEST_F(Grid, PasteRefusesBadValuesCellByCell) {
     grid.setActiveCell(0, Name);
     const auto result =
         grid.pasteText(QStringLiteral("x\tZed\tabc\t2026-13-45\t1\tred\tface\t3\tnote\textra"));
+    // Which texts a type refuses is the model's; here every cell is judged on its own.
     EXPECT_EQ(grid.value(0, Name).toString(), QStringLiteral("x"));
-    EXPECT_EQ(grid.value(0, Person).toString(), QString());     // not in the list
     EXPECT_EQ(grid.value(0, Rate).value<Money>(), M("9"));      // kept
     EXPECT_EQ(grid.value(0, Due).toDate(), QDate(2026, 1, 1));  // kept
-    EXPECT_EQ(grid.value(0, Admin).toInt(), 1);
-    EXPECT_FALSE(grid.value(0, Colour).isValid());
-    EXPECT_EQ(grid.text(0, Notify), QString());  // buttons take no input
     EXPECT_EQ(grid.value(0, Count).toLongLong(), 3);
-    EXPECT_EQ(grid.text(0, Note), QString());  // static
+    EXPECT_EQ(grid.text(0, Notify), QString());  // buttons take no input
     EXPECT_EQ(result.accepted, 3);
     EXPECT_EQ(result.refused, 6);  // "extra" runs past the last column and is dropped
     EXPECT_EQ(refusedSpy.count(), 4);

@@ -31,13 +31,6 @@ inline QString WriteFile(const QString& dir, const QString& name, const QByteArr
 
 }  // namespace tlm::test
 
-// Without the directory a test skips, unless the test servers run: then it is missing and fails.
-#define TLM_REQUIRE_LDAP()                                                                            \
-    do {                                                                                              \
-        if (::tlm::test::LdapUri().isEmpty()) {                                                       \
-            if (::tlm::test::ServersStarted())                                                        \
-                FAIL() << "TLM_TEST_LDAP_URI is not set although the test servers run";               \
-            GTEST_SKIP()                                                                              \
-                << "TLM_TEST_LDAP_URI unset: slapd runs under `make test` (scripts/test-servers.sh)"; \
-        }                                                                                             \
-    } while (0)
+// Without the directory a test skips, or fails when the run insists on its servers.
+#define TLM_REQUIRE_LDAP() \
+    TLM_NEED_SERVER(!::tlm::test::LdapUri().isEmpty(), "the directory: TLM_TEST_LDAP_URI")

@@ -36,7 +36,7 @@ class ReportOutput : public EngineTest {
   protected:
     void SetUp() override {
         EngineTest::SetUp();
-        if (IsSkipped())
+        if (IsSkipped() || HasFatalFailure())
             return;
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
         OpenFreshDatabase();

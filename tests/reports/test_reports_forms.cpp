@@ -29,7 +29,7 @@ class ReportsForm : public test::EngineTest {
   protected:
     void SetUp() override {
         EngineTest::SetUp();
-        if (IsSkipped())
+        if (IsSkipped() || HasFatalFailure())
             return;
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
         OpenFreshDatabase();

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <QJsonObject>
-#include <QList>
 #include <QStringList>
 #include <memory>
 
 #include "domain/domain_test_fixture.h"
-#include "notifications/notification_doubles.h"
 #include "mail/mail_transport.h"
+#include "notifications/notification_doubles.h"
 
 namespace tlm::test {
 
@@ -26,18 +24,12 @@ class ReviewDbTest : public DomainDbTest {
     QString FirstUnapprovedId(const QString& table);
     // An ID that has an unapproved row in both tables.
     QString SharedUnapprovedId();
-    // Mails to the address whose subject holds the text, among all the sink received (other test
-    // processes share the sink, so a count is only meaningful for a subject nobody else sends).
-    int SpoolMailsTo(const QString& address, const QString& subjectPart) const;
-    bool ArrivedAtSink(const QString& messageId) const;
     bool HasSink() const { return bool(smtp); }
 
     RecordingTransport* transport = nullptr;  // what the senders handed on
     QString outbox;
-    QString spool;
 
   private:
-    QList<QJsonObject> SpoolMails() const;
     std::unique_ptr<SmtpTransport> smtp;
     std::unique_ptr<RecordingTransport> recorder;
 };

@@ -8,6 +8,7 @@
 #include "reported/task_data.h"
 #include "review/review_fixture.h"
 #include "review/review_queue.h"
+#include "support/smtp_sink.h"
 
 namespace tlm::test {
 namespace {
@@ -271,7 +272,7 @@ TEST_P(ReviewEngineTest, ApprovalWritesTheRowAndTheSendersMailNobody) {
     EXPECT_EQ(transport->mails[0].to, address);
     if (HasSink()) {
         ASSERT_TRUE(transport->results[0].sent()) << transport->results[0].reason.toStdString();
-        EXPECT_TRUE(ArrivedAtSink(transport->results[0].messageId));
+        EXPECT_FALSE(SinkMail(transport->results[0].messageId).isEmpty());
     }
 }
 
@@ -279,7 +280,6 @@ TEST_P(ReviewEngineTest, DeclineDeletesOnlyWithTheAuditSwitchAndAfterTheNotice) 
     const QString id = SharedUnapprovedId();
     ASSERT_FALSE(id.isEmpty());
     const ReviewRowTexts task = Row(QStringLiteral("task"), id);
-    const QString address = EmailOf(Reporter(QStringLiteral("tReportedTasks"), id));
     // Switch off: no question, no statement.
     global->GeneralSettings.SetValue(QStringLiteral("tpoAuditRemoveDeclinedDataFromDB"), 0);
     prompter.queue(PromptAnswer::Yes);
@@ -300,7 +300,6 @@ TEST_P(ReviewEngineTest, DeclineDeletesOnlyWithTheAuditSwitchAndAfterTheNotice) 
     EXPECT_EQ(CountWhere(QStringLiteral("tReportedTasks"), QStringLiteral("ID = ") + id), 0);
     EXPECT_EQ(CountWhere(QStringLiteral("tReportedAppointments"), QStringLiteral("ID = ") + id), 1);
     EXPECT_TRUE(transport->mails.isEmpty());
-    EXPECT_EQ(SpoolMailsTo(address, QStringLiteral("declined")), 0);
     EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
 
     // A second decline of the same row deletes nothing and fails nothing.

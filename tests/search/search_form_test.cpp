@@ -15,9 +15,9 @@
 #include <QRegularExpression>
 #include <QTreeView>
 
+#include "app/section_loader.h"
 #include "core/local_settings.h"
 #include "desktop/gui_dialogs.h"
-#include "app/section_loader.h"
 #include "domain/domain_test_fixture.h"
 #include "search/search_form.h"
 #include "search/search_test_rows.h"
@@ -30,7 +30,7 @@ class SearchFormTest : public DomainDbTest {
   protected:
     void SetUp() override {
         DomainDbTest::SetUp();
-        if (IsSkipped())
+        if (IsSkipped() || HasFatalFailure())
             return;
         InsertSearchRows([this](const QString& sql, const QVariantList& v) { Exec(sql, v); });
         // Custom field 2 is active under a title of its own; 1, 3 and 4 are not.
@@ -166,7 +166,7 @@ TEST_P(SearchFormTest, SearchPreviewPrintToPdfDeleteAndReset) {
         prompter.queue(PromptAnswer::Yes);
         DialogScript::queueFileName(pdf);
         form.toolbarButton(QStringLiteral("pdf"))->trigger();
-        ASSERT_EQ(PromptTexts(), QStringList({PrintQuestion(2)}));
+        ASSERT_EQ(PromptTexts(), QStringList({"Are you sure you want to print 2 reported item(s)?"}));
         prompter.clear();
 
         // A keyword of "*" clears the list and runs nothing; the label stays.
@@ -182,7 +182,9 @@ TEST_P(SearchFormTest, SearchPreviewPrintToPdfDeleteAndReset) {
         SelectRows(form, {0});
         prompter.queue(PromptAnswer::No);
         form.toolbarButton(QStringLiteral("delete"))->trigger();
-        EXPECT_EQ(PromptTexts(), QStringList({DeleteQuestion(1)}));
+        EXPECT_EQ(PromptTexts(),
+                  QStringList({"Are you sure you want to remove 1 reported item(s) from the database "
+                               "permanently?\r\n\r\nNote: This action cannot be rolled back!"}));
         EXPECT_EQ(form.resultModel().rowCount(), 2);
         prompter.clear();
 
@@ -214,18 +216,12 @@ TEST_P(SearchFormTest, SearchPreviewPrintToPdfDeleteAndReset) {
     if (!pages.isEmpty() && pages.last().trimmed().isEmpty())
         pages.removeLast();
     ASSERT_EQ(pages.size(), 2) << out.toStdString();
-    const auto has = [](const QString& page, const QString& pattern) {
-        return QRegularExpression(pattern).match(page).hasMatch();
-    };
-    EXPECT_TRUE(has(pages[0], QStringLiteral("Report ID #7"))) << pages[0].toStdString();
-    EXPECT_TRUE(has(pages[0], QStringLiteral("Subject\\s+Quarterly audit"))) << pages[0].toStdString();
-    EXPECT_TRUE(has(pages[0], QStringLiteral("Reported By\\s+Robin")));
-    EXPECT_TRUE(has(pages[0], QStringLiteral("Project\\s+Apollo")));
-    EXPECT_TRUE(has(pages[0], QStringLiteral("Total Cost\\s+125.5")));
-    EXPECT_TRUE(has(pages[0], QStringLiteral("Categories\\s+Finance")));
-    EXPECT_TRUE(has(pages[1], QStringLiteral("Subject\\s+Audit meeting"))) << pages[1].toStdString();
-    EXPECT_TRUE(has(pages[1], QStringLiteral("Total Cost\\s+80")));
-    EXPECT_TRUE(has(pages[1], QStringLiteral("Categories\\s+Meetings")));
+    // What goes into a page is the print template's (tested with the results); here the pages follow
+    // the selected rows in the list's order.
+    EXPECT_TRUE(pages[0].contains(QRegularExpression(QStringLiteral("Subject\\s+Quarterly audit"))))
+        << pages[0].toStdString();
+    EXPECT_TRUE(pages[1].contains(QRegularExpression(QStringLiteral("Subject\\s+Audit meeting"))))
+        << pages[1].toStdString();
     EXPECT_FALSE(pages[1].contains(QStringLiteral("Quarterly audit")));
 }
 

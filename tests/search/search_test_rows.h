@@ -5,7 +5,7 @@
 
 #include <QString>
 #include <functional>
-#include "core/money.h"
+#include "support/test_env.h"
 
 namespace tlm::test {
 
@@ -22,25 +22,21 @@ inline void InsertSearchRows(const std::function<void(const QString&, const QVar
         "INSERT INTO tReportedAppointments (ID, Subject, Body, ReportedBy, ReportedDate, EndDate, "
         "ProjectValue, "
         "ActivityValue, TotalCost, Field1Value, Categories) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
-    const auto money = [](const char* text) {
-        return QVariant::fromValue(*Money::parse(QString::fromLatin1(text)));
-    };
     const auto at = [](int y, int m, int d, int h = 0, int mi = 0) {
         return QDateTime(QDate(y, m, d), QTime(h, mi));
     };
-    exec(task,
-         {7, QStringLiteral("Quarterly audit"), QStringLiteral("Checked the ledgers\nand the receipts"),
-          QStringLiteral("Robin"), at(2026, 3, 7, 10, 15), at(2026, 3, 10), QStringLiteral("Apollo"),
-          QStringLiteral("Design"), money("125.5"), QStringLiteral("North"), QStringLiteral("Finance")});
+    exec(task, {7, QStringLiteral("Quarterly audit"), QStringLiteral("Checked the ledgers\nand the receipts"),
+                QStringLiteral("Robin"), at(2026, 3, 7, 10, 15), at(2026, 3, 10), QStringLiteral("Apollo"),
+                QStringLiteral("Design"), Cash("125.5"), QStringLiteral("North"), QStringLiteral("Finance")});
     exec(task, {8, QStringLiteral("Invoice run"), QStringLiteral("Sent the invoices to O'Brien"),
                 QStringLiteral("Zoë Ångström"), at(2026, 3, 8, 9), at(2026, 3, 20), QStringLiteral("Hermes"),
-                QStringLiteral("Build"), money("40"), QStringLiteral("South"), QString()});
+                QStringLiteral("Build"), Cash("40"), QStringLiteral("South"), QString()});
     exec(appt, {7, QStringLiteral("Audit meeting"), QStringLiteral("Kick-off with the auditors"),
                 QStringLiteral("Robin"), at(2026, 3, 7, 23, 30), at(2026, 3, 10), QStringLiteral("Apollo"),
-                QStringLiteral("Design"), money("80"), QStringLiteral("North"), QStringLiteral("Meetings")});
+                QStringLiteral("Design"), Cash("80"), QStringLiteral("North"), QStringLiteral("Meetings")});
     exec(appt, {9, QStringLiteral("Budget review"), QStringLiteral("Next year's budget"),
                 QStringLiteral("Kim"), at(2026, 2, 1, 12), at(2026, 2, 3), QStringLiteral("Hermes"),
-                QString(), money("300"), QString(), QString()});
+                QString(), Cash("300"), QString(), QString()});
 }
 
 }  // namespace tlm::test

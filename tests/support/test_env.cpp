@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QSettings>
+#include <QTcpServer>
 #include <QUuid>
 
 namespace tlm::test {
@@ -45,7 +46,6 @@ QString SmtpSpoolDir() {
 QString LdapUri() {
     return qEnvironmentVariable("TLM_TEST_LDAP_URI");
 }
-
 QString LdapBaseDn() {
     return qEnvironmentVariable("TLM_TEST_LDAP_BASE");
 }
@@ -55,8 +55,34 @@ QString LdapBindDn() {
 QString LdapPassword() {
     return qEnvironmentVariable("TLM_TEST_LDAP_PASSWORD");
 }
-bool ServersStarted() {
-    return !PostgresConnectionString().isEmpty() || !SmtpPort().isEmpty() || !LdapUri().isEmpty();
+
+bool ServersRequired() {
+    return qEnvironmentVariable("TLM_REQUIRE_TEST_SERVERS") == QLatin1String("1");
+}
+
+std::string MissingServerText(const char* what) {
+    return std::string(what) +
+           (ServersRequired() ? " is required (TLM_REQUIRE_TEST_SERVERS=1) but its environment is missing"
+                              : " is not set: run through `make test` or scripts/test-servers.sh, "
+                                "which start the server");
+}
+
+Money M(const char* text) {
+    const std::optional<Money> m = Money::parse(QString::fromLatin1(text));
+    EXPECT_TRUE(m.has_value()) << text;
+    return m.value_or(Money{});
+}
+
+QVariant Cash(const char* text) {
+    return QVariant::fromValue(M(text));
+}
+
+int ClosedPort() {
+    QTcpServer s;
+    s.listen(QHostAddress::LocalHost, 0);
+    const int port = s.serverPort();
+    s.close();
+    return port;
 }
 
 QString BuiltProgram(const QString& name) {

@@ -1,8 +1,34 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <QList>
 #include <QString>
+#include <QStringList>
+#include <QVariant>
+#include <string>
+
+#include "core/error_report.h"
+#include "core/money.h"
 
 namespace tlm::test {
+
+// Records what the failure path would have shown.
+class RecordingPresenter : public ErrorPresenter {
+  public:
+    void showReport(const QString& reportText, bool allowDirect) override {
+        reports.append(reportText);
+        direct.append(allowDirect);
+    }
+    void showFriendly(const QString& friendlyText, const QString& reportText) override {
+        friendly.append(friendlyText);
+        friendlyReports.append(reportText);
+    }
+    QStringList reports;
+    QList<bool> direct;
+    QStringList friendly;
+    QStringList friendlyReports;
+};
 
 // A fresh, empty folder under the test run's private root.
 QString NewTempDir(const QString& name);
@@ -18,10 +44,32 @@ QString LdapUri();                   // TLM_TEST_LDAP_URI
 QString LdapBaseDn();                // TLM_TEST_LDAP_BASE
 QString LdapBindDn();                // TLM_TEST_LDAP_BIND_DN
 QString LdapPassword();              // TLM_TEST_LDAP_PASSWORD
-// True when the test servers were started (some server's variable is set): a test that then misses
-// its own server fails rather than skips.
-bool ServersStarted();
+// Whether the run insists on the servers (`make test` sets TLM_REQUIRE_TEST_SERVERS=1): a test that
+// needs one and does not find it then fails instead of skipping.
+bool ServersRequired();
+// The message of a missing server: why it is missing and how to get it.
+std::string MissingServerText(const char* what);
+
+// A money value from a text that must parse ("12.5"), and the same as a cell value.
+Money M(const char* text);
+QVariant Cash(const char* text);
+
+// A loopback port that nothing listens on.
+int ClosedPort();
+
 // Path of a built program (set by CMake for tests that run one).
 QString BuiltProgram(const QString& name);
 
 }  // namespace tlm::test
+
+// Skips (or, under `make test`, fails) the current test when `present` is false. In SetUp the
+// fatal failure keeps the body from running.
+#define TLM_NEED_SERVER(present, what)                                \
+    do {                                                              \
+        if (!(present)) {                                             \
+            if (::tlm::test::ServersRequired())                       \
+                GTEST_FAIL() << ::tlm::test::MissingServerText(what); \
+            else                                                      \
+                GTEST_SKIP() << ::tlm::test::MissingServerText(what); \
+        }                                                             \
+    } while (false)

@@ -25,8 +25,8 @@ namespace {
 
 // A test process that ends through exit() or a crash leaves its folder behind; the next run
 // removes the folders of processes that are gone.
-void RemoveFoldersOfEndedRuns() {
-    const QDir tmp(QDir::tempPath());
+void RemoveFoldersOfEndedRuns(const QString& systemTemp) {
+    const QDir tmp(systemTemp);
     for (const QString& name : tmp.entryList({QStringLiteral("tlm-tests-*")}, QDir::Dirs)) {
         bool ok = false;
         const qint64 pid = name.mid(10).toLongLong(&ok);
@@ -41,16 +41,21 @@ int main(int argc, char** argv) {
     // Tests never show a real window, never block on a dialog, never touch the user's files.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QString root = QDir::tempPath() + QStringLiteral("/tlm-tests-runtime");
+    // Everything below the process's own root: test processes run side by side and share no
+    // folder, and a fixed local socket name (the client's) never reaches another process.
+    const QString systemTemp = QDir::tempPath();
+    const QString root = tlm::test::TestRoot() + QStringLiteral("/runtime");
+    const QString temp = tlm::test::TestRoot() + QStringLiteral("/tmp");
     QDir().mkpath(root);
+    QDir().mkpath(temp);
     QFile::setPermissions(root, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
-        qputenv("XDG_RUNTIME_DIR", root.toLocal8Bit());
+    qputenv("XDG_RUNTIME_DIR", root.toLocal8Bit());
     qputenv("XDG_DATA_HOME", (root + QStringLiteral("/data")).toLocal8Bit());
+    qputenv("TMPDIR", temp.toLocal8Bit());
     QStandardPaths::setTestModeEnabled(true);
 
     TestApplication app(argc, argv);
-    RemoveFoldersOfEndedRuns();
+    RemoveFoldersOfEndedRuns(systemTemp);
     tlm::test::FreshLocalSettings();
     ::testing::InitGoogleTest(&argc, argv);
     const int rc = RUN_ALL_TESTS();
