@@ -13,6 +13,8 @@ namespace tlm {
 namespace {
 
 bool g_told = false;
+// A wait shorter than this needs no window.
+constexpr int kShowAfterMs = 300;
 DeliveryProgressHook g_progressHook;
 
 QString ProgressText(const OutboxStatus& s) {
@@ -20,7 +22,7 @@ QString ProgressText(const OutboxStatus& s) {
                           : QStringLiteral("Sending mail: %1 mails to go.").arg(s.waiting);
 }
 
-// True when the worker went idle within ms. The window shows only when the wait is noticeable.
+// True when the worker went idle within ms.
 bool WaitWithProgress(OutboxSender& sender, int ms) {
     if (sender.waitIdle(0))
         return true;
@@ -28,7 +30,6 @@ bool WaitWithProgress(OutboxSender& sender, int ms) {
                              QApplication::activeWindow());
     progress.setWindowTitle(QStringLiteral("Tally Loom Manager Process"));
     progress.setWindowModality(Qt::ApplicationModal);
-    progress.setMinimumDuration(300);
     progress.setAutoClose(false);
     progress.setAutoReset(false);
     QElapsedTimer timer;
@@ -37,6 +38,8 @@ bool WaitWithProgress(OutboxSender& sender, int ms) {
     while (!idle && !progress.wasCanceled() && timer.elapsed() < ms) {
         idle = sender.waitIdle(50);
         progress.setLabelText(ProgressText(sender.status()));
+        if (!idle && !progress.isVisible() && timer.elapsed() >= kShowAfterMs)
+            progress.show();
         if (g_progressHook && progress.isVisible())
             g_progressHook(&progress);
         QApplication::processEvents(QEventLoop::AllEvents, 20);
