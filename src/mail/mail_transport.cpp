@@ -2,15 +2,18 @@
 
 #include <curl/curl.h>
 
+#include <sys/stat.h>
 #include <QDateTime>
 #include <QDir>
 #include <QStandardPaths>
 #include <QUuid>
 #include <atomic>
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <mutex>
 
-#include "core/file_services.h"
+#include "core/local_settings.h"
 #include "mail/outbox.h"
 
 namespace tlm {
@@ -71,6 +74,36 @@ void SetOutboxFolder(const QString& folder) {
     g_outboxOverride = folder;
 }
 
+namespace {
+
+// Written beside its final name and renamed, so a reader never sees half a mail; a name that does
+// not end in ".eml" until then keeps the delivery worker away. No sync to disk: the list rows that
+// raise the mail are committed without one too, and a sync per mail would make every save wait on
+// the disk as it once waited on the server.
+bool WriteOutboxFile(const QString& path, const QByteArray& bytes, QString* error) {
+    const QString part = path + QStringLiteral(".part");
+    QFile f(part);
+    const auto fail = [&](const QString& why) {
+        if (error)
+            *error = why;
+        f.remove();
+        return false;
+    };
+    if (!f.open(QIODevice::WriteOnly | QIODevice::NewOnly, QFileDevice::ReadOwner | QFileDevice::WriteOwner))
+        return fail(f.errorString());
+    if (f.write(bytes) != bytes.size() || !f.flush()) {
+        const QString why = f.errorString();
+        f.close();
+        return fail(why);
+    }
+    f.close();
+    if (::rename(QFile::encodeName(part).constData(), QFile::encodeName(path).constData()) != 0)
+        return fail(QString::fromLocal8Bit(std::strerror(errno)));
+    return true;
+}
+
+}  // namespace
+
 QString KeepInOutbox(const ComposedMail& mail, const QString& reason, const QString& folder, QString* error) {
     QStringList rcpts;
     for (const QByteArray& r : mail.envelopeTo)
@@ -92,7 +125,7 @@ QString KeepInOutbox(const ComposedMail& mail, const QString& reason, const QStr
         return QString();
     }
     QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    if (!WriteFileAtomically(path, head + mail.bytes, true, error))
+    if (!WriteOutboxFile(path, head + mail.bytes, error))
         return QString();
     return path;
 }
@@ -265,7 +298,23 @@ MailSendResult SmtpTransport::send(const MailMessage& message) {
 }
 
 MailSendResult ProfileMailTransport::send(const MailMessage& message) {
-    return MailDelivery().queue(message, LoadMailProfile());
+    // Read again only when the settings file changed (here or in another process): reading it for
+    // each mail of a large save cost as much as the save itself. It is replaced by a rename at each
+    // write, so a new inode tells a change even within one clock tick.
+    const QByteArray path = QFile::encodeName(LocalSettingsFilePath());
+    struct stat st {};
+    const QString stamp = ::stat(path.constData(), &st) == 0 ? QStringLiteral("%1|%2|%3.%4|%5")
+                                                                   .arg(QString::fromLocal8Bit(path))
+                                                                   .arg(qulonglong(st.st_ino))
+                                                                   .arg(qlonglong(st.st_mtim.tv_sec))
+                                                                   .arg(qlonglong(st.st_mtim.tv_nsec))
+                                                                   .arg(qlonglong(st.st_size))
+                                                             : QString();
+    if (stamp.isEmpty() || stamp != profileStamp_) {
+        profile_ = LoadMailProfile();
+        profileStamp_ = stamp;
+    }
+    return MailDelivery().queue(message, profile_);
 }
 
 MailErrorReportMailer::MailErrorReportMailer(MailTransport* transport) : transport_(transport) {}

@@ -97,6 +97,10 @@ class SmtpTransport : public MailTransport {
 class ProfileMailTransport : public MailTransport {
   public:
     MailSendResult send(const MailMessage& message) override;
+
+  private:
+    MailProfile profile_;
+    QString profileStamp_;  // the settings file the profile was read from: path, time, size
 };
 
 // The error report by mail, to the profile's "ErrorReportMailbox". Not sending directly hands
