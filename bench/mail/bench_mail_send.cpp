@@ -7,10 +7,13 @@
 #include <QTextStream>
 #include <cstdio>
 
+#include "core/codecs.h"
 #include "mail/mail_transport.h"
 #include "mail/outbox.h"
 
 int main(int argc, char** argv) {
+    // As main does: without it every local time (file names, Date headers) re-reads the zone file.
+    tlm::PinLocalTimeZone();
     QCoreApplication app(argc, argv);
     const int count = argc > 1 ? QString::fromLocal8Bit(argv[1]).toInt() : 200;
     const int port = qEnvironmentVariableIntValue("TLM_TEST_SMTP_PORT");
