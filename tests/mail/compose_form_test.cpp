@@ -254,40 +254,6 @@ TEST_F(ComposeWindow, ClosedPortSendIsQueuedAndTheClosingNoticeSaysWhyOnce) {
         EXPECT_FALSE(text.contains(p.password)) << text.toStdString();
 }
 
-TEST_F(ComposeWindow, WithoutAServerMailsWaitAndTheNoticeOpensTheAccountThatSendsThem) {
-    const int port = test::SmtpPort().toInt();
-    if (port <= 0)
-        FAIL() << "TLM_TEST_SMTP_PORT unset: the SMTP sink runs under `make test` or scripts/test-servers.sh";
-    InstallComposeWindow();
-    int asked = 0;
-    frmMailAccount::SetDialogHook([&](frmMailAccount* d) {
-        ++asked;
-        d->senderAddressField()->setText(QStringLiteral("desk@example.org"));
-        d->hostField()->setText(QStringLiteral("127.0.0.1"));
-        d->portField()->setText(QString::number(port));
-        d->setTls(MailTlsMode::None);
-        d->saveButton()->click();
-    });
-    for (int i = 0; i < 2; ++i) {
-        frmCompose w(mail);
-        w.show();
-        w.sendButton()->click();
-        EXPECT_EQ(w.outcome(), frmCompose::Outcome::KeptInOutbox);
-    }
-    EXPECT_EQ(asked, 0) << "no dialog while sending";
-    EXPECT_EQ(Emls(outbox).size(), 2);
-    EXPECT_TRUE(delivery->status().noServer);
-
-    const qsizetype before = prompter.shown().size();
-    prompter.queue(PromptAnswer::Yes);
-    EXPECT_EQ(FinishMailDelivery(*delivery, 20000), 0);
-    ASSERT_EQ(prompter.shown().size(), before + 1);
-    EXPECT_TRUE(prompter.shown()[before].text.contains(QStringLiteral("2 mails wait")))
-        << prompter.shown()[before].text.toStdString();
-    EXPECT_EQ(asked, 1);
-    EXPECT_TRUE(Emls(outbox).isEmpty()) << delivery->status().lastError.toStdString();
-}
-
 TEST_F(ComposeWindow, ClosingWaitsForAStalledDeliveryWithProgressThenLeavesTheMail) {
     QTcpServer silent;  // takes the connection, never greets
     ASSERT_TRUE(silent.listen(QHostAddress::LocalHost, 0));

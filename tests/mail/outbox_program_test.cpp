@@ -4,79 +4,73 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLineEdit>
+#include <QPushButton>
 
 #include "app/program.h"
 #include "core/error_report.h"
 #include "desktop/gui_dialogs.h"
+#include "mail/mail_account_dialog.h"
 #include "mail/outbox.h"
 #include "mail/outbox_form.h"
 #include "support/test_env.h"
 
 using namespace tlm;
 
-namespace {
-
-MailProfile SinkProfile(int port) {
-    MailProfile p;
-    p.senderAddress = QStringLiteral("desk@example.org");
-    p.host = QStringLiteral("127.0.0.1");
-    p.port = port;
-    p.tls = MailTlsMode::None;
-    return p;
-}
-
-// Leaves `count` mails in the outbox, as a run without a mail server would.
-QStringList LeaveMails(const QString& outbox, int count) {
-    MailProfile none = SinkProfile(25);
-    none.host.clear();
-    OutboxSender earlier(outbox);
-    QStringList ids;
-    for (int i = 0; i < count; ++i)
-        ids << earlier
-                   .queue({QStringLiteral("ann@x.org"),
-                           {},
-                           QStringLiteral("Left %1").arg(i),
-                           QStringLiteral("<p>left</p>")},
-                          none)
-                   .messageId;
-    return ids;
-}
-
-}  // namespace
-
-// The program's own wiring: the outbox is tried at start, and what waits is told at the end.
-class ProgramMail : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        test::FreshLocalSettings();
-        outbox = test::NewTempDir(QStringLiteral("outbox"));
-        SetOutboxFolder(outbox);
-        DialogScript::clear();
-        ResetMailWaitingNotice();
-        ResetErrorReportingForTests();
-    }
-    void TearDown() override {
-        SetOutboxFolder(QString());
-        DialogScript::clear();
-    }
-    QString outbox;
-};
-
-TEST_F(ProgramMail, StartDeliversWhatAnEarlierRunLeftAndTheEndIsQuiet) {
+// The program's own wiring: the outbox is tried at start, and what still waits is told once at the
+// end, with the way to the account that sends it.
+TEST(ProgramMail, StartTriesTheOutboxAndTheEndTellsOnceAndOpensTheAccount) {
     const int port = test::SmtpPort().toInt();
     const QString spool = test::SmtpSpoolDir();
     if (port <= 0 || spool.isEmpty())
         FAIL() << "TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL unset: the SMTP sink runs under `make test`";
-    const QStringList ids = LeaveMails(outbox, 3);
-    ASSERT_TRUE(SaveMailProfile(SinkProfile(port)));
+    test::FreshLocalSettings();
+    const QString outbox = test::NewTempDir(QStringLiteral("outbox"));
+    SetOutboxFolder(outbox);
+    DialogScript::clear();
+    ResetMailWaitingNotice();
+    QStringList ids;
+    {
+        OutboxSender earlier(outbox);  // a run without a mail server left these
+        for (int i = 0; i < 2; ++i)
+            ids << earlier.queue({QStringLiteral("ann@x.org"), {}, QStringLiteral("Left %1").arg(i), {}}, {})
+                       .messageId;
+    }
+    DialogScript::queueAnswer(PromptAnswer::Yes);
+    frmMailAccount::SetDialogHook([&](frmMailAccount* d) {
+        d->senderAddressField()->setText(QStringLiteral("desk@example.org"));
+        d->hostField()->setText(QStringLiteral("127.0.0.1"));
+        d->portField()->setText(QString::number(port));
+        d->setTls(MailTlsMode::None);
+        d->saveButton()->click();
+    });
+    {
+        Program program;
+        EXPECT_TRUE(MailDelivery().status().noServer);
+        program.DestroyAllObjects();
+        program.DestroyAllObjects();  // the exit path may run it again: still one notice
+    }
+    frmMailAccount::SetDialogHook({});
+    SetOutboxFolder(QString());
+    ASSERT_EQ(DialogScript::shownMessages().size(), 1);
+    EXPECT_TRUE(DialogScript::shownMessages()[0].contains(QStringLiteral("2 mails wait")))
+        << DialogScript::shownMessages()[0].toStdString();
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty()) << "the account saved at the end sends what waited";
+
+    // The next start with the server set delivers without a word; each mail arrived once.
+    const MailSendResult left = OutboxSender(outbox).queue(
+        {QStringLiteral("bo@y.org"), {}, QStringLiteral("Next"), {}}, MailProfile{});
+    ids << left.messageId;
+    SetOutboxFolder(outbox);
+    DialogScript::clear();
     {
         Program program;
         ASSERT_TRUE(MailDelivery().waitIdle(20000));
-        EXPECT_TRUE(OutboxFiles(outbox).isEmpty()) << MailDelivery().status().lastError.toStdString();
         program.DestroyAllObjects();
     }
-    EXPECT_TRUE(DialogScript::shownMessages().isEmpty())
-        << DialogScript::shownMessages().join('|').toStdString();
+    SetOutboxFolder(QString());
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty());
+    EXPECT_TRUE(DialogScript::shownMessages().isEmpty());
     QStringList arrived;
     for (const QString& f : QDir(spool).entryList({QStringLiteral("*.json")}, QDir::Files)) {
         QFile file(spool + QLatin1Char('/') + f);
@@ -88,18 +82,4 @@ TEST_F(ProgramMail, StartDeliversWhatAnEarlierRunLeftAndTheEndIsQuiet) {
     }
     for (const QString& id : ids)
         EXPECT_EQ(arrived.count(QLatin1Char('<') + id + QLatin1Char('>')), 1) << id.toStdString();
-}
-
-TEST_F(ProgramMail, WithoutAServerTheEndTellsOnceHowManyWait) {
-    LeaveMails(outbox, 2);
-    DialogScript::queueAnswer(PromptAnswer::No);
-    {
-        Program program;
-        program.DestroyAllObjects();
-        program.DestroyAllObjects();  // the exit path may run it again: still one notice
-    }
-    ASSERT_EQ(DialogScript::shownMessages().size(), 1);
-    EXPECT_TRUE(DialogScript::shownMessages()[0].contains(QStringLiteral("2 mails wait")))
-        << DialogScript::shownMessages()[0].toStdString();
-    EXPECT_EQ(OutboxFiles(outbox).size(), 2);
 }
