@@ -10,6 +10,7 @@
 #include "core/process_state.h"
 #include "database/connection.h"
 #include "mail/compose_form.h"
+#include "mail/outbox_form.h"
 #include "notifications/notification_display_form.h"
 #include "notifications/senders.h"
 #include "settings/manager_settings_form.h"
@@ -45,10 +46,14 @@ Program::Program() {
     InstallNotificationSenders(ComposeNotificationDisplay());
     // The first-run and database setup panel.
     InstallManagerSettingsDialogHost();
+    // Mail goes out on the delivery worker; what an earlier run left in the outbox goes first.
+    SetMailDelivery(&delivery_);
+    delivery_.kick(LoadMailProfile());
 }
 
 Program::~Program() {
     DestroyAllObjects();
+    SetMailDelivery(nullptr);
 }
 
 bool Program::ReadLocalSettings() {
@@ -83,6 +88,12 @@ void Program::DestroyAllObjects() {
         if (QApplication::topLevelWidgets().size() == windows.size())
             break;
         windows = QApplication::topLevelWidgets();
+    }
+    // The screen is gone: a delivery in progress gets a few seconds, the rest waits for next time.
+    if (!mailFinished_) {
+        mailFinished_ = true;
+        FinishMailDelivery(delivery_);
+        delivery_.shutdown();
     }
     subCloseConnection();
     SetUISettings(nullptr);

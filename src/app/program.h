@@ -8,6 +8,7 @@
 #include "desktop/gui_dialogs.h"
 #include "desktop/gui_shell.h"
 #include "desktop/ui_settings.h"
+#include "mail/outbox.h"
 #include "settings/global_settings.h"
 
 namespace tlm {
@@ -34,6 +35,8 @@ class Program : public StartupHooks {
     std::unique_ptr<cMySettings> mySettings_;
     std::unique_ptr<cDBSettings> dbSettings_;
     std::unique_ptr<cUISettings> uiSettings_;
+    OutboxSender delivery_;
+    bool mailFinished_ = false;
 };
 
 }  // namespace tlm

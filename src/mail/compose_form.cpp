@@ -69,6 +69,11 @@ frmCompose::frmCompose(const MailMessage& message, MailTransport* transport, QWi
     fields->addRow(QStringLiteral("BCC:"), txtBcc_);
     fields->addRow(QStringLiteral("Subject:"), txtSubject_);
     layout->addLayout(fields);
+    // An address the sender could not use stays in its field, named here, for the user to fix.
+    lblCheck_ = new QLabel(this);
+    lblCheck_->setStyleSheet(QStringLiteral("color: #b00020;"));
+    lblCheck_->setWordWrap(true);
+    layout->addWidget(lblCheck_);
 
     auto* splitter = new QSplitter(Qt::Horizontal, this);
     txtSource_ = new QPlainTextEdit(message.html, splitter);
@@ -101,12 +106,15 @@ frmCompose::frmCompose(const MailMessage& message, MailTransport* transport, QWi
             [this](const QUrl& url) { txtPreview_->setToolTip(url.toString()); });
     connect(txtSubject_, &QLineEdit::textChanged, this,
             [this](const QString& subject) { setWindowTitle(WindowTitle(subject)); });
+    connect(txtTo_, &QLineEdit::textChanged, this, &frmCompose::showAddressProblems);
+    connect(txtBcc_, &QLineEdit::textChanged, this, &frmCompose::showAddressProblems);
     connect(cmdAccount_, &QPushButton::clicked, this, &frmCompose::openAccount);
     connect(cmdSend_, &QPushButton::clicked, this, [this] { send(); });
     connect(cmdCancel_, &QPushButton::clicked, this, &QDialog::reject);
 
     refreshPreview();
     showSender();
+    showAddressProblems();
     resize(900, 600);
 }
 
@@ -138,6 +146,25 @@ void frmCompose::openAccount() {
     showSender();
 }
 
+QString frmCompose::addressProblems() const {
+    QStringList problems;
+    QList<MailAddress> to, bcc;
+    QString why;
+    if (!ParseMailAddressList(txtTo_->text(), &to, &why))
+        problems << QStringLiteral("To: ") + why;
+    if (!ParseMailAddressList(txtBcc_->text(), &bcc, &why))
+        problems << QStringLiteral("BCC: ") + why;
+    if (problems.isEmpty() && to.isEmpty() && bcc.isEmpty())
+        problems << QStringLiteral("No recipient yet.");
+    return problems.join(QLatin1Char('\n'));
+}
+
+void frmCompose::showAddressProblems() {
+    const QString text = addressProblems();
+    lblCheck_->setText(text);
+    lblCheck_->setVisible(!text.isEmpty());
+}
+
 bool frmCompose::checkAddresses(const MailMessage& mail) {
     QList<MailAddress> to, bcc;
     QString why;
@@ -163,11 +190,6 @@ bool frmCompose::send() {
     const MailMessage mail = message();
     if (!checkAddresses(mail))
         return false;
-    // The first mail of the process that must go out through an empty profile asks for the
-    // account; asked here, before the wait cursor, so the transport need not ask again.
-    if (ownTransport_ && AskForMissingProfile())
-        showSender();
-
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
     cmdSend_->setEnabled(false);
     last_ = transport_->send(mail);
@@ -180,6 +202,12 @@ bool frmCompose::send() {
             accept();
             return true;
         case MailSendResult::Status::KeptInOutbox:
+            // Handed to the delivery worker: nothing to tell now, the closing screen says what waits.
+            if (last_.queued) {
+                outcome_ = Outcome::KeptInOutbox;
+                accept();
+                return true;
+            }
             MsgBox(QStringLiteral("The mail could not be sent.\n\n%1\n\nIt was kept in the outbox as %2.")
                        .arg(last_.reason, last_.outboxFile),
                    PromptIcon::Exclamation);
@@ -221,7 +249,6 @@ MailErrorReportMailer* InstallComposeWindow() {
         return true;
     });
     SetErrorReportMailer(&mailer);
-    SetMissingProfileHook([] { return frmMailAccount::Edit(VisibleOwner()); });
     return &mailer;
 }
 

@@ -43,6 +43,9 @@ class frmCompose : public QDialog {
     QPlainTextEdit* sourceEditor() const { return txtSource_; }
     QTextBrowser* preview() const { return txtPreview_; }
     QLabel* senderLabel() const { return lblFrom_; }
+    // What is wrong with the To and BCC fields as they stand, one line each; empty when nothing.
+    QString addressProblems() const;
+    QLabel* addressCheckLabel() const { return lblCheck_; }
     QPushButton* accountButton() const { return cmdAccount_; }
     QPushButton* sendButton() const { return cmdSend_; }
     QPushButton* cancelButton() const { return cmdCancel_; }
@@ -56,6 +59,7 @@ class frmCompose : public QDialog {
   private:
     void openAccount();
     void showSender();
+    void showAddressProblems();
     bool checkAddresses(const MailMessage& mail);
 
     std::unique_ptr<MailTransport> ownTransport_;
@@ -67,6 +71,7 @@ class frmCompose : public QDialog {
     QLineEdit* txtTo_;
     QLineEdit* txtBcc_;
     QLineEdit* txtSubject_;
+    QLabel* lblCheck_;
     QPlainTextEdit* txtSource_;
     QTextBrowser* txtPreview_;
     QTimer* previewTimer_;

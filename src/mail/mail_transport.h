@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QList>
 #include <QString>
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -18,6 +20,7 @@ struct MailSendResult {
     QString reason;      // for the user and the trace; secrets masked
     QString outboxFile;  // set when kept in the outbox
     QString messageId;
+    bool queued = false;  // KeptInOutbox, and the delivery worker is on it
 
     bool sent() const { return status == Status::Sent; }
 };
@@ -38,7 +41,41 @@ void SetOutboxFolder(const QString& folder);  // empty restores the default
 QString KeepInOutbox(const ComposedMail& mail, const QString& reason, const QString& folder,
                      QString* error = nullptr);
 
-// SMTP through libcurl, with the profile's server, TLS mode and login.
+// One SMTP connection through libcurl, opened by the first mail and kept open for the next ones
+// (one handle, so libcurl reuses its connection). Not shared between threads.
+class SmtpSession {
+  public:
+    // A set abort flag ends a transfer in progress; the mail then counts as not delivered.
+    explicit SmtpSession(MailProfile profile, const std::atomic<bool>* abort = nullptr);
+    ~SmtpSession();
+    SmtpSession(const SmtpSession&) = delete;
+    SmtpSession& operator=(const SmtpSession&) = delete;
+
+    // One SMTP transaction; false with an unmasked reason when the server did not take the mail.
+    bool deliver(const QByteArray& envelopeFrom, const QList<QByteArray>& envelopeTo, const QByteArray& bytes,
+                 QString* reason);
+    // After a failed deliver: true when the server cannot be reached or used at all (no
+    // connection, no reply, refused login, TLS), false when it refused only that mail.
+    bool lastWasConnectionFailure() const { return lastWasConnectionFailure_; }
+    int connectionsOpened() const { return connections_; }
+
+  private:
+    MailProfile profile_;
+    const std::atomic<bool>* abort_;
+    void* curl_ = nullptr;
+    QByteArray url_, user_, password_;
+    char errbuf_[256] = {0};
+    bool lastWasConnectionFailure_ = false;
+    int connections_ = 0;
+};
+
+// The mail as it goes out from this profile; a profile without a usable sender gives a local
+// sender, and profileProblem says why (the mail is then to be kept, not sent).
+ComposedMail ComposeForProfile(const MailProfile& profile, const MailMessage& message,
+                               QString* profileProblem);
+
+// SMTP through libcurl at once, one mail per connection: for a mail the user is waiting on (the
+// account's test mail) and for measuring.
 class SmtpTransport : public MailTransport {
   public:
     explicit SmtpTransport(MailProfile profile, QString outboxFolder = QString());
@@ -54,19 +91,16 @@ class SmtpTransport : public MailTransport {
     QString outbox_;
 };
 
-// Asked once per process when a mail must go out and the stored profile names no server, so
-// the first mail is not quietly parked in the outbox; the GUI opens the Mail Account dialog.
-// Answers true when the user saved a profile. An empty hook restores "never ask".
-using MissingProfileHook = std::function<bool()>;
-void SetMissingProfileHook(MissingProfileHook hook);
-// Asks through the hook when the stored profile names no server and this process has not asked
-// yet. True when the user saved a profile.
-bool AskForMissingProfile();
-
-// A transport over the stored mail profile, read at each send so a changed profile applies.
+// The stored mail profile, read at each send so a changed profile applies: the mail is written
+// to the outbox and handed to the process's delivery worker (MailDelivery()). Never waits on the
+// server and never asks the user.
 class ProfileMailTransport : public MailTransport {
   public:
     MailSendResult send(const MailMessage& message) override;
+
+  private:
+    MailProfile profile_;
+    QString profileStamp_;  // the settings file the profile was read from: path, time, size
 };
 
 // The error report by mail, to the profile's "ErrorReportMailbox". Not sending directly hands

@@ -27,11 +27,14 @@ class OutboxDisplay : public NotificationDisplay {
     NotificationOutcome Display(const MailMessage& message) override {
         NotificationOutcome out;
         out.message = message;
+        // Nobody can fix an address here: the usable ones are kept, as a sent mail would have them.
+        CleanRecipientList(message.to, &out.message.to, nullptr);
+        CleanRecipientList(message.bcc, &out.message.bcc, nullptr);
         const MailProfile profile = LoadMailProfile();
         MailAddress sender{profile.senderName, profile.senderAddress};
         if (!IsValidMailAddress(sender.address) || HasLineBreak(sender.name))
             sender = MailAddress{QString(), QStringLiteral("tlm@localhost")};
-        const ComposedMail mail = ComposeMail(sender, message);
+        const ComposedMail mail = ComposeMail(sender, out.message);
         if (!mail.ok()) {
             out.status = NotificationOutcome::Status::Refused;
             out.reason = MaskSecrets(mail.error);
@@ -241,6 +244,15 @@ NotificationOutcome EmailNotificationManager(qint32 kind, const QString& sRecipi
     QStringList skipped;
     out.message.subject = subject;
     out.message.html = body;
+    if (!bSendDirectly && !HasLineBreak(subject) && !HasLineBreak(split.to) && !HasLineBreak(split.bcc)) {
+        // A mail to be shown opens with the recipients as the sender built them: an address that
+        // would not do stays in view for the user to fix, and an empty list still opens the mail.
+        out.message.to = split.to.trimmed();
+        out.message.bcc = split.bcc.trimmed();
+        NotificationOutcome shown = notificationDisplay().Display(out.message);
+        shown.message = out.message;
+        return finish(shown);
+    }
     if (HasLineBreak(subject) || !CleanRecipientList(split.to, &out.message.to, &skipped) ||
         !CleanRecipientList(split.bcc, &out.message.bcc, &skipped)) {
         // A line break would start a header of its own: nothing of this mail goes anywhere.

@@ -21,21 +21,13 @@
 #include "support/test_env.h"
 
 using namespace tlm;
+using tlm::test::ClosedPort;
 
 namespace {
 
 QByteArray ReadAll(const QString& path) {
     QFile f(path);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-int ClosedPort() {
-    QTcpServer server;
-    if (!server.listen(QHostAddress::LocalHost, 0))
-        return 1;
-    const int port = server.serverPort();
-    server.close();
-    return port;
 }
 
 const QString kPassword = QStringLiteral("Stored-pw-42");
@@ -224,8 +216,8 @@ TEST_F(MailAccountDialog, TestMailWithTheValuesAsEditedReachesTheSink) {
     const QString user = qEnvironmentVariable("TLM_TEST_SMTP_USER");
     const QString password = qEnvironmentVariable("TLM_TEST_SMTP_PASSWORD");
     if (port <= 0 || spool.isEmpty() || user.isEmpty())
-        GTEST_SKIP() << "TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL / TLM_TEST_SMTP_USER unset: the SMTP sink "
-                        "runs under `make test` or scripts/test-servers.sh";
+        TLM_NEED_SERVER(false,
+                        "the SMTP sink: TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL / TLM_TEST_SMTP_USER");
     // The stored profile points at a dead port; the dialog fixes it without saving, and the
     // stored password (never shown) is the one that logs in.
     MailProfile p = StoredProfile();

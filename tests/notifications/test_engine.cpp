@@ -185,6 +185,19 @@ TEST_F(EngineFixture, ShownMailGoesToTheDisplayAndIsNotSent) {
     ASSERT_EQ(display.shown.size(), 1);
     EXPECT_EQ(display.shown[0].to, QStringLiteral("ann@x.org"));
     EXPECT_EQ(display.shown[0].bcc, QStringLiteral("bo@y.org"));
+
+    // A shown mail keeps what the sender built: a typo stays in view, and no valid address at
+    // all still opens the mail.
+    for (const char* list : {"ann@x.org;not an address;cy@z.org", "nobody"}) {
+        SCOPED_TRACE(list);
+        const RecipientSplit split = SplitNotificationRecipients(QString::fromLatin1(list));
+        EXPECT_EQ(Send(11, QString::fromLatin1(list), nullptr, false).status,
+                  NotificationOutcome::Status::Displayed);
+        EXPECT_EQ(display.shown.last().to, split.to);
+        EXPECT_EQ(display.shown.last().bcc, split.bcc);
+    }
+    EXPECT_EQ(display.shown.size(), 3);
+    EXPECT_TRUE(transport.mails.isEmpty());
 }
 
 TEST_F(EngineFixture, WithoutAWindowAShownMailWaitsInTheOutbox) {

@@ -36,15 +36,6 @@ void WriteForeignDatabase(const QString& path) {
     QSqlDatabase::removeDatabase(QStringLiteral("foreign"));
 }
 
-// A loopback port nobody listens on.
-quint16 ClosedPort() {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    const quint16 port = probe.serverPort();
-    probe.close();
-    return port;
-}
-
 }  // namespace
 
 TEST_F(DatabasePanelTest, ConnectionStringsFollowTheServerKind) {

@@ -1,0 +1,352 @@
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <functional>
+
+#include "domain/domain_test_fixture.h"
+#include "domain/members.h"
+#include "mail/mail_profile.h"
+#include "mail/outbox.h"
+#include "notifications/notification_engine.h"
+#include "notifications/senders.h"
+#include "notifications/templates.h"
+#include "support/test_env.h"
+
+namespace tlm::test {
+namespace {
+
+MailProfile ProfileAt(int port) {
+    MailProfile p;
+    p.senderName = QStringLiteral("Tally Desk");
+    p.senderAddress = QStringLiteral("desk@example.org");
+    p.host = QStringLiteral("127.0.0.1");
+    p.port = port;
+    p.tls = MailTlsMode::None;
+    return p;
+}
+
+MailMessage Mail(int n) {
+    return {QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org"), QStringLiteral("Mail %1").arg(n),
+            QStringLiteral("<p>%1</p>").arg(n)};
+}
+
+// Waits for the worker while this thread's event loop runs (a local server here needs it).
+bool WaitIdle(OutboxSender& sender, int ms = 20000) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!sender.waitIdle(10)) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        if (timer.elapsed() > ms)
+            return false;
+    }
+    return true;
+}
+
+// A server that takes connections and either hangs up at once or never says a word.
+class BadServer {
+  public:
+    enum Mode { HangUp, Silent };
+    explicit BadServer(Mode mode) {
+        server_.listen(QHostAddress::LocalHost, 0);
+        QObject::connect(&server_, &QTcpServer::newConnection, [this, mode] {
+            while (QTcpSocket* s = server_.nextPendingConnection()) {
+                ++connections;
+                if (mode == HangUp)
+                    s->abort();
+                else
+                    held_.append(s);
+            }
+        });
+    }
+    int port() const { return server_.serverPort(); }
+    int connections = 0;
+
+  private:
+    QTcpServer server_;
+    QList<QTcpSocket*> held_;
+};
+
+int ClosedPortForTests() {
+    QTcpServer server;
+    if (!server.listen(QHostAddress::LocalHost, 0))
+        return 1;
+    const int port = server.serverPort();
+    server.close();
+    return port;
+}
+
+// The Message-IDs the sink received, in the order it received them.
+QStringList SpoolIds(const QString& spool) {
+    QStringList ids;
+    for (const QString& f : QDir(spool).entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name)) {
+        QFile file(spool + QLatin1Char('/') + f);
+        if (file.open(QIODevice::ReadOnly))
+            ids << QJsonDocument::fromJson(file.readAll())
+                       .object()
+                       .value(QStringLiteral("message_id"))
+                       .toString();
+    }
+    return ids;
+}
+
+QStringList IdsIn(const QStringList& files) {
+    QStringList ids;
+    for (const QString& f : files) {
+        OutboxMail m;
+        EXPECT_TRUE(ReadOutboxMail(f, &m)) << f.toStdString();
+        ids << QLatin1Char('<') + m.messageId + QLatin1Char('>');
+    }
+    return ids;
+}
+
+// Each of `ids` once in `arrived`, in the same order.
+void ExpectEachOnceInOrder(const QStringList& ids, const QStringList& arrived) {
+    QStringList seen;
+    for (const QString& id : arrived)
+        if (ids.contains(id))
+            seen << id;
+    EXPECT_EQ(seen, ids);
+}
+
+}  // namespace
+
+// The worker alone: outbox files, order, connection failures.
+class OutboxWorker : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        outbox = NewTempDir(QStringLiteral("outbox"));
+        ResetErrorReportingForTests();
+    }
+    QString outbox;
+};
+
+TEST_F(OutboxWorker, QueuedMailIsReadBackAsWrittenAndWaitsWithoutAServer) {
+    MailProfile none = ProfileAt(25);
+    none.host.clear();
+    OutboxSender sender(outbox);
+    MailSendResult first = sender.queue(Mail(1), none);
+    const MailSendResult second = sender.queue(Mail(2), none);
+    ASSERT_EQ(first.status, MailSendResult::Status::KeptInOutbox) << first.reason.toStdString();
+    EXPECT_FALSE(first.queued) << "nothing can deliver it";
+    EXPECT_EQ(OutboxFiles(outbox), (QStringList{first.outboxFile, second.outboxFile}))
+        << "file order = queue order";
+
+    OutboxMail back;
+    ASSERT_TRUE(ReadOutboxMail(first.outboxFile, &back));
+    EXPECT_EQ(back.messageId, first.messageId);
+    EXPECT_EQ(back.envelopeTo, (QList<QByteArray>{"ann@x.org", "bo@y.org"}));
+    EXPECT_TRUE(back.bytes.contains("\r\nSubject: Mail 1\r\n"));
+    EXPECT_FALSE(back.bytes.contains("X-Tlm-"));
+
+    const OutboxStatus s = sender.status();
+    EXPECT_TRUE(s.noServer);
+    EXPECT_EQ(s.waiting, 2);
+    EXPECT_FALSE(s.busy);
+
+    // Refused input leaves nothing behind.
+    EXPECT_EQ(sender.queue({QStringLiteral("no-at-sign"), {}, QStringLiteral("x"), {}}, none).status,
+              MailSendResult::Status::Refused);
+    EXPECT_EQ(OutboxFiles(outbox).size(), 2);
+}
+
+TEST_F(OutboxWorker, FirstConnectionFailureLeavesTheRestForTheNextAttempt) {
+    BadServer server(BadServer::HangUp);
+    OutboxSender sender(outbox);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(sender.queue(Mail(i), ProfileAt(server.port())).status,
+                  MailSendResult::Status::KeptInOutbox);
+    ASSERT_TRUE(WaitIdle(sender));
+    OutboxStatus s = sender.status();
+    EXPECT_EQ(s.waiting, 5);
+    EXPECT_TRUE(s.serverDown);
+    EXPECT_FALSE(s.lastError.isEmpty());
+    // Mails queued while the server was down went straight to the outbox without another try.
+    const int tries = server.connections;
+    EXPECT_EQ(tries, 1) << "one try for the batch, not one connection per mail";
+    const MailSendResult later = sender.queue(Mail(9), ProfileAt(server.port()));
+    EXPECT_FALSE(later.queued);
+    ASSERT_TRUE(WaitIdle(sender));
+    EXPECT_EQ(server.connections, tries);
+    // An explicit retry tries again.
+    sender.kick(ProfileAt(server.port()));
+    ASSERT_TRUE(WaitIdle(sender));
+    EXPECT_GT(server.connections, tries);
+    EXPECT_EQ(sender.status().waiting, 6);
+}
+
+TEST_F(OutboxWorker, TheStoredProfileIsReadAgainOnceItChanges) {
+    FreshLocalSettings();
+    OutboxSender sender(outbox);
+    SetMailDelivery(&sender);
+    ProfileMailTransport transport;
+    MailProfile none = ProfileAt(ClosedPortForTests());
+    none.host.clear();
+    ASSERT_TRUE(SaveMailProfile(none));
+    const MailSendResult waiting = transport.send(Mail(1));
+    ASSERT_TRUE(SaveMailProfile(ProfileAt(ClosedPortForTests())));
+    const MailSendResult queued = transport.send(Mail(2));
+    ASSERT_TRUE(SaveMailProfile(none));
+    const MailSendResult waitingAgain = transport.send(Mail(3));
+    sender.waitIdle(20000);
+    SetMailDelivery(nullptr);
+    EXPECT_FALSE(waiting.queued);
+    EXPECT_TRUE(waiting.reason.contains(QStringLiteral("no SMTP server"))) << waiting.reason.toStdString();
+    EXPECT_TRUE(queued.queued) << queued.reason.toStdString();
+    EXPECT_FALSE(waitingAgain.queued);
+    EXPECT_EQ(OutboxFiles(outbox).size(), 3);
+}
+
+// Against the SMTP sink that `make test` starts.
+class OutboxSinkTest : public OutboxWorker {
+  protected:
+    void SetUp() override {
+        OutboxWorker::SetUp();
+        port = SmtpPort().toInt();
+        spool = SmtpSpoolDir();
+        if (port <= 0 || spool.isEmpty())
+            TLM_NEED_SERVER(false, "the SMTP sink: TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL");
+    }
+    int port = 0;
+    QString spool;
+};
+
+TEST_F(OutboxSinkTest, BatchArrivesInOrderOnceOverOneConnection) {
+    MailProfile none = ProfileAt(port);
+    none.host.clear();
+    OutboxSender sender(outbox);
+    for (int i = 0; i < 12; ++i)
+        sender.queue(Mail(i), none);
+    const QStringList ids = IdsIn(OutboxFiles(outbox));
+    ASSERT_EQ(ids.size(), 12);
+    sender.kick(ProfileAt(port));
+    ASSERT_TRUE(WaitIdle(sender));
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty()) << sender.status().lastError.toStdString();
+    EXPECT_EQ(sender.status().delivered, 12);
+    EXPECT_EQ(sender.status().connections, 1);
+    ExpectEachOnceInOrder(ids, SpoolIds(spool));
+
+    // A crash after the server took a mail and before its file went: that one mail comes again,
+    // with the same Message-ID, and nothing else does.
+    const MailSendResult r = sender.queue(Mail(99), none);
+    QFile::copy(r.outboxFile, r.outboxFile + QStringLiteral(".copy"));
+    sender.kick(ProfileAt(port));
+    ASSERT_TRUE(WaitIdle(sender));
+    QFile::rename(r.outboxFile + QStringLiteral(".copy"), r.outboxFile);
+    sender.kick(ProfileAt(port));
+    ASSERT_TRUE(WaitIdle(sender));
+    const QStringList arrived = SpoolIds(spool);
+    EXPECT_EQ(arrived.count(QLatin1Char('<') + r.messageId + QLatin1Char('>')), 2);
+    for (const QString& id : ids)
+        EXPECT_EQ(arrived.count(id), 1) << id.toStdString();
+}
+
+TEST_F(OutboxSinkTest, TwoProcessesSharingTheOutboxDeliverEachMailOnce) {
+    MailProfile none = ProfileAt(port);
+    none.host.clear();
+    OutboxSender a(outbox), b(outbox);
+    for (int i = 0; i < 20; ++i)
+        (i % 2 ? a : b).queue(Mail(i), none);
+    const QStringList ids = IdsIn(OutboxFiles(outbox));
+    a.kick(ProfileAt(port));
+    b.kick(ProfileAt(port));
+    ASSERT_TRUE(WaitIdle(a));
+    ASSERT_TRUE(WaitIdle(b));
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty());
+    EXPECT_EQ(a.status().delivered + b.status().delivered, 20);
+    const QStringList arrived = SpoolIds(spool);
+    for (const QString& id : ids)
+        EXPECT_EQ(arrived.count(id), 1) << id.toStdString();
+}
+
+// A list save with notifications through the stored profile and the delivery worker.
+class SaveWithMailTest : public DomainDbTest {
+  protected:
+    void SetUp() override {
+        DomainDbTest::SetUp();
+        if (IsSkipped())
+            return;
+        InstallNotificationSenders();
+        SetNotificationTransport(nullptr);
+        outbox = NewTempDir(QStringLiteral("outbox"));
+        sender = std::make_unique<OutboxSender>(outbox);
+        SetMailDelivery(sender.get());
+        std::vector<QVariantList> members{{"Robin", "robin@example.org"}};
+        for (int i = 0; i < kManagers; ++i)
+            members.push_back(
+                {QStringLiteral("Manager %1").arg(i), QStringLiteral("m%1@example.org").arg(i)});
+        global->Members.FromArray(Rows(members));
+        global->SaveGlobalSettings(3);
+        for (const auto& info : TemplateVocabulary())
+            global->MessageTemplates.SetNotificaionEnabledValue(info.key, true);
+    }
+    void TearDown() override {
+        SetMailDelivery(nullptr);
+        sender.reset();
+        SetNotificationDisplay(nullptr);
+        DomainDbTest::TearDown();
+    }
+    // Saves `count` new projects, each with a manager: a mail per project and one to all members.
+    void SaveProjects(int count) {
+        std::vector<QVariantList> rows;
+        for (int i = 0; i < count; ++i)
+            rows.push_back({QStringLiteral("Project %1").arg(i),
+                            QStringLiteral("Manager %1").arg(i % kManagers), QStringLiteral("10")});
+        global->Projects.FromArray(Rows(rows));
+        global->SaveGlobalSettings(1);
+    }
+    static constexpr int kManagers = 5;
+    QString outbox;
+    std::unique_ptr<OutboxSender> sender;
+};
+
+TEST_P(SaveWithMailTest, ServerDownTheSaveEndsWithTheMailsKeptThenTheServerBackDrainsThem) {
+    BadServer silent(BadServer::Silent);
+    ASSERT_TRUE(SaveMailProfile(ProfileAt(silent.port())));
+    SaveProjects(40);
+    // The first mail holds the worker at the silent server; the save did not wait for it.
+    EXPECT_TRUE(sender->status().busy);
+    EXPECT_EQ(Column(QStringLiteral("SELECT ProjectName FROM tProjects")).size(), 40);
+    const QStringList files = OutboxFiles(outbox);
+    EXPECT_EQ(files.size(), 41);
+    EXPECT_TRUE(prompter.shown().isEmpty()) << PromptTexts().join(QLatin1Char('|')).toStdString();
+    EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+    sender->shutdown();
+    EXPECT_EQ(OutboxFiles(outbox), files) << "an aborted delivery leaves every mail in the outbox";
+
+    const int port = SmtpPort().toInt();
+    const QString spool = SmtpSpoolDir();
+    if (port <= 0 || spool.isEmpty())
+        FAIL() << "TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL unset: the SMTP sink runs under `make test`";
+    // The next start, with the server back.
+    const QStringList ids = IdsIn(files);
+    ASSERT_TRUE(SaveMailProfile(ProfileAt(port)));
+    OutboxSender next(outbox);
+    next.kick(LoadMailProfile());
+    ASSERT_TRUE(WaitIdle(next));
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty()) << next.status().lastError.toStdString();
+    ExpectEachOnceInOrder(ids, SpoolIds(spool));
+}
+
+TEST_P(SaveWithMailTest, NoServerConfiguredTheSaveEndsAndTheMailsWait) {
+    MailProfile none = ProfileAt(25);
+    none.host.clear();
+    ASSERT_TRUE(SaveMailProfile(none));
+    SaveProjects(10);
+    const OutboxStatus s = sender->status();
+    EXPECT_EQ(s.waiting, 11);
+    EXPECT_TRUE(s.noServer);
+    EXPECT_FALSE(s.busy) << "nothing to deliver with";
+    EXPECT_TRUE(prompter.shown().isEmpty()) << PromptTexts().join(QLatin1Char('|')).toStdString();
+    EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(Engines, SaveWithMailTest, ::testing::Values(Engine::SQLite), EngineName);
+
+}  // namespace tlm::test
