@@ -6,7 +6,7 @@
 #include "core/error_report.h"
 #include "database/connection.h"
 #include "database/recordset.h"
-#include "settings/global_settings.h"
+#include "domain/shared_lists.h"
 
 namespace tlm {
 
@@ -218,7 +218,7 @@ QStringList cMembers::PopulateComboList() const {
 }
 
 QString cMembers::AllEmails(bool excludeCurrentMember) const {
-    const cDBSettings* global = DBSettings();
+    const cSharedLists* global = SharedLists();
     const QString current = global ? global->CurrentMember.Name.toUpper() : QString();
     QStringList parts(std::max(1, Items.Count()));
     int next = 0;

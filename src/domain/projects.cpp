@@ -8,7 +8,7 @@
 #include "core/error_report.h"
 #include "database/connection.h"
 #include "database/recordset.h"
-#include "settings/global_settings.h"
+#include "domain/shared_lists.h"
 
 namespace tlm {
 
@@ -99,7 +99,7 @@ QString cProject::ToStringValuesClient() const {
 }
 
 QString cProject::ToStringTasks(const QString& separator) const {
-    const cDBSettings* global = DBSettings();
+    const cSharedLists* global = SharedLists();
     if (!global)
         return QString();
     QString out;

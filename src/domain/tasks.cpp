@@ -6,8 +6,8 @@
 #include "database/connection.h"
 #include "database/recordset.h"
 #include "domain/domain_services.h"
+#include "domain/shared_lists.h"
 #include "domain/single_list.h"
-#include "settings/global_settings.h"
 
 namespace tlm {
 
@@ -170,7 +170,7 @@ cSingleList cTasks::GetProjectsList() const {
 
 QString cTasks::ToString() const {
     const cSingleList projects = GetProjectsList();
-    const cDBSettings* global = DBSettings();
+    const cSharedLists* global = SharedLists();
     QStringList lines;
     // Colour and dates carry over from the previous project when a name has no project row.
     qint16 color = 0;
@@ -211,7 +211,7 @@ QString cTasks::ToStringTab() const {
 }
 
 QString GetTasksForAProject(const QString& project) {
-    const cDBSettings* global = DBSettings();
+    const cSharedLists* global = SharedLists();
     return global ? GetTasksForAProject(global->Tasks, project) : QString();
 }
 

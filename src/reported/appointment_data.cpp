@@ -2,8 +2,8 @@
 
 #include "database/recordset.h"
 #include "domain/item.h"
+#include "domain/shared_lists.h"
 #include "domain/value_names.h"
-#include "settings/global_settings.h"
 
 namespace tlm {
 

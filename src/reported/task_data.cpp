@@ -2,8 +2,8 @@
 
 #include "database/recordset.h"
 #include "domain/item.h"
+#include "domain/shared_lists.h"
 #include "domain/value_names.h"
-#include "settings/global_settings.h"
 
 namespace tlm {
 
@@ -161,7 +161,7 @@ void cTaskData::FromRecordset(Recordset& rs) {
 
 QString cTaskData::SubstituePlaceHolders(const QString& sContent) const {
     const detail::LookupValues found = detail::LookUp(*this);
-    const cDBSettings* g = DBSettings();
+    const cSharedLists* g = SharedLists();
     const bool totalWork =
         g && g->GeneralSettings
                      .GetValue(QStringLiteral("tpoWorkFieldToUseForTaskItem"), cGeneralSettings::kInteger)
