@@ -13,7 +13,6 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QTemporaryFile>
 #include <QVBoxLayout>
 
 #include "core/error_report.h"
@@ -22,6 +21,7 @@
 #include "core/prompt.h"
 #include "desktop/gui_dialogs.h"
 #include "settings/global_settings.h"
+#include "settings/option_settings.h"
 
 namespace tlm {
 
@@ -51,45 +51,12 @@ QLineEdit* PathField(QWidget* parent, QLayout* layout, const QString& name, QPus
     return edit;
 }
 
-cGeneralSettings* Store() {
-    cDBSettings* g = DBSettings();
-    return g ? &g->GeneralSettings : nullptr;
-}
-
-qint16 IntKey(const QString& key) {
-    const cGeneralSettings* s = Store();
-    return s ? qint16(s->GetValue(key, cGeneralSettings::kInteger).toInt()) : 0;
-}
-
-QString TextKey(const QString& key) {
-    const cGeneralSettings* s = Store();
-    return s ? s->GetValue(key, cGeneralSettings::kText).toString() : QString();
-}
-
-void SetKey(const QString& key, const QString& value) {
-    if (cGeneralSettings* s = Store())
-        s->SetValue(key, value);
-}
-
-QString Flag(const QCheckBox* box) {
-    return box->isChecked() ? QStringLiteral("1") : QStringLiteral("0");
-}
-
-void Warn(const QString& text) {
-    MsgBox(text, PromptIcon::Exclamation);
-}
-
-// A whole number within the range, or -1.
-int WholeNumber(const QString& text, int low, int high) {
-    const QString t = text.trimmed();
-    if (t.isEmpty())
-        return -1;
-    for (const QChar c : t)
-        if (!c.isDigit())
-            return -1;
-    bool ok = false;
-    const int value = t.toInt(&ok);
-    return ok && value >= low && value <= high ? value : -1;
+// The message of a refused save, when there is one: true when the save may go on.
+bool Accepted(const QString& problem, PromptIcon icon = PromptIcon::Exclamation) {
+    if (problem.isEmpty())
+        return true;
+    MsgBox(problem, icon);
+    return false;
 }
 
 QString ProjectWord() {
@@ -160,14 +127,6 @@ QRadioButton* OptionGroup::option(int index) const {
 
 // ---------------------------------------------------------------------------------------------------
 
-namespace {
-const char* const kAccessKeys[] = {
-    "tpoAllowTaskItem",          "tpoAllowAppointmentItem",  "tpoAllowMemberViewAllSummaryReports",
-    "tpoAllowMemberAddActivity", "tpoAllowMemberAddProject", "tpoAllowMemberAddCustomList",
-    "tpoAllowMemberViewAllOLAP",
-};
-}  // namespace
-
 ucAccessControl::ucAccessControl(QWidget* parent) : SettingsPanel(parent) {
     setObjectName(QStringLiteral("ucAccessControl"));
     auto* layout = new QVBoxLayout(this);
@@ -216,13 +175,14 @@ ucAccessControl::ucAccessControl(QWidget* parent) : SettingsPanel(parent) {
 }
 
 void ucAccessControl::subGetSettings() {
+    AccessControlValues v;
+    v.Load(DBSettings());
     for (int i = 0; i < checks_.size(); ++i)
-        checks_[i]->setChecked(IntKey(QString::fromLatin1(kAccessKeys[i])) != 0);
+        checks_[i]->setChecked(v.flags[size_t(i)]);
     lstAllowed_->clear();
     lstNotAllowed_->clear();
-    if (const cDBSettings* g = DBSettings())
-        for (const auto& entry : g->Members.Items)
-            (entry.item.AdminAccess ? lstAllowed_ : lstNotAllowed_)->addItem(entry.item.Name);
+    lstAllowed_->addItems(v.allowed);
+    lstNotAllowed_->addItems(v.notAllowed);
 }
 
 namespace {
@@ -245,97 +205,51 @@ void ucAccessControl::cmdRemoveTechnician() {
 }
 
 bool ucAccessControl::SaveGlobalSettings() {
-    if (lstAllowed_->count() == 0) {
-        Warn(QStringLiteral("You need to add at least one member to the allowed list to continue!"));
-        return false;
-    }
-    if (StoreMissing())
-        return false;
-    cDBSettings* g = DBSettings();
-    const auto setAccess = [g](QListWidget* list, bool access) {
-        for (int i = 0; i < list->count(); ++i)
-            if (cMember* m = g->Members.Items.Find(list->item(i)->text().toLower()))
-                m->AdminAccess = access;
-    };
-    setAccess(lstNotAllowed_, false);
-    setAccess(lstAllowed_, true);
+    AccessControlValues v;
     for (int i = 0; i < checks_.size(); ++i)
-        SetKey(QString::fromLatin1(kAccessKeys[i]), Flag(checks_[i]));
-    if (cMySettings* my = Process().mySettings) {
-        my->setFlag(QStringLiteral("AllowTaskItems"), checks_[0]->isChecked() ? 1 : 0);
-        my->setFlag(QStringLiteral("AllowAppointmentItems"), checks_[1]->isChecked() ? 1 : 0);
-        my->SaveAdminSettingsOnly();
-    }
-    g->SaveGlobalSettings(5);
-    g->SaveGlobalSettings(3);
+        v.flags[size_t(i)] = checks_[i]->isChecked();
+    for (int i = 0; i < lstAllowed_->count(); ++i)
+        v.allowed.append(lstAllowed_->item(i)->text());
+    for (int i = 0; i < lstNotAllowed_->count(); ++i)
+        v.notAllowed.append(lstNotAllowed_->item(i)->text());
+    if (!Accepted(v.Check()) || StoreMissing())
+        return false;
+    v.Save(*DBSettings(), Process().mySettings);
     return true;
 }
 
 // ---------------------------------------------------------------------------------------------------
-
-namespace {
-struct SwitchRow {
-    const char* control;
-    const char* key;
-    int name;  // index into the display names of the notification events
-};
-const SwitchRow kSwitches[] = {
-    {"chkNotifyManagerWhenMemberReports", "tpoNotifyManagerWhenMemberReports", 0},
-    {"chkNotifyCoordinatorWhenMemberReports", "tpoNotifyCoordinatorWhenMemberReports", 1},
-    {"chkNotifyMembersWhenNewProjectAdded", "tpoNotifyMembersWhenNewProjectsAdded", 2},
-    {"chkNotifyMembersWhenNewTaskAdded", "tpoNotifyMembersWhenNewActivitiesAdded", 3},
-    {"chkNotifyManagerWhenNewProjectAssigned", "tpoNotifyManagerWhenAssignedProject", 4},
-    {"chkNotifyCoordinatorWhenNewTaskAssigned", "tpoNotifyCoordintorWhenAssignedActivity", 5},
-    {"chkNotifyManagerOnTaskWithdrawal", "tpoNotifyManagerWhenReportIsWithdrawn", 6},
-    {"chkNotifyCoordinatorOnTaskWithdrawal", "tpoNotifyCoordinatorWhenReportIsWithdrawn", 7},
-    {"chkSendAutoNotificationToMemberWhenApproved", "tpoNotifyMemberWhenApproved", 11},
-    {"chkSendAutoNotificationToMemberWhenDecline", "tpoNotifyMemberWhenDecline", 12},
-    {"chkNotifyManagerWhenMemberUpdates", "tpoNotifyManagerWhenMemberUpdates", 13},
-    {"chkNotifyCoordinatorWhenMemberUpdates", "tpoNotifyCoordinatorWhenMemberUpdates", 14},
-};
-}  // namespace
 
 ucNotificationOptions::ucNotificationOptions(QWidget* parent) : SettingsPanel(parent) {
     setObjectName(QStringLiteral("ucNotificationOptions"));
     auto* layout = new QVBoxLayout(this);
     auto* frame = new QGroupBox(QStringLiteral("Send these e-mail notifications"), this);
     auto* inner = new QVBoxLayout(frame);
-    const cDBSettings* g = DBSettings();
-    for (const SwitchRow& row : kSwitches) {
-        const QString caption = g ? g->NotificationNames.value(row.name) : QString::fromLatin1(row.key);
-        checks_.append(Check(frame, inner, QString::fromLatin1(row.control), caption));
-    }
+    for (int i = 0; i < NotificationSwitchValues::kSwitches; ++i)
+        checks_.append(Check(frame, inner, NotificationSwitchValues::ControlName(i),
+                             NotificationSwitchValues::Caption(DBSettings(), i)));
     layout->addWidget(frame);
     layout->addStretch(1);
 }
 
 void ucNotificationOptions::subGetSettings() {
-    const cDBSettings* g = DBSettings();
+    NotificationSwitchValues v;
+    v.Load(DBSettings());
     for (int i = 0; i < checks_.size(); ++i)
-        checks_[i]->setChecked(g && g->MessageTemplates.IsChecked(QString::fromLatin1(kSwitches[i].key)));
+        checks_[i]->setChecked(v.on[size_t(i)]);
 }
 
 bool ucNotificationOptions::SaveGlobalSettings() {
     if (StoreMissing())
         return false;
-    cDBSettings* g = DBSettings();
+    NotificationSwitchValues v;
     for (int i = 0; i < checks_.size(); ++i)
-        g->MessageTemplates.SetNotificaionEnabledValue(QString::fromLatin1(kSwitches[i].key),
-                                                       checks_[i]->isChecked());
-    g->SaveGlobalSettings(4);
+        v.on[size_t(i)] = checks_[i]->isChecked();
+    v.Save(*DBSettings());
     return true;
 }
 
 // ---------------------------------------------------------------------------------------------------
-
-namespace {
-QString CustomDefault(int i) {
-    return QStringLiteral("Custom Field ") + QString::number(i + 1);
-}
-QString OrDefault(const QString& text, const QString& fallback) {
-    return text.trimmed().isEmpty() ? fallback : text;
-}
-}  // namespace
 
 ucFieldsOption::ucFieldsOption(QWidget* parent) : SettingsPanel(parent) {
     setObjectName(QStringLiteral("ucFieldsOption"));
@@ -391,83 +305,43 @@ ucFieldsOption::ucFieldsOption(QWidget* parent) : SettingsPanel(parent) {
 }
 
 void ucFieldsOption::subGetSettings() {
-    txtProjectTitle_->setText(
-        OrDefault(TextKey(QStringLiteral("tpoProjectTitle")), QStringLiteral("Project")));
-    txtTaskTitle_->setText(OrDefault(TextKey(QStringLiteral("tpoActivityTitle")), QStringLiteral("Task")));
-    chkMandatoryProject_->setChecked(IntKey(QStringLiteral("tpoMandatoryProject")) != 0);
-    chkMandatoryTask_->setChecked(IntKey(QStringLiteral("tpoMandatoryActivity")) != 0);
-    txtCustomFieldsTitle_->setText(
-        OrDefault(TextKey(QStringLiteral("tpoCustomFieldsTitle")), QStringLiteral("Custom Fields")));
-    for (int i = 0; i < 10; ++i) {
-        const QString n = QString::number(i + 1);
-        chkAvailable_[i]->setChecked(IntKey(QStringLiteral("tpoActiveCustomField") + n) != 0);
-        chkCustomFields_[i]->setChecked(IntKey(QStringLiteral("tpoMandatoryCustomField") + n) != 0);
-        txtCustomFields_[i]->setText(
-            OrDefault(TextKey(QStringLiteral("tpoTitleCustomField") + n), CustomDefault(i)));
+    FieldsValues v;
+    v.Load(DBSettings());
+    txtProjectTitle_->setText(v.projectTitle);
+    txtTaskTitle_->setText(v.activityTitle);
+    chkMandatoryProject_->setChecked(v.mandatoryProject);
+    chkMandatoryTask_->setChecked(v.mandatoryActivity);
+    txtCustomFieldsTitle_->setText(v.customFieldsTitle);
+    for (size_t i = 0; i < 10; ++i) {
+        chkAvailable_[i]->setChecked(v.available[i]);
+        chkCustomFields_[i]->setChecked(v.mandatory[i]);
+        txtCustomFields_[i]->setText(v.titles[i]);
         if (i < 4)
-            chkCustomizable_[i]->setChecked(IntKey(QStringLiteral("tpoCustomizableCustomField") + n) != 0);
+            chkCustomizable_[i]->setChecked(v.customizable[i]);
     }
-    chkAllowMemberToChooseProjectsTasks_->setChecked(
-        IntKey(QStringLiteral("tpoProjectActivityCustomizable")) != 0);
-}
-
-bool ucFieldsOption::IsDuplicateTitle(const QString& title, QStringList& seen) const {
-    if (title.trimmed().isEmpty())
-        return false;
-    if (!seen.contains(title)) {
-        seen.append(title);
-        return false;
-    }
-    MsgBox(
-        QStringLiteral("'") + title +
-            QStringLiteral("' is already been used for other field!\nPlease specify a unique title name, or "
-                           "leave it empty to use the default title."),
-        PromptIcon::Critical);
-    return true;
+    chkAllowMemberToChooseProjectsTasks_->setChecked(v.membersChooseProjects);
 }
 
 bool ucFieldsOption::SaveGlobalSettings() {
-    // Titles as typed: two empty fields never collide, even where their defaults would.
-    QStringList seen;
-    if (IsDuplicateTitle(txtProjectTitle_->text(), seen) || IsDuplicateTitle(txtTaskTitle_->text(), seen))
+    FieldsValues v;
+    v.projectTitle = txtProjectTitle_->text();
+    v.activityTitle = txtTaskTitle_->text();
+    v.mandatoryProject = chkMandatoryProject_->isChecked();
+    v.mandatoryActivity = chkMandatoryTask_->isChecked();
+    v.customFieldsTitle = txtCustomFieldsTitle_->text();
+    for (size_t i = 0; i < 10; ++i) {
+        v.available[i] = chkAvailable_[i]->isChecked();
+        v.mandatory[i] = chkCustomFields_[i]->isChecked();
+        v.titles[i] = txtCustomFields_[i]->text();
+        if (i < 4)
+            v.customizable[i] = chkCustomizable_[i]->isChecked();
+    }
+    v.membersChooseProjects = chkAllowMemberToChooseProjectsTasks_->isChecked();
+    if (!Accepted(v.Check(), PromptIcon::Critical) || StoreMissing())
         return false;
-    for (QLineEdit* edit : txtCustomFields_)
-        if (IsDuplicateTitle(edit->text(), seen))
-            return false;
-    if (StoreMissing())
-        return false;
-    if (txtProjectTitle_->text().trimmed().isEmpty())
-        txtProjectTitle_->setText(QStringLiteral("Project"));
-    if (txtTaskTitle_->text().trimmed().isEmpty())
-        txtTaskTitle_->setText(QStringLiteral("Task"));
-    SetKey(QStringLiteral("tpoProjectTitle"), txtProjectTitle_->text());
-    SetKey(QStringLiteral("tpoActivityTitle"), txtTaskTitle_->text());
-    SetKey(QStringLiteral("tpoMandatoryProject"), Flag(chkMandatoryProject_));
-    SetKey(QStringLiteral("tpoMandatoryActivity"), Flag(chkMandatoryTask_));
-    for (int i = 0; i < 10; ++i) {
-        const QString n = QString::number(i + 1);
-        SetKey(QStringLiteral("tpoMandatoryCustomField") + n, Flag(chkCustomFields_[i]));
-        SetKey(QStringLiteral("tpoActiveCustomField") + n, Flag(chkAvailable_[i]));
-    }
-    SetKey(QStringLiteral("tpoCustomFieldsTitle"), txtCustomFieldsTitle_->text());
-    QStringList titles;
-    for (int i = 0; i < 10; ++i) {
-        titles.append(OrDefault(txtCustomFields_[i]->text(), CustomDefault(i)));
-        SetKey(QStringLiteral("tpoTitleCustomField") + QString::number(i + 1), titles.last());
-    }
-    SetKey(QStringLiteral("tpoProjectActivityCustomizable"), Flag(chkAllowMemberToChooseProjectsTasks_));
-    for (int i = 0; i < 4; ++i)
-        SetKey(QStringLiteral("tpoCustomizableCustomField") + QString::number(i + 1),
-               Flag(chkCustomizable_[i]));
-    DBSettings()->SaveGlobalSettings(5);
-    if (cMySettings* my = Process().mySettings) {
-        my->ProjectTitle = txtProjectTitle_->text();
-        my->ActivityTitle = txtTaskTitle_->text();
-        my->CustomFieldsTitle = txtCustomFieldsTitle_->text();
-        for (int i = 0; i < 10; ++i)
-            my->CustomFieldName[i] = titles[i];
-        my->SaveAdminSettingsOnly();
-    }
+    v.Save(*DBSettings(), Process().mySettings);
+    txtProjectTitle_->setText(v.projectTitle);
+    txtTaskTitle_->setText(v.activityTitle);
     return true;
 }
 
@@ -547,62 +421,52 @@ ucAdvancedOptions::ucAdvancedOptions(QWidget* parent) : SettingsPanel(parent) {
 }
 
 void ucAdvancedOptions::updateDependents() {
-    // Only the member's rate can be a member's to change.
-    chkAllowMemberToChangeRate_->setEnabled(optRateFrom_->index() == 2);
-    txtHours_->setEnabled(optRateInterval_->index() == 1);
+    AdvancedValues v;
+    v.rateFrom = optRateFrom_->index();
+    v.rateInterval = optRateInterval_->index();
+    chkAllowMemberToChangeRate_->setEnabled(v.MemberRateApplies());
+    txtHours_->setEnabled(v.HoursApply());
     optWhichEndDate_->setEnabled(chkUpdateAppointmentEndDateWith_->isChecked());
     optWhichDueDate_->setEnabled(chkUpdateTaskDueDateWith_->isChecked());
 }
 
 void ucAdvancedOptions::subGetSettings() {
-    optRateFrom_->setIndex(IntKey(QStringLiteral("tpoUseRateFrom")));
-    chkAllowMemberToChangeRate_->setChecked(IntKey(QStringLiteral("tpoAllowMemberToChangeRate")) != 0);
-    optTaskWork_->setIndex(IntKey(QStringLiteral("tpoWorkFieldToUseForTaskItem")));
-    optRateInterval_->setIndex(IntKey(QStringLiteral("tpoRateIntervalMode")));
-    txtHours_->setText(QString::number(IntKey(QStringLiteral("tpoRateIntervalCustomValue"))));
-    chkAllowEditOfEmailToReport_->setChecked(IntKey(QStringLiteral("tpoAllowEditOfEmailToReport")) != 0);
-    chkPromptMeOnClickingNotifyButton_->setChecked(
-        IntKey(QStringLiteral("tpoAllowSelectionOfMembersToReport")) != 0);
-    chkReportEditable_->setChecked(IntKey(QStringLiteral("tpoReportEditable")) != 0);
-    chkUpdateItemStartDateWithProjectStartDate_->setChecked(
-        IntKey(QStringLiteral("tpoUpdateItemStartDateWithProjectStartDate")) != 0);
-    chkUpdateAppointmentEndDateWith_->setChecked(IntKey(QStringLiteral("tpoUpdateAppointmentEndDateWith")) !=
-                                                 0);
-    optWhichEndDate_->setIndex(IntKey(QStringLiteral("tpoAppointmentWhichEndDate")));
-    chkUpdateTaskDueDateWith_->setChecked(IntKey(QStringLiteral("tpoUpdateTaskEndDateWith")) != 0);
-    optWhichDueDate_->setIndex(IntKey(QStringLiteral("tpoTaskWhichDueDate")));
+    AdvancedValues v;
+    v.Load(DBSettings());
+    optRateFrom_->setIndex(v.rateFrom);
+    chkAllowMemberToChangeRate_->setChecked(v.memberChangesRate);
+    optTaskWork_->setIndex(v.taskWork);
+    optRateInterval_->setIndex(v.rateInterval);
+    txtHours_->setText(v.hours);
+    chkAllowEditOfEmailToReport_->setChecked(v.editMailToReport);
+    chkPromptMeOnClickingNotifyButton_->setChecked(v.chooseRecipients);
+    chkReportEditable_->setChecked(v.reportEditable);
+    chkUpdateItemStartDateWithProjectStartDate_->setChecked(v.startFromProject);
+    chkUpdateAppointmentEndDateWith_->setChecked(v.updateEndDate);
+    optWhichEndDate_->setIndex(v.whichEndDate);
+    chkUpdateTaskDueDateWith_->setChecked(v.updateDueDate);
+    optWhichDueDate_->setIndex(v.whichDueDate);
     updateDependents();
 }
 
 bool ucAdvancedOptions::SaveGlobalSettings() {
-    // The interval is a 16-bit number of hours; a custom one of 0 hours would divide by nothing.
-    const int hours =
-        WholeNumber(txtHours_->text().trimmed().isEmpty() ? QStringLiteral("0") : txtHours_->text(),
-                    optRateInterval_->index() == 1 ? 1 : 0, 32767);
-    if (hours < 0) {
-        Warn(QStringLiteral("The custom interval '") + txtHours_->text() +
-             QStringLiteral("' is not a whole number of hours from 1 to 32767."));
+    AdvancedValues v;
+    v.rateFrom = optRateFrom_->index();
+    v.memberChangesRate = chkAllowMemberToChangeRate_->isChecked();
+    v.taskWork = optTaskWork_->index();
+    v.rateInterval = optRateInterval_->index();
+    v.hours = txtHours_->text();
+    v.editMailToReport = chkAllowEditOfEmailToReport_->isChecked();
+    v.chooseRecipients = chkPromptMeOnClickingNotifyButton_->isChecked();
+    v.reportEditable = chkReportEditable_->isChecked();
+    v.startFromProject = chkUpdateItemStartDateWithProjectStartDate_->isChecked();
+    v.updateEndDate = chkUpdateAppointmentEndDateWith_->isChecked();
+    v.whichEndDate = optWhichEndDate_->index();
+    v.updateDueDate = chkUpdateTaskDueDateWith_->isChecked();
+    v.whichDueDate = optWhichDueDate_->index();
+    if (!Accepted(v.Check()) || StoreMissing())
         return false;
-    }
-    if (StoreMissing())
-        return false;
-    const int rateFrom = optRateFrom_->index();
-    SetKey(QStringLiteral("tpoUseRateFrom"), QString::number(rateFrom));
-    SetKey(QStringLiteral("tpoAllowMemberToChangeRate"),
-           rateFrom == 2 ? Flag(chkAllowMemberToChangeRate_) : QStringLiteral("0"));
-    SetKey(QStringLiteral("tpoWorkFieldToUseForTaskItem"), QString::number(optTaskWork_->index()));
-    SetKey(QStringLiteral("tpoRateIntervalMode"), QString::number(optRateInterval_->index()));
-    SetKey(QStringLiteral("tpoRateIntervalCustomValue"), QString::number(hours));
-    SetKey(QStringLiteral("tpoAllowEditOfEmailToReport"), Flag(chkAllowEditOfEmailToReport_));
-    SetKey(QStringLiteral("tpoAllowSelectionOfMembersToReport"), Flag(chkPromptMeOnClickingNotifyButton_));
-    SetKey(QStringLiteral("tpoReportEditable"), Flag(chkReportEditable_));
-    SetKey(QStringLiteral("tpoUpdateItemStartDateWithProjectStartDate"),
-           Flag(chkUpdateItemStartDateWithProjectStartDate_));
-    SetKey(QStringLiteral("tpoUpdateAppointmentEndDateWith"), Flag(chkUpdateAppointmentEndDateWith_));
-    SetKey(QStringLiteral("tpoAppointmentWhichEndDate"), QString::number(optWhichEndDate_->index()));
-    SetKey(QStringLiteral("tpoUpdateTaskEndDateWith"), Flag(chkUpdateTaskDueDateWith_));
-    SetKey(QStringLiteral("tpoTaskWhichDueDate"), QString::number(optWhichDueDate_->index()));
-    DBSettings()->SaveGlobalSettings(5);
+    v.Save(*DBSettings());
     return true;
 }
 
@@ -652,28 +516,26 @@ void ucAutomaticUpgrade::EnableAll() {
 }
 
 void ucAutomaticUpgrade::subGetSettings() {
-    chkAllowUpgradeFromNetworkPath_->setChecked(IntKey(QStringLiteral("tpoAllowAutoUpgrade")) != 0);
-    txtUNCPath_->setText(TextKey(QStringLiteral("tpoUpgradeFoderPath")).trimmed());
-    chkAutomaticCheckForUpgradeAtStartup_->setChecked(
-        IntKey(QStringLiteral("tpoAutoCheckForNewVersionAtStartup")) != 0);
-    optInstallMode_->setIndex(IntKey(QStringLiteral("tpoInstallModeOfUpgrade")));
-    chkDisplayMessageToMemberOnNewVersionAvailiability_->setChecked(
-        IntKey(QStringLiteral("tpoDisplayMessageToMemberOnNewVersionAvailiability")) != 0);
+    UpgradeValues v;
+    v.Load(DBSettings());
+    chkAllowUpgradeFromNetworkPath_->setChecked(v.allowUpgrade);
+    txtUNCPath_->setText(v.path);
+    chkAutomaticCheckForUpgradeAtStartup_->setChecked(v.checkAtStartup);
+    optInstallMode_->setIndex(v.installMode);
+    chkDisplayMessageToMemberOnNewVersionAvailiability_->setChecked(v.tellMember);
     EnableAll();
 }
 
 bool ucAutomaticUpgrade::SaveGlobalSettings() {
-    // A path the members' clients read (a share such as \\server\share), not a folder of this
-    // machine: it is kept as typed, whether or not it can be reached from here.
     if (StoreMissing())
         return false;
-    SetKey(QStringLiteral("tpoAllowAutoUpgrade"), Flag(chkAllowUpgradeFromNetworkPath_));
-    SetKey(QStringLiteral("tpoUpgradeFoderPath"), txtUNCPath_->text());
-    SetKey(QStringLiteral("tpoAutoCheckForNewVersionAtStartup"), Flag(chkAutomaticCheckForUpgradeAtStartup_));
-    SetKey(QStringLiteral("tpoInstallModeOfUpgrade"), QString::number(optInstallMode_->index()));
-    SetKey(QStringLiteral("tpoDisplayMessageToMemberOnNewVersionAvailiability"),
-           Flag(chkDisplayMessageToMemberOnNewVersionAvailiability_));
-    DBSettings()->SaveGlobalSettings(5);
+    UpgradeValues v;
+    v.allowUpgrade = chkAllowUpgradeFromNetworkPath_->isChecked();
+    v.path = txtUNCPath_->text();
+    v.checkAtStartup = chkAutomaticCheckForUpgradeAtStartup_->isChecked();
+    v.installMode = optInstallMode_->index();
+    v.tellMember = chkDisplayMessageToMemberOnNewVersionAvailiability_->isChecked();
+    v.Save(*DBSettings());
     return true;
 }
 
@@ -733,78 +595,45 @@ void ucAuditOptions::updateDependents() {
 }
 
 void ucAuditOptions::subGetSettings() {
-    const cDBSettings* g = DBSettings();
-    chkRequiresManagerialApproval_->setChecked(IntKey(QStringLiteral("tpoRequiresManagerApproval")) != 0);
-    chkEnableEditingProjectTask_->setChecked(IntKey(QStringLiteral("tpoAuditEnableProjectActivityEdit")) !=
-                                             0);
-    chkEnableEditingOfCost_->setChecked(IntKey(QStringLiteral("tpoAuditEnableCostEdit")) != 0);
-    chkSendAutoNotificationToMemberWhenApproved_->setChecked(
-        g && g->MessageTemplates.IsChecked(QStringLiteral("tpoNotifyMemberWhenApproved")));
-    chkDisplayApprovedEmail_->setChecked(IntKey(QStringLiteral("tpoAuditDisplayApprovedEmail")) != 0);
-    chkSendAutoNotificationToMemberWhenDecline_->setChecked(
-        g && g->MessageTemplates.IsChecked(QStringLiteral("tpoNotifyMemberWhenDecline")));
-    chkDisplayDeclinedEmail_->setChecked(IntKey(QStringLiteral("tpoAuditDisplayDeclinedEmail")) != 0);
-    chkRemoveDeclinedDataFromDB_->setChecked(IntKey(QStringLiteral("tpoAuditRemoveDeclinedDataFromDB")) != 0);
+    AuditValues v;
+    v.Load(DBSettings());
+    chkRequiresManagerialApproval_->setChecked(v.requiresApproval);
+    chkEnableEditingProjectTask_->setChecked(v.editProjectActivity);
+    chkEnableEditingOfCost_->setChecked(v.editCost);
+    chkSendAutoNotificationToMemberWhenApproved_->setChecked(v.notifyApproved);
+    chkDisplayApprovedEmail_->setChecked(v.showApprovedMail);
+    chkSendAutoNotificationToMemberWhenDecline_->setChecked(v.notifyDeclined);
+    chkDisplayDeclinedEmail_->setChecked(v.showDeclinedMail);
+    chkRemoveDeclinedDataFromDB_->setChecked(v.removeDeclined);
     updateDependents();
 }
 
 bool ucAuditOptions::SaveGlobalSettings() {
     if (StoreMissing())
         return false;
-    cDBSettings* g = DBSettings();
-    SetKey(QStringLiteral("tpoRequiresManagerApproval"), Flag(chkRequiresManagerialApproval_));
-    SetKey(QStringLiteral("tpoAuditEnableProjectActivityEdit"), Flag(chkEnableEditingProjectTask_));
-    SetKey(QStringLiteral("tpoAuditEnableCostEdit"), Flag(chkEnableEditingOfCost_));
-    SetKey(QStringLiteral("tpoAuditDisplayApprovedEmail"), Flag(chkDisplayApprovedEmail_));
-    SetKey(QStringLiteral("tpoAuditDisplayDeclinedEmail"), Flag(chkDisplayDeclinedEmail_));
-    SetKey(QStringLiteral("tpoAuditRemoveDeclinedDataFromDB"), Flag(chkRemoveDeclinedDataFromDB_));
-    g->SaveGlobalSettings(5);
-    g->MessageTemplates.SetNotificaionEnabledValue(QStringLiteral("tpoNotifyMemberWhenApproved"),
-                                                   chkSendAutoNotificationToMemberWhenApproved_->isChecked());
-    g->MessageTemplates.SetNotificaionEnabledValue(QStringLiteral("tpoNotifyMemberWhenDecline"),
-                                                   chkSendAutoNotificationToMemberWhenDecline_->isChecked());
-    g->SaveGlobalSettings(4);
-    if (cMySettings* my = Process().mySettings) {
-        my->setFlag(QStringLiteral("AllowManagerReview"),
-                    chkRequiresManagerialApproval_->isChecked() ? 1 : 0);
-        my->SaveAdminSettingsOnly();
-    }
+    AuditValues v;
+    v.requiresApproval = chkRequiresManagerialApproval_->isChecked();
+    v.editProjectActivity = chkEnableEditingProjectTask_->isChecked();
+    v.editCost = chkEnableEditingOfCost_->isChecked();
+    v.notifyApproved = chkSendAutoNotificationToMemberWhenApproved_->isChecked();
+    v.showApprovedMail = chkDisplayApprovedEmail_->isChecked();
+    v.notifyDeclined = chkSendAutoNotificationToMemberWhenDecline_->isChecked();
+    v.showDeclinedMail = chkDisplayDeclinedEmail_->isChecked();
+    v.removeDeclined = chkRemoveDeclinedDataFromDB_->isChecked();
+    v.Save(*DBSettings(), Process().mySettings);
     return true;
 }
 
 // ---------------------------------------------------------------------------------------------------
 
-namespace {
-const char* const kReportingFlags[][2] = {
-    {"chkHideExpiredProjectsFromMembers", "tpoHideExpiredProjectsFromMembers"},
-    {"chkHideExpiredTasksFromMembers", "tpoHideExpiredTasksFromMembers"},
-    {"chkPreventPostingItemWithExpiredProjects", "tpoPreventPostingWithExpiredProjects"},
-    {"chkPreventPostingItemWithExpiredTask", "tpoPreventPostingWithExpiredActivities"},
-    {"chkAllowUpdateToReportedData", "tpoAllowUpdatedToReportedData"},
-    {"chkAllowMembersToWithdrawReportedData", "tpoAllowWithdrawalOfReport"},
-    {"chkReportFromDefaultCalendarOnly", "tpoReportAppointmentFromDefaultFolderOnly"},
-    {"chkReportFromDefaultTaskFolderOnly", "tpoReportTaskFromDefaultFolderOnly"},
-};
-const char* const kReportingCaptions[] = {
-    "Hide expired projects from members",
-    "Hide expired activities from members",
-    "Don't allow posting of items with expired projects",
-    "Don't allow posting of items with expired activities",
-    "Allow members to update published timesheet",
-    "Allow members to withdraw published timesheet",
-    "Report appointments from the default calendar only",
-    "Report tasks from the default task folder only",
-};
-// Most hours a month can hold.
-constexpr int kHoursInAMonth = 744;
-}  // namespace
-
 ucReportingOptions::ucReportingOptions(QWidget* parent) : SettingsPanel(parent) {
     setObjectName(QStringLiteral("ucReportingOptions"));
     auto* layout = new QVBoxLayout(this);
+    const auto flag = [this, layout](int i) {
+        flags_.append(Check(this, layout, ReportingValues::ControlName(i), ReportingValues::Caption(i)));
+    };
     for (int i = 0; i < 4; ++i)
-        flags_.append(Check(this, layout, QString::fromLatin1(kReportingFlags[i][0]),
-                            QString::fromLatin1(kReportingCaptions[i])));
+        flag(i);
     auto* minRow = new QHBoxLayout;
     chkPreventPostingItemLessThan_ =
         Named(new QCheckBox(QStringLiteral("Don't allow posting of items with work less than"), this),
@@ -823,9 +652,8 @@ ucReportingOptions::ucReportingOptions(QWidget* parent) : SettingsPanel(parent) 
     hoursRow->addWidget(txtWorkingHoursMonth_);
     hoursRow->addStretch(1);
     layout->addLayout(hoursRow);
-    for (int i = 4; i < 8; ++i)
-        flags_.append(Check(this, layout, QString::fromLatin1(kReportingFlags[i][0]),
-                            QString::fromLatin1(kReportingCaptions[i])));
+    for (int i = 4; i < ReportingValues::kFlags; ++i)
+        flag(i);
     chkCopyReportedTaskItemTo_ = Check(this, layout, QStringLiteral("chkCopyReportedTaskItemTo"),
                                        QStringLiteral("Copy reported task items to this folder"));
     txtRepositoryTaskPublicFolder_ =
@@ -883,51 +711,34 @@ void ucReportingOptions::updateDependents() {
 }
 
 void ucReportingOptions::subGetSettings() {
+    ReportingValues v;
+    v.Load(DBSettings());
     for (int i = 0; i < flags_.size(); ++i)
-        flags_[i]->setChecked(IntKey(QString::fromLatin1(kReportingFlags[i][1])) != 0);
-    chkPreventPostingItemLessThan_->setChecked(IntKey(QStringLiteral("tpoPreventWorkTimeLessThan")) != 0);
-    // A value saved empty reads back as one blank.
-    txtMinimumPostingWorkTime_->setText(TextKey(QStringLiteral("tpoMinimumWorkTimeRequired")).trimmed());
-    txtWorkingHoursMonth_->setText(TextKey(QStringLiteral("tpoTotalWorkHoursMonth")).trimmed());
-    chkCopyReportedTaskItemTo_->setChecked(IntKey(QStringLiteral("tpoCopyReportedTaskToRepository")) != 0);
-    txtRepositoryTaskPublicFolder_->setText(TextKey(QStringLiteral("tpoTaskRepositoryFolder")).trimmed());
-    chkCopyReportedAppointmentItemTo_->setChecked(
-        IntKey(QStringLiteral("tpoCopyReportedAppointmentToRepository")) != 0);
-    txtRepositoryAppointmentPublicFolder_->setText(
-        TextKey(QStringLiteral("tpoAppointmentRepositoryFolder")).trimmed());
+        flags_[i]->setChecked(v.flags[size_t(i)]);
+    chkPreventPostingItemLessThan_->setChecked(v.preventShortItems);
+    txtMinimumPostingWorkTime_->setText(v.minimumMinutes);
+    txtWorkingHoursMonth_->setText(v.hoursPerMonth);
+    chkCopyReportedTaskItemTo_->setChecked(v.copyTasks);
+    txtRepositoryTaskPublicFolder_->setText(v.taskFolder);
+    chkCopyReportedAppointmentItemTo_->setChecked(v.copyAppointments);
+    txtRepositoryAppointmentPublicFolder_->setText(v.appointmentFolder);
     updateDependents();
 }
 
 bool ucReportingOptions::SaveGlobalSettings() {
-    const QString minutes = txtMinimumPostingWorkTime_->text().trimmed();
-    if (chkPreventPostingItemLessThan_->isChecked()
-            ? WholeNumber(minutes, 1, 32767) < 0
-            : !minutes.isEmpty() && WholeNumber(minutes, 0, 32767) < 0) {
-        Warn(QStringLiteral("The minimum work time '") + minutes +
-             QStringLiteral("' is not a whole number of minutes from 1 to 32767."));
+    ReportingValues v;
+    for (int i = 0; i < flags_.size(); ++i)
+        v.flags[size_t(i)] = flags_[i]->isChecked();
+    v.preventShortItems = chkPreventPostingItemLessThan_->isChecked();
+    v.minimumMinutes = txtMinimumPostingWorkTime_->text();
+    v.hoursPerMonth = txtWorkingHoursMonth_->text();
+    v.copyTasks = chkCopyReportedTaskItemTo_->isChecked();
+    v.taskFolder = txtRepositoryTaskPublicFolder_->text();
+    v.copyAppointments = chkCopyReportedAppointmentItemTo_->isChecked();
+    v.appointmentFolder = txtRepositoryAppointmentPublicFolder_->text();
+    if (!Accepted(v.Check()) || StoreMissing())
         return false;
-    }
-    const QString hours = txtWorkingHoursMonth_->text().trimmed();
-    if (!hours.isEmpty() && WholeNumber(hours, 1, kHoursInAMonth) < 0) {
-        Warn(QStringLiteral("The total working hours per month '") + hours +
-             QStringLiteral("' is not a whole number from 1 to ") + QString::number(kHoursInAMonth) + u'.');
-        return false;
-    }
-    // The copy folders are the members' clients' folder paths: kept as typed, not checked here.
-    if (StoreMissing())
-        return false;
-    for (int i = 0; i < 4; ++i)
-        SetKey(QString::fromLatin1(kReportingFlags[i][1]), Flag(flags_[i]));
-    SetKey(QStringLiteral("tpoPreventWorkTimeLessThan"), Flag(chkPreventPostingItemLessThan_));
-    SetKey(QStringLiteral("tpoMinimumWorkTimeRequired"), minutes);
-    SetKey(QStringLiteral("tpoTotalWorkHoursMonth"), hours);
-    for (int i = 4; i < 8; ++i)
-        SetKey(QString::fromLatin1(kReportingFlags[i][1]), Flag(flags_[i]));
-    SetKey(QStringLiteral("tpoCopyReportedTaskToRepository"), Flag(chkCopyReportedTaskItemTo_));
-    SetKey(QStringLiteral("tpoTaskRepositoryFolder"), txtRepositoryTaskPublicFolder_->text());
-    SetKey(QStringLiteral("tpoCopyReportedAppointmentToRepository"), Flag(chkCopyReportedAppointmentItemTo_));
-    SetKey(QStringLiteral("tpoAppointmentRepositoryFolder"), txtRepositoryAppointmentPublicFolder_->text());
-    DBSettings()->SaveGlobalSettings(5);
+    v.Save(*DBSettings());
     return true;
 }
 

@@ -69,8 +69,6 @@ class ucFieldsOption : public SettingsPanel {
     bool SaveGlobalSettings() override;
 
   private:
-    bool IsDuplicateTitle(const QString& title, QStringList& seen) const;
-
     QLineEdit* txtProjectTitle_ = nullptr;
     QLineEdit* txtTaskTitle_ = nullptr;
     QCheckBox* chkMandatoryProject_ = nullptr;
