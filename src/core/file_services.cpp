@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QStandardPaths>
+#include <QTemporaryFile>
 
 #include "core/error_report.h"
 #include "core/prompt.h"
@@ -100,6 +101,11 @@ bool WriteFileAtomically(const QString& path, const QByteArray& bytes, bool priv
         return false;
     }
     return true;
+}
+
+bool IsFolderWritable(const QString& folder) {
+    QTemporaryFile probe(fncStripTrailingSlash(folder) + QStringLiteral("/.tlm-write-test-XXXXXX"));
+    return probe.open();
 }
 
 }  // namespace tlm

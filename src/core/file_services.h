@@ -33,6 +33,10 @@ void subOpenWithShell(const QString& file);
 // Folder numbers of the original: 5 the user's documents, 43 the shared program data.
 QString fncGetSpecialFolder(int folderNumber);
 
+// True when a new file can be made in the folder. Permission bits do not tell (shares, read-only
+// mounts, root): a real temporary file is made and removed.
+bool IsFolderWritable(const QString& folder);
+
 // Writes a file whole or not at all (temporary file, then rename), at the given permissions.
 bool WriteFileAtomically(const QString& path, const QByteArray& bytes, bool privateMode,
                          QString* error = nullptr);

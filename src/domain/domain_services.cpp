@@ -7,14 +7,14 @@
 #include "core/local_settings.h"
 #include "core/process_state.h"
 #include "domain/item.h"
+#include "domain/shared_lists.h"
 #include "mail/mail_profile.h"
-#include "settings/global_settings.h"
 
 namespace tlm {
 
 namespace {
 
-qint16 Setting(const cDBSettings& g, const char* key) {
+qint16 Setting(const cSharedLists& g, const char* key) {
     return qint16(g.GeneralSettings.GetValue(QString::fromLatin1(key), 2).toInt());
 }
 
@@ -22,7 +22,7 @@ qint16 Setting(const cDBSettings& g, const char* key) {
 
 Money GetTotalCost(const TlmItem& item) {
     const QString label = QStringLiteral("Settings.GetTotalCost");
-    const cDBSettings* g = DBSettings();
+    const cSharedLists* g = SharedLists();
     if (!g)
         return Money{};
 
@@ -97,12 +97,12 @@ Money GetTotalCost(const TlmItem& item) {
 }
 
 const cProject* GetProjectObjectFromName(const QString& name) {
-    const cDBSettings* g = DBSettings();
+    const cSharedLists* g = SharedLists();
     return g ? g->Projects.Items.Find(name) : nullptr;
 }
 
 const cTask* GetTaskObjectFromName(const QString& project, const QString& activity) {
-    const cDBSettings* g = DBSettings();
+    const cSharedLists* g = SharedLists();
     return g ? g->Tasks.Items.Find(project + activity) : nullptr;
 }
 
@@ -115,7 +115,7 @@ bool Expired(const QDateTime& date) {
 }  // namespace
 
 bool HideExpiredProject(const QString& name) {
-    const cDBSettings* g = DBSettings();
+    const cSharedLists* g = SharedLists();
     if (!g || Setting(*g, "tpoHideExpiredProjectsFromMembers") == 0)
         return false;
     const cProject* p = g->Projects.Items.Find(name);
@@ -123,7 +123,7 @@ bool HideExpiredProject(const QString& name) {
 }
 
 bool HideExpiredTask(const QString& project, const QString& activity) {
-    const cDBSettings* g = DBSettings();
+    const cSharedLists* g = SharedLists();
     if (!g || Setting(*g, "tpoHideExpiredTasksFromMembers") == 0)
         return false;
     const cTask* t = g->Tasks.Items.Find(project + activity);
@@ -131,7 +131,7 @@ bool HideExpiredTask(const QString& project, const QString& activity) {
 }
 
 QString GetMatchingMemberNameFromRawName(const QString& raw) {
-    const cDBSettings* g = DBSettings();
+    const cSharedLists* g = SharedLists();
     if (raw.isEmpty() || !g)
         return QString();
     if (const cMember* m = g->Members.Items.Find(raw))

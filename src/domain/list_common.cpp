@@ -84,6 +84,28 @@ bool DeleteRows(Recordset& rs, RowSeeker& seeker, std::vector<std::pair<int, qin
     return true;
 }
 
+bool SeekOrAddRow(Recordset& rs, RowSeeker& seeker, std::optional<qint32> oldId, Recordset::Field& name,
+                  const QString& nameValue, const QString& label) {
+    const bool found = oldId ? seeker.SeekId(*oldId) : rs.AddNew() && name.SetValue(nameValue);
+    return found || ReportRecordset(rs, label);
+}
+
+bool WriteRow(Recordset& rs, std::initializer_list<ColumnValue> columns, bool changed, const QString& label,
+              const std::function<void(const Recordset::Field*)>& written, bool missingColumnsPass) {
+    for (const auto& [field, value] : columns) {
+        if ((!missingColumnsPass && !field->IsValid()) || rs.Eof())
+            return ReportRecordset(rs, label);
+        if (!IsFieldChanged(field->Value(), value))
+            continue;
+        changed = true;
+        if (!field->SetValue(value))
+            return ReportRecordset(rs, label);
+        if (written)
+            written(field);
+    }
+    return !changed || rs.Update() || ReportRecordset(rs, label);
+}
+
 bool ReportRowCounterOverflow(const Matrix& matrix, const QString& label) {
     if (matrix.UBound1() <= kMaxArrayRow)
         return false;

@@ -4,14 +4,18 @@
 #include <QHash>
 #include <QString>
 #include <QVariant>
+#include <functional>
+#include <initializer_list>
 #include <optional>
+#include <utility>
 #include <vector>
 
+#include "core/dictionary.h"
 #include "core/failure.h"
+#include "database/recordset.h"
 
 namespace tlm {
 
-class Recordset;
 struct cProject;
 struct cTask;
 
@@ -93,6 +97,41 @@ class RowSeeker {
 // longer there is skipped. False after a failure, which is reported under the label.
 bool DeleteRows(Recordset& rs, RowSeeker& seeker, std::vector<std::pair<int, qint32>> gone,
                 const QString& label);
+
+// Reads a table's rows into a list by key (Read(item, columns, rs), KeyOf(item)). For a save (with a
+// seeker) each key's first row is remembered and the list keeps table order, since a save only looks
+// rows up; otherwise it is sorted by key.
+template <class T, class Columns, class Read, class KeyOf>
+Dictionary<T> LoadRows(Recordset& rs, RowSeeker* seeker, Read read, KeyOf keyOf) {
+    Dictionary<T> items(CompareMode::Text);
+    Columns c(rs);
+    while (!rs.Eof()) {
+        T item;
+        read(item, c, rs);
+        const QString key = keyOf(item);
+        if (seeker && !items.Exists(key))
+            seeker->Remember(item.ID, rs.AbsolutePosition());
+        items.Add(key, std::move(item));
+        if (!rs.MoveNext())
+            break;
+    }
+    if (seeker)
+        return items;
+    return Sort(items, 1);
+}
+
+// The row of one entry of a save by comparison: its old row found by ID, or a new row holding its
+// name. False after a failure, which is reported under the label.
+bool SeekOrAddRow(Recordset& rs, RowSeeker& seeker, std::optional<qint32> oldId, Recordset::Field& name,
+                  const QString& nameValue, const QString& label);
+
+// Writes each value whose column holds another, then updates the row when anything changed (a new row
+// always is). written(field) follows each write. A column the table lacks is a failure unless
+// missingColumnsPass. False after a failure, which is reported under the label.
+using ColumnValue = std::pair<Recordset::Field*, QVariant>;
+bool WriteRow(Recordset& rs, std::initializer_list<ColumnValue> columns, bool changed, const QString& label,
+              const std::function<void(const Recordset::Field*)>& written = {},
+              bool missingColumnsPass = false);
 
 // Deletes the rows of the old list whose keys the new list no longer holds.
 template <class Old, class Now>

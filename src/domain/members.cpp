@@ -6,7 +6,7 @@
 #include "core/error_report.h"
 #include "database/connection.h"
 #include "database/recordset.h"
-#include "settings/global_settings.h"
+#include "domain/shared_lists.h"
 
 namespace tlm {
 
@@ -41,22 +41,8 @@ void ReadMember(cMember& m, MemberColumns& c, Recordset& rs) {
 }
 
 Dictionary<cMember> LoadMembers(Recordset& rs, detail::RowSeeker* seeker) {
-    Dictionary<cMember> items(CompareMode::Text);
-    MemberColumns c(rs);
-    while (!rs.Eof()) {
-        cMember m;
-        ReadMember(m, c, rs);
-        const QString key = m.Name.toLower();
-        if (seeker && !items.Exists(key))
-            seeker->Remember(m.ID, rs.AbsolutePosition());
-        items.Add(key, std::move(m));
-        if (!rs.MoveNext())
-            break;
-    }
-    // A save only looks the old rows up: no need to sort them.
-    if (seeker)
-        return items;
-    return Sort(items, 1);
+    return detail::LoadRows<cMember, MemberColumns>(rs, seeker, ReadMember,
+                                                    [](const cMember& m) { return m.Name.toLower(); });
 }
 
 }  // namespace
@@ -162,23 +148,13 @@ void cMembers::ToRecordSet(Recordset& rs) {
     std::stable_sort(existing.begin(), existing.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
 
-    const auto write = [&](const cMember& m, bool changed) {
-        const std::pair<Recordset::Field*, QVariant> columns[] = {{&c.rate, QVariant::fromValue(m.Rate)},
-                                                                  {&c.admin, m.AdminAccess},
-                                                                  {&c.email, m.Email},
-                                                                  {&c.department, m.Department}};
-        for (const auto& [field, value] : columns) {
-            if (!field->IsValid() || rs.Eof())
-                return detail::ReportRecordset(rs, label);
-            if (!IsFieldChanged(field->Value(), value))
-                continue;
-            changed = true;
-            if (!field->SetValue(value))
-                return detail::ReportRecordset(rs, label);
-        }
-        if (changed && !rs.Update())
-            return detail::ReportRecordset(rs, label);
-        return true;
+    const auto write = [&](const cMember& m, bool isNew) {
+        return detail::WriteRow(rs,
+                                {{&c.rate, QVariant::fromValue(m.Rate)},
+                                 {&c.admin, m.AdminAccess},
+                                 {&c.email, m.Email},
+                                 {&c.department, m.Department}},
+                                isNew, label);
     };
     for (const auto& [place, m] : existing) {
         Q_UNUSED(place);
@@ -218,7 +194,7 @@ QStringList cMembers::PopulateComboList() const {
 }
 
 QString cMembers::AllEmails(bool excludeCurrentMember) const {
-    const cDBSettings* global = DBSettings();
+    const cSharedLists* global = SharedLists();
     const QString current = global ? global->CurrentMember.Name.toUpper() : QString();
     QStringList parts(std::max(1, Items.Count()));
     int next = 0;

@@ -8,7 +8,7 @@
 #include "core/error_report.h"
 #include "database/connection.h"
 #include "database/recordset.h"
-#include "settings/global_settings.h"
+#include "domain/shared_lists.h"
 
 namespace tlm {
 
@@ -63,22 +63,8 @@ void ReadProject(cProject& p, ProjectColumns& c, Recordset& rs) {
 
 // Reads from the current row to EOF; remembers where each kept row stands when a seeker is given.
 Dictionary<cProject> LoadProjects(Recordset& rs, detail::RowSeeker* seeker) {
-    Dictionary<cProject> items(CompareMode::Text);
-    ProjectColumns c(rs);
-    while (!rs.Eof()) {
-        cProject p;
-        ReadProject(p, c, rs);
-        const QString key = p.ProjectName;
-        if (seeker && !items.Exists(key))
-            seeker->Remember(p.ID, rs.AbsolutePosition());
-        items.Add(key, std::move(p));
-        if (!rs.MoveNext())
-            break;
-    }
-    // A save only looks the old rows up: no need to sort them.
-    if (seeker)
-        return items;
-    return Sort(items, 1);
+    return detail::LoadRows<cProject, ProjectColumns>(rs, seeker, ReadProject,
+                                                      [](const cProject& p) { return p.ProjectName; });
 }
 
 QString Text(const QVariant& v) {
@@ -99,7 +85,7 @@ QString cProject::ToStringValuesClient() const {
 }
 
 QString cProject::ToStringTasks(const QString& separator) const {
-    const cDBSettings* global = DBSettings();
+    const cSharedLists* global = SharedLists();
     if (!global)
         return QString();
     QString out;
@@ -225,37 +211,28 @@ void cProjects::ToRecordSet(Recordset& rs) {
 
     for (const auto& e : Items) {
         const cProject& p = e.item;
-        bool changed = false;
-        if (const cProject* was = old.Find(e.key)) {
-            if (!seeker.SeekId(was->ID))
-                return void(detail::ReportRecordset(rs, label));
-        } else {
-            if (!rs.AddNew() || !c.name.SetValue(p.ProjectName))
-                return void(detail::ReportRecordset(rs, label));
-            changed = true;
+        const cProject* was = old.Find(e.key);
+        if (!detail::SeekOrAddRow(rs, seeker, was ? std::optional(was->ID) : std::nullopt, c.name,
+                                  p.ProjectName, label))
+            return;
+        if (!was) {
             const QString line = p.ProjectName + QStringLiteral(" (Manager: ") + p.ProjectManager + u')';
             newProjects = newProjects.isEmpty() ? line : line + QStringLiteral("\r\n") + newProjects;
         }
-        const std::pair<Recordset::Field*, QVariant> columns[] = {{&c.rate, QVariant::fromValue(p.Rate)},
-                                                                  {&c.manager, p.ProjectManager},
-                                                                  {&c.color, int(p.ColorCode)},
-                                                                  {&c.start, p.StartDate},
-                                                                  {&c.finish, p.FinishDate},
-                                                                  {&c.description, p.Description},
-                                                                  {&c.code, p.ProjectCode}};
-        for (const auto& [field, value] : columns) {
-            if (!field->IsValid() || rs.Eof())
-                return void(detail::ReportRecordset(rs, label));
-            if (!IsFieldChanged(field->Value(), value))
-                continue;
-            changed = true;
-            if (!field->SetValue(value))
-                return void(detail::ReportRecordset(rs, label));
+        const auto written = [&](const Recordset::Field* field) {
             if (field == &c.manager)
                 notificationSink().SendEmailNotificationToManagerWhenAssignedProject(p);
-        }
-        if (changed && !rs.Update())
-            return void(detail::ReportRecordset(rs, label));
+        };
+        if (!detail::WriteRow(rs,
+                              {{&c.rate, QVariant::fromValue(p.Rate)},
+                               {&c.manager, p.ProjectManager},
+                               {&c.color, int(p.ColorCode)},
+                               {&c.start, p.StartDate},
+                               {&c.finish, p.FinishDate},
+                               {&c.description, p.Description},
+                               {&c.code, p.ProjectCode}},
+                              !was, label, written))
+            return;
     }
 
     // The count includes the rows just added, so a swap of one project for another deletes.

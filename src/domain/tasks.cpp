@@ -6,8 +6,8 @@
 #include "database/connection.h"
 #include "database/recordset.h"
 #include "domain/domain_services.h"
+#include "domain/shared_lists.h"
 #include "domain/single_list.h"
-#include "settings/global_settings.h"
 
 namespace tlm {
 
@@ -44,22 +44,7 @@ void ReadTask(cTask& t, TaskColumns& c, Recordset& rs) {
 }
 
 Dictionary<cTask> LoadTasks(Recordset& rs, detail::RowSeeker* seeker) {
-    Dictionary<cTask> items(CompareMode::Text);
-    TaskColumns c(rs);
-    while (!rs.Eof()) {
-        cTask t;
-        ReadTask(t, c, rs);
-        const QString key = t.Key();
-        if (seeker && !items.Exists(key))
-            seeker->Remember(t.ID, rs.AbsolutePosition());
-        items.Add(key, std::move(t));
-        if (!rs.MoveNext())
-            break;
-    }
-    // A save only looks the old rows up: no need to sort them.
-    if (seeker)
-        return items;
-    return Sort(items, 1);
+    return detail::LoadRows<cTask, TaskColumns>(rs, seeker, ReadTask, [](const cTask& t) { return t.Key(); });
 }
 
 }  // namespace
@@ -122,35 +107,26 @@ void cTasks::ToRecordSet(Recordset& rs) {
 
     for (const auto& e : Items) {
         const cTask& t = e.item;
-        bool changed = false;
-        if (const cTask* was = old.Find(e.key)) {
-            if (!seeker.SeekId(was->ID))
-                return void(detail::ReportRecordset(rs, label));
-        } else {
-            if (!rs.AddNew() || !c.name.SetValue(t.ActivityName))
-                return void(detail::ReportRecordset(rs, label));
-            changed = true;
+        const cTask* was = old.Find(e.key);
+        if (!detail::SeekOrAddRow(rs, seeker, was ? std::optional(was->ID) : std::nullopt, c.name,
+                                  t.ActivityName, label))
+            return;
+        if (!was) {
             const QString line = t.ActivityName + QStringLiteral(" (Coordinator: ") + t.Coordinator +
                                  QStringLiteral(", Project: ") + t.Project + u')';
             newActivities = newActivities.isEmpty() ? line : line + QStringLiteral("\r\n") + newActivities;
         }
-        const std::pair<Recordset::Field*, QVariant> columns[] = {{&c.rate, QVariant::fromValue(t.Rate)},
-                                                                  {&c.project, t.Project},
-                                                                  {&c.coordinator, t.Coordinator},
-                                                                  {&c.due, t.DueDate}};
-        for (const auto& [field, value] : columns) {
-            if (!field->IsValid() || rs.Eof())
-                return void(detail::ReportRecordset(rs, label));
-            if (!IsFieldChanged(field->Value(), value))
-                continue;
-            changed = true;
-            if (!field->SetValue(value))
-                return void(detail::ReportRecordset(rs, label));
+        const auto written = [&](const Recordset::Field* field) {
             if (field == &c.coordinator)
                 notificationSink().SendEmailNotificationToCoordinatorWhenAssignedTask(t);
-        }
-        if (changed && !rs.Update())
-            return void(detail::ReportRecordset(rs, label));
+        };
+        if (!detail::WriteRow(rs,
+                              {{&c.rate, QVariant::fromValue(t.Rate)},
+                               {&c.project, t.Project},
+                               {&c.coordinator, t.Coordinator},
+                               {&c.due, t.DueDate}},
+                              !was, label, written))
+            return;
     }
 
     if (rs.RecordCount() > Items.Count()) {
@@ -170,7 +146,7 @@ cSingleList cTasks::GetProjectsList() const {
 
 QString cTasks::ToString() const {
     const cSingleList projects = GetProjectsList();
-    const cDBSettings* global = DBSettings();
+    const cSharedLists* global = SharedLists();
     QStringList lines;
     // Colour and dates carry over from the previous project when a name has no project row.
     qint16 color = 0;
@@ -211,7 +187,7 @@ QString cTasks::ToStringTab() const {
 }
 
 QString GetTasksForAProject(const QString& project) {
-    const cDBSettings* global = DBSettings();
+    const cSharedLists* global = SharedLists();
     return global ? GetTasksForAProject(global->Tasks, project) : QString();
 }
 

@@ -14,11 +14,6 @@ class QSpinBox;
 
 namespace tlm {
 
-// What is wrong with a profile as typed, in words for the user; empty when it can be used.
-QString CheckMailProfile(const MailProfile& profile);
-// The port field: empty or 0 means the usual port of the TLS mode. False with a message otherwise.
-bool ParseMailPort(const QString& text, int* port, QString* error);
-
 // Edits the account mail goes out from, and tries it with a test mail before saving.
 class frmMailAccount : public QDialog {
     Q_OBJECT

@@ -5,6 +5,7 @@
 
 #include "core/error_report.h"
 #include "core/local_settings.h"
+#include "mail/mail_message.h"
 
 namespace tlm {
 
@@ -158,6 +159,60 @@ QString fncGetUserNameFromEnvironment() {
     if (const passwd* pw = getpwuid(geteuid()); pw && pw->pw_name)
         return QString::fromLocal8Bit(pw->pw_name);
     return QString();
+}
+
+namespace {
+bool HasLineBreak(const QString& text) {
+    return text.contains(QLatin1Char('\r')) || text.contains(QLatin1Char('\n'));
+}
+}  // namespace
+
+QString CheckMailProfile(const MailProfile& p) {
+    if (HasLineBreak(p.senderName))
+        return QStringLiteral("The sender name cannot hold a line break.");
+    if (p.senderAddress.isEmpty() && !p.host.isEmpty())
+        return QStringLiteral("Enter the sender address the mail goes out from.");
+    if (!p.senderAddress.isEmpty() && !IsValidMailAddress(p.senderAddress))
+        return QStringLiteral("The sender address \"%1\" is not a valid e-mail address.")
+            .arg(p.senderAddress.simplified());
+    // Same refusal as the transport's, so what is saved can also be used.
+    for (const QChar c : {QLatin1Char(' '), QLatin1Char('\t'), QLatin1Char('/'), QLatin1Char('@')}) {
+        if (p.host.contains(c))
+            return QStringLiteral(
+                       "The SMTP server \"%1\" is not a host name: give the name or address alone, "
+                       "without spaces, \"/\" or \"@\".")
+                .arg(p.host.simplified());
+    }
+    if (p.port < 0 || p.port > 65535)
+        return QStringLiteral("The port %1 is out of range: enter a number from 1 to 65535.").arg(p.port);
+    if (HasLineBreak(p.user))
+        return QStringLiteral("The user name cannot hold a line break.");
+    if (p.connectTimeoutSeconds < 1 || p.connectTimeoutSeconds > 300)
+        return QStringLiteral("The connect timeout must be from 1 to 300 seconds.");
+    QString why;
+    if (!ParseMailAddressList(p.errorReportMailbox, nullptr, &why))
+        return QStringLiteral("Error report mailbox: ") + why;
+    return QString();
+}
+
+bool ParseMailPort(const QString& text, int* port, QString* error) {
+    const QString t = text.trimmed();
+    if (t.isEmpty()) {
+        *port = 0;
+        return true;
+    }
+    bool ok = false;
+    const int value = t.toInt(&ok);
+    if (!ok || value < 0 || value > 65535) {
+        if (error)
+            *error = QStringLiteral(
+                         "The port \"%1\" is out of range: enter a number from 1 to 65535, or leave it "
+                         "empty for the usual port of the security mode.")
+                         .arg(t);
+        return false;
+    }
+    *port = value;
+    return true;
 }
 
 }  // namespace tlm

@@ -31,6 +31,11 @@ struct MailProfile {
     int effectivePort() const;
 };
 
+// What is wrong with a profile as typed, in words for the user; empty when it can be used.
+QString CheckMailProfile(const MailProfile& profile);
+// The port field: empty or 0 means the usual port of the TLS mode. False with a message otherwise.
+bool ParseMailPort(const QString& text, int* port, QString* error);
+
 // Reading registers the password as a secret, so no message or log can show it.
 MailProfile LoadMailProfile(Failure* failure = nullptr);
 bool SaveMailProfile(const MailProfile& profile, Failure* failure = nullptr);

@@ -7,10 +7,10 @@
 #include "core/prompt.h"
 #include "mail/mail_profile.h"
 #include "mail/mail_transport.h"
+#include "notifications/notification_store.h"
 #include "notifications/templates.h"
 #include "reported/appointment_data.h"
 #include "reported/task_data.h"
-#include "settings/global_settings.h"
 
 namespace tlm {
 
@@ -149,7 +149,7 @@ QString GetBCCEmailsPortion(const QString& sRecipients) {
 
 QString GetEmailTemplate(qint32 kind) {
     const TemplateInfo* info = TemplateOfKind(kind);
-    const cDBSettings* global = DBSettings();
+    const cNotificationStore* global = NotificationStore();
     if (!info || !global)
         return QString();
     return global->MessageTemplates.GetValue(info->key).toString();
@@ -157,7 +157,7 @@ QString GetEmailTemplate(qint32 kind) {
 
 QString GetEmailNotificationSubject(qint32 kind) {
     const TemplateInfo* info = TemplateOfKind(kind);
-    const cDBSettings* global = DBSettings();
+    const cNotificationStore* global = NotificationStore();
     if (!info || !global || info->subjectKey.isEmpty())
         return QString();
     return global->MessageTemplates.GetValue(info->subjectKey).toString();

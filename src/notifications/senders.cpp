@@ -8,7 +8,7 @@
 #include "domain/projects.h"
 #include "domain/single_list.h"
 #include "domain/tasks.h"
-#include "settings/global_settings.h"
+#include "notifications/notification_store.h"
 
 namespace tlm {
 
@@ -28,22 +28,22 @@ QVariant Now() {
     return QDateTime::currentDateTime();
 }
 
-bool FlagSet(const cDBSettings& global, const QString& key) {
+bool FlagSet(const cNotificationStore& global, const QString& key) {
     return global.MessageTemplates.IsChecked(key);
 }
 
 // A setting that asks for the mail to be shown first: anything but 0.
-bool ShowFirst(const cDBSettings& global, const QString& key) {
+bool ShowFirst(const cNotificationStore& global, const QString& key) {
     return global.GeneralSettings.GetValue(key, cGeneralSettings::kInteger).toInt() != 0;
 }
 
-const cMember* MemberByName(const cDBSettings& global, const QString& name) {
+const cMember* MemberByName(const cNotificationStore& global, const QString& name) {
     if (name.isEmpty())
         return nullptr;
     return global.Members.Items.Find(name.toLower());
 }
 
-QString ActivityList(const cDBSettings& global, const QString& project) {
+QString ActivityList(const cNotificationStore& global, const QString& project) {
     const cSingleList* list = global.AllTasksProjects.Find(project);
     if (!list)
         return QString();
@@ -63,7 +63,7 @@ void Send(qint32 kind, const QString& recipients, const NotificationTags& tags, 
 }
 
 void TellMembersOfNew(qint32 kind, const QString& flagKey, const QString& tag, const QString& text) {
-    const cDBSettings* global = DBSettings();
+    const cNotificationStore* global = NotificationStore();
     if (!global || text.isEmpty() || !FlagSet(*global, flagKey))
         return;
     const QString recipients = global->Members.AllEmails(true);
@@ -79,7 +79,7 @@ void TellMembersOfNew(qint32 kind, const QString& flagKey, const QString& tag, c
 
 void TellMemberOfItem(qint32 kind, const QString& flagKey, const QString& displayKey,
                       const ReportedItemRef& item, const QString& sType) {
-    const cDBSettings* global = DBSettings();
+    const cNotificationStore* global = NotificationStore();
     if (!global || item.isNull() || !FlagSet(*global, flagKey))
         return;
     const cMember* member = MemberByName(*global, item.ReportedBy());
@@ -109,7 +109,7 @@ class SenderSink : public NotificationSink {
 
 NotificationTags ProjectTags(const cProject& project) {
     NotificationTags tags(CompareMode::Text);
-    const cDBSettings* global = DBSettings();
+    const cNotificationStore* global = NotificationStore();
     if (!global)
         return tags;
     AddProjectPart(tags, project.ProjectManager, project.ProjectName, QVariant::fromValue(project.Rate));
@@ -121,7 +121,7 @@ NotificationTags ProjectTags(const cProject& project) {
 
 NotificationTags TaskTags(const cTask& task, bool withProjectRate) {
     NotificationTags tags(CompareMode::Text);
-    const cDBSettings* global = DBSettings();
+    const cNotificationStore* global = NotificationStore();
     if (!global)
         return tags;
     // An activity whose project is gone still names itself; the project's part stays empty.
@@ -155,7 +155,7 @@ void SendEmailNotificationToMembersWhenNewTasksAdded(const QString& sNewActiviti
 }
 
 void SendEmailNotificationToManagerWhenAssignedProject(const cProject& project) {
-    const cDBSettings* global = DBSettings();
+    const cNotificationStore* global = NotificationStore();
     if (!global || project.ProjectName.isEmpty() ||
         !FlagSet(*global, QStringLiteral("tpoNotifyManagerWhenAssignedProject")))
         return;
@@ -166,7 +166,7 @@ void SendEmailNotificationToManagerWhenAssignedProject(const cProject& project) 
 }
 
 void SendEmailNotificationToCoordinatorWhenAssignedTask(const cTask& task) {
-    const cDBSettings* global = DBSettings();
+    const cNotificationStore* global = NotificationStore();
     if (!global || task.ActivityName.isEmpty() ||
         !FlagSet(*global, QStringLiteral("tpoNotifyCoordintorWhenAssignedActivity")))
         return;
@@ -177,7 +177,7 @@ void SendEmailNotificationToCoordinatorWhenAssignedTask(const cTask& task) {
 }
 
 void SendEmailToMembersToRequestReportOnAProject(const cProject& project, const QString& recipients) {
-    const cDBSettings* global = DBSettings();
+    const cNotificationStore* global = NotificationStore();
     if (!global || project.ProjectName.isEmpty() || recipients.isEmpty())
         return;
     Send(kReportOnProject, recipients, ProjectTags(project),
@@ -185,7 +185,7 @@ void SendEmailToMembersToRequestReportOnAProject(const cProject& project, const 
 }
 
 void SendEmailToMembersToRequestReportOnATask(const cTask& task, const QString& recipients) {
-    const cDBSettings* global = DBSettings();
+    const cNotificationStore* global = NotificationStore();
     if (!global || task.ActivityName.isEmpty() || recipients.isEmpty())
         return;
     Send(kReportOnActivity, recipients, TaskTags(task, true),
@@ -193,7 +193,7 @@ void SendEmailToMembersToRequestReportOnATask(const cTask& task, const QString& 
 }
 
 void SendEmailToMemberToReport(const QString& memberName) {
-    const cDBSettings* global = DBSettings();
+    const cNotificationStore* global = NotificationStore();
     if (!global)
         return;
     const cMember* member = MemberByName(*global, memberName);

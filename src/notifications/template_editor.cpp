@@ -7,7 +7,7 @@
 #include "core/error_report.h"
 #include "database/connection.h"
 #include "database/recordset.h"
-#include "settings/global_settings.h"
+#include "notifications/notification_store.h"
 
 namespace tlm {
 
@@ -168,11 +168,11 @@ void TemplateEditor::SaveTemplate(const QString& sIndex, const QString& subject,
 }
 
 bool TemplateEditor::SaveGlobalSettings() {
-    cDBSettings* global = DBSettings();
+    cNotificationStore* global = NotificationStore();
     if (!global)
         return false;
     global->MessageTemplates = templates_;
-    global->SaveGlobalSettings(4);
+    global->SaveMessageTemplates();
     return true;
 }
 

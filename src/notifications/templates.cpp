@@ -153,21 +153,8 @@ bool ReadTemplate(cMessageTemplate& t, TemplateColumns& c, Recordset& rs) {
 }
 
 Dictionary<cMessageTemplate> LoadTemplates(Recordset& rs, detail::RowSeeker* seeker) {
-    Dictionary<cMessageTemplate> items(CompareMode::Text);
-    TemplateColumns c(rs);
-    while (!rs.Eof()) {
-        cMessageTemplate t;
-        ReadTemplate(t, c, rs);
-        if (seeker && !items.Exists(t.NotificationName))
-            seeker->Remember(t.ID, rs.AbsolutePosition());
-        items.Add(t.NotificationName, t);
-        if (!rs.MoveNext())
-            break;
-    }
-    // A save only looks the old rows up: no need to sort them.
-    if (seeker)
-        return items;
-    return Sort(items, 1);
+    return detail::LoadRows<cMessageTemplate, TemplateColumns>(
+        rs, seeker, ReadTemplate, [](const cMessageTemplate& t) { return t.NotificationName; });
 }
 
 }  // namespace
@@ -224,45 +211,17 @@ void cMessageTemplates::ToRecordSet(Recordset& rs) {
     TemplateColumns c(rs);
     for (const auto& e : Items) {
         const cMessageTemplate& t = e.item;
-        bool changed = false;
-        if (const cMessageTemplate* was = old.Find(e.key)) {
-            if (!seeker.SeekId(was->ID))
-                return void(detail::ReportRecordset(rs, label));
-        } else {
-            if (!rs.AddNew() || !c.name.SetValue(t.NotificationName))
-                return void(detail::ReportRecordset(rs, label));
-            changed = true;
-        }
-        const std::pair<Recordset::Field*, QVariant> columns[] = {{&c.value, t.NotificationValue},
-                                                                  {&c.enabled, t.Enabled}};
-        for (const auto& [field, value] : columns) {
-            if (rs.Eof())
-                return void(detail::ReportRecordset(rs, label));
-            if (!IsFieldChanged(field->Value(), value))
-                continue;
-            changed = true;
-            if (!field->SetValue(value))
-                return void(detail::ReportRecordset(rs, label));
-        }
-        if (changed && !rs.Update())
-            return void(detail::ReportRecordset(rs, label));
+        const cMessageTemplate* was = old.Find(e.key);
+        if (!detail::SeekOrAddRow(rs, seeker, was ? std::optional(was->ID) : std::nullopt, c.name,
+                                  t.NotificationName, label))
+            return;
+        // A template table without a column is written as far as it goes, as it always was.
+        if (!detail::WriteRow(rs, {{&c.value, t.NotificationValue}, {&c.enabled, t.Enabled}}, !was, label, {},
+                              true))
+            return;
     }
-    if (rs.RecordCount() > Items.Count()) {
-        std::vector<std::pair<int, qint32>> gone;
-        for (const auto& e : old)
-            if (!Items.Exists(e.key))
-                gone.emplace_back(seeker.PlaceOf(e.item.ID), e.item.ID);
-        std::sort(gone.begin(), gone.end());
-        for (const auto& entry : gone) {
-            if (!seeker.SeekId(entry.second)) {
-                if (rs.LastError().isSet())
-                    return void(detail::ReportRecordset(rs, label));
-                continue;
-            }
-            if (!seeker.DeleteCurrent())
-                return void(detail::ReportRecordset(rs, label));
-        }
-    }
+    if (rs.RecordCount() > Items.Count())
+        detail::DeleteRowsGoneFromList(rs, seeker, old, Items, label);
 }
 
 void LoadDefaultTemplates(cMessageTemplates& templates) {

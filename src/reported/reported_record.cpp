@@ -7,6 +7,7 @@
 #include "domain/item.h"
 #include "domain/list_common.h"
 #include "domain/projects.h"
+#include "domain/shared_lists.h"
 #include "domain/tasks.h"
 #include "domain/value_names.h"
 
@@ -160,6 +161,51 @@ LookupValues LookUp(const cReportedRecord& r) {
 
 QString BoolText(bool value) {
     return value ? QStringLiteral("True") : QStringLiteral("False");
+}
+
+QString SubstituteTags(const cReportedRecord& r, const QString& content,
+                       std::initializer_list<TagStep> ownSteps) {
+    const LookupValues found = LookUp(r);
+    const TagStep before[] = {
+        {"TLM_REPORTED_ID", r.ID},
+        {"TLM_REPORT_ID", r.ID},
+        {"TLM_PROJECT", r.ProjectValue},
+        {"TLM_ACTIVITY", r.ActivityValue},
+        {"TLM_FIELD1", r.Field1Value},
+        {"TLM_FIELD2", r.Field2Value},
+        {"TLM_FIELD3", r.Field3Value},
+        {"TLM_FIELD4", r.Field4Value},
+        {"TLM_FIELD5", r.Field5Value},
+        {"TLM_FIELD6", r.Field6Value},
+        {"TLM_FIELD7", r.Field7Value},
+        {"TLM_FIELD8", r.Field8Value},
+        {"TLM_FIELD9", r.Field9Value.toPlainString()},
+        {"TLM_FIELD10", r.Field10Value.toPlainString()},
+        {"TLM_CREATION_TIME", DateTimeToText(r.CreationTime)},
+        {"TLM_SUBJECT", r.Subject},
+        {"TLM_COMPANIES", r.Companies},
+        {"TLM_CATEGORIES", r.Categories},
+        {"TLM_BILLINGINFORMATION", r.BillingInformation},
+    };
+    const TagStep after[] = {
+        {"TLM_APPROVED", BoolText(r.Approved)},
+        {"TLM_APPROVEDBY", r.ApprovedBy},
+        {"TLM_MANAGER", found.manager},
+        {"TLM_COORDINATOR", found.coordinator},
+        {"TLM_ACTIVITY_DUE_DATE", DateTimeToText(found.activityDue)},
+        {"TLM_NOW", DateTimeToText(QDateTime::currentDateTime())},
+    };
+    QString text = content;
+    const auto apply = [&text](const TagStep& step) {
+        text.replace(QLatin1String(step.first), step.second, Qt::CaseSensitive);
+    };
+    for (const TagStep& step : before)
+        apply(step);
+    for (const TagStep& step : ownSteps)
+        apply(step);
+    for (const TagStep& step : after)
+        apply(step);
+    return text;
 }
 
 }  // namespace tlm::detail

@@ -3,6 +3,8 @@
 #include <QDateTime>
 #include <QString>
 #include <QVariant>
+#include <initializer_list>
+#include <utility>
 
 #include "core/codecs.h"
 #include "core/money.h"
@@ -108,6 +110,14 @@ struct LookupValues {
 };
 LookupValues LookUp(const cReportedRecord& r);
 QString BoolText(bool value);
+
+// Replaces a record's tags in the content, in order: the shared steps from the ID to the billing
+// information, then the kind's own steps (duration to total cost, whose order differs between a
+// task and an appointment), then the shared steps from the approval to now. The order is part of
+// the behaviour: a shorter tag replaced first breaks a longer one.
+using TagStep = std::pair<const char*, QString>;
+QString SubstituteTags(const cReportedRecord& r, const QString& content,
+                       std::initializer_list<TagStep> ownSteps);
 
 }  // namespace detail
 }  // namespace tlm

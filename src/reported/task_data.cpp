@@ -2,8 +2,8 @@
 
 #include "database/recordset.h"
 #include "domain/item.h"
+#include "domain/shared_lists.h"
 #include "domain/value_names.h"
-#include "settings/global_settings.h"
 
 namespace tlm {
 
@@ -160,54 +160,21 @@ void cTaskData::FromRecordset(Recordset& rs) {
 }
 
 QString cTaskData::SubstituePlaceHolders(const QString& sContent) const {
-    const detail::LookupValues found = detail::LookUp(*this);
-    const cDBSettings* g = DBSettings();
+    const cSharedLists* g = SharedLists();
     const bool totalWork =
         g && g->GeneralSettings
                      .GetValue(QStringLiteral("tpoWorkFieldToUseForTaskItem"), cGeneralSettings::kInteger)
                      .toInt() != 0;
     const qint32 duration = totalWork ? TotalWork : ActualWork;
-
-    // The order is part of the behaviour: a shorter tag replaced first breaks a longer one.
-    const std::pair<const char*, QString> steps[] = {
-        {"TLM_REPORTED_ID", ID},
-        {"TLM_REPORT_ID", ID},
-        {"TLM_PROJECT", ProjectValue},
-        {"TLM_ACTIVITY", ActivityValue},
-        {"TLM_FIELD1", Field1Value},
-        {"TLM_FIELD2", Field2Value},
-        {"TLM_FIELD3", Field3Value},
-        {"TLM_FIELD4", Field4Value},
-        {"TLM_FIELD5", Field5Value},
-        {"TLM_FIELD6", Field6Value},
-        {"TLM_FIELD7", Field7Value},
-        {"TLM_FIELD8", Field8Value},
-        {"TLM_FIELD9", Field9Value.toPlainString()},
-        {"TLM_FIELD10", Field10Value.toPlainString()},
-        {"TLM_CREATION_TIME", DateTimeToText(CreationTime)},
-        {"TLM_SUBJECT", Subject},
-        {"TLM_COMPANIES", Companies},
-        {"TLM_CATEGORIES", Categories},
-        {"TLM_BILLINGINFORMATION", BillingInformation},
-        {"TLM_DURATION", QString::number(duration)},
-        {"TLM_BODY", Body},
-        {"TLM_START", DateTimeToText(StartDate)},
-        {"TLM_DUE_OR_END", DateTimeToText(DueDate)},
-        {"TLM_REPORTED_DATE", DateTimeToText(ReportedDate)},
-        {"TLM_MEMBER", ReportedBy},
-        {"TLM_TOTALCOST", TotalCost.toPlainString()},
-        {"TLM_REPORTED_BY", ReportedBy},
-        {"TLM_APPROVED", detail::BoolText(Approved)},
-        {"TLM_APPROVEDBY", ApprovedBy},
-        {"TLM_MANAGER", found.manager},
-        {"TLM_COORDINATOR", found.coordinator},
-        {"TLM_ACTIVITY_DUE_DATE", DateTimeToText(found.activityDue)},
-        {"TLM_NOW", DateTimeToText(QDateTime::currentDateTime())},
-    };
-    QString text = sContent;
-    for (const auto& [tag, value] : steps)
-        text.replace(QLatin1String(tag), value, Qt::CaseSensitive);
-    return text;
+    return detail::SubstituteTags(*this, sContent,
+                                  {{"TLM_DURATION", QString::number(duration)},
+                                   {"TLM_BODY", Body},
+                                   {"TLM_START", DateTimeToText(StartDate)},
+                                   {"TLM_DUE_OR_END", DateTimeToText(DueDate)},
+                                   {"TLM_REPORTED_DATE", DateTimeToText(ReportedDate)},
+                                   {"TLM_MEMBER", ReportedBy},
+                                   {"TLM_TOTALCOST", TotalCost.toPlainString()},
+                                   {"TLM_REPORTED_BY", ReportedBy}});
 }
 
 }  // namespace tlm

@@ -5,7 +5,6 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QStandardPaths>
-#include <QTemporaryFile>
 
 #include "core/error_report.h"
 #include "core/file_services.h"
@@ -211,16 +210,12 @@ ConnectionCheck CheckDatabaseFolder(const DatabaseFields& f) {
             "Please specify a valid a network folder path where the database will be created or located!"));
         return check;
     }
-    {
-        // Permission bits do not tell (shares, read-only mounts, root): only a real file does.
-        QTemporaryFile probe(fncStripTrailingSlash(folder) + QStringLiteral("/.tlm-write-test-XXXXXX"));
-        if (!probe.open()) {
-            check.server =
-                Red(QStringLiteral("The folder '") + folder +
-                    QStringLiteral("' does not allow new files. Choose a folder in which you may create "
-                                   "and change files."));
-            return check;
-        }
+    if (!IsFolderWritable(folder)) {
+        check.server =
+            Red(QStringLiteral("The folder '") + folder +
+                QStringLiteral("' does not allow new files. Choose a folder in which you may create "
+                               "and change files."));
+        return check;
     }
     const QString file = DatabaseFilePath(folder);
     if (QFileInfo::exists(file)) {

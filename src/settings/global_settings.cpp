@@ -1,7 +1,5 @@
 #include "settings/global_settings.h"
 
-#include <QLocale>
-
 #include "core/codecs.h"
 #include "core/error_report.h"
 #include "core/local_settings.h"
@@ -28,12 +26,6 @@ void PutBuiltInDefaults(cGeneralSettings& s) {
         s.SetValue(QString::fromLatin1(key), QStringLiteral("1"));
 }
 
-// Windows-style AM/PM markers of the fallback formats, in Qt's spelling.
-QString QtFormat(QString format) {
-    format.replace(QStringLiteral("tt"), QStringLiteral("AP"));
-    return format;
-}
-
 }  // namespace
 
 cDBSettings* DBSettings() {
@@ -41,149 +33,14 @@ cDBSettings* DBSettings() {
 }
 void SetDBSettings(cDBSettings* settings) {
     g_settings = settings;
-}
-QString sCurrentUser() {
-    return g_settings ? g_settings->UserName : QString();
-}
-
-QString DateTimeToText(const QDateTime& value) {
-    const QString dateFormat = g_settings && !g_settings->ShortDateFormat.isEmpty()
-                                   ? g_settings->ShortDateFormat
-                                   : QLocale::system().dateFormat(QLocale::ShortFormat);
-    const QString timeFormat = g_settings && !g_settings->TimeFormat.isEmpty()
-                                   ? g_settings->TimeFormat
-                                   : QLocale::system().timeFormat(QLocale::LongFormat);
-    const bool zeroDay = value.date() == ZeroDate().date();
-    const bool midnight = value.time() == QTime(0, 0);
-    if (zeroDay && !midnight)
-        return QLocale::system().toString(value.time(), QtFormat(timeFormat));
-    if (midnight)
-        return QLocale::system().toString(value.date(), QtFormat(dateFormat));
-    return QLocale::system().toString(value.date(), QtFormat(dateFormat)) + u' ' +
-           QLocale::system().toString(value.time(), QtFormat(timeFormat));
-}
-
-// ---- cGeneralSettings --------------------------------------------------------------------------
-
-void cGeneralSettings::FromRecordset(Recordset* rs) {
-    Items = Dictionary<QVariant>(CompareMode::Binary);
-    if (!rs)
-        return;
-    Recordset::Field key = rs->Fields(1), value = rs->Fields(2);
-    if (!key.IsValid() || !value.IsValid())
-        return void(detail::ReportRecordset(*rs, QStringLiteral("cGeneralSettings.FromRecordSet")));
-    while (!rs->Eof()) {
-        const QString k = key.Value().toString();
-        if (QVariant* existing = Items.Find(k))
-            *existing = value.Value();
-        else
-            Items.Add(k, value.Value());
-        if (!rs->MoveNext())
-            break;
-    }
-}
-
-void cGeneralSettings::SetValue(const QString& key, const QVariant& value) {
-    if (QVariant* existing = Items.Find(key))
-        *existing = value;
-    else
-        Items.Add(key, value);
-}
-
-QVariant cGeneralSettings::GetValue(const QString& key, qint16 type) const {
-    const QVariant* v = Items.Find(key);
-    const bool present = v && v->isValid() && !v->isNull();
-    switch (type) {
-        case kInteger: {
-            if (!present)
-                return qint16(0);
-            bool ok = false;
-            const qint16 n = ToInt16(v->toString(), &ok);
-            return ok ? n : qint16(0);
-        }
-        case kDate: {
-            if (!present)
-                return ZeroDate();
-            const auto d = detail::VariantToDate(*v);
-            return d ? *d : ZeroDate();
-        }
-        case kText:
-            return present ? v->toString() : QString();
-        case kBoolean: {
-            if (!present)
-                return false;
-            const QString t = v->toString().trimmed();
-            if (t.compare(u"True", Qt::CaseInsensitive) == 0)
-                return true;
-            if (t.compare(u"False", Qt::CaseInsensitive) == 0)
-                return false;
-            return IsNumericText(t) && t.toDouble() != 0;
-        }
-        default:
-            return QVariant();
-    }
-}
-
-void cGeneralSettings::ToRecordSet(Recordset& rs) {
-    const QString label = QStringLiteral("cGeneralSettings.ToRecordSet");
-    cSingleList stored;
-    stored.FromRecordset(&rs);
-    Recordset::Field key = rs.Fields(1), value = rs.Fields(2);
-    if (!key.IsValid() || !value.IsValid())
-        return void(detail::ReportRecordset(rs, label));
-    for (const auto& e : Items) {
-        if (stored.Items.Exists(e.key)) {
-            if (rs.RecordCount() > 0 && !rs.MoveFirst())
-                return void(detail::ReportRecordset(rs, label));
-            rs.ClearError();
-            // The key stands between quotes as it is: an apostrophe spoils the criterion.
-            if (!rs.Find(QStringLiteral("KeyID = '") + e.key + u'\'') && rs.LastError().isSet())
-                return void(detail::ReportRecordset(rs, label));
-        } else {
-            if (!rs.AddNew() || !key.SetValue(e.key))
-                return void(detail::ReportRecordset(rs, label));
-        }
-        QString text = e.item.isValid() && !e.item.isNull() ? e.item.toString() : QString();
-        if (text.isEmpty())
-            text = QStringLiteral(" ");
-        if (!value.SetValue(text) || !rs.Update())
-            return void(detail::ReportRecordset(rs, label));
-    }
+    SetSharedLists(settings);
+    SetNotificationStore(settings);
 }
 
 // ---- cDBSettings -------------------------------------------------------------------------------
 
 cDBSettings::cDBSettings() {
-    GetDateTimeFormat();
-    NotificationNames = NotificationDisplayNames();
     PutBuiltInDefaults(GeneralSettings);
-    LoadDefaultTemplates(MessageTemplates);
-}
-
-void cDBSettings::GetDateTimeFormat() {
-    const QLocale locale = QLocale::system();
-    ShortDateFormat = locale.dateFormat(QLocale::ShortFormat);
-    TimeFormat = locale.timeFormat(QLocale::LongFormat);
-    // The zone is no part of a time the program shows.
-    TimeFormat.remove(QStringLiteral(" t")).remove(QStringLiteral("t "));
-    if (ShortDateFormat.isEmpty())
-        ShortDateFormat = QStringLiteral("M/d/yyyy");
-    if (TimeFormat.trimmed().isEmpty())
-        TimeFormat = QStringLiteral("h:mm:ss tt");
-    DateTimeFormat = ShortDateFormat + u' ' + TimeFormat;
-}
-
-void cDBSettings::LoadTasksProjectsCollection() {
-    AllTasksProjects = Dictionary<cSingleList>(CompareMode::Text);
-    if (Projects.Items.isEmpty() || Tasks.Items.isEmpty())
-        return;
-    for (int i = 1; i <= Projects.Items.Count() && i <= 32767; ++i) {
-        const QString name = Projects.GetProject(qint16(i));
-        cSingleList list;
-        list.FromString(GetTasksForAProject(Tasks, name), QStringLiteral("\r\n"));
-        list.Name = name;
-        AllTasksProjects.Add(name, std::move(list));
-    }
 }
 
 void cDBSettings::LoadGlobalSettings(bool blnShowDialog, bool& ok) {

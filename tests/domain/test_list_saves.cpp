@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "core/money.h"
 #include "database/connection.h"
 #include "domain/domain_test_fixture.h"
@@ -214,6 +216,113 @@ TEST_P(ListSaveTest, TemplateDuplicateRowIsIgnoredAndKeptUntilTheStoreShrinks) {
               QStringLiteral("<p>hi</p>"));
     EXPECT_TRUE(again.MessageTemplates.IsChecked(QStringLiteral("tpoNotifyMemberToReport")));
     EXPECT_FALSE(again.MessageTemplates.IsChecked(QStringLiteral("tpoNotifyMemberWhenApproved")));
+}
+
+// Twelve rows saved, then one save that drops rows 2, 5 and 9 and edits row 7: every list kind,
+// each engine. Kept rows keep their IDs, the edit lands on its own row and nothing else moves.
+TEST_P(ListSaveTest, OneSaveDeletesSeveralRowsAndEditsAnotherInEveryListKind) {
+    const auto name = [](int i) { return QStringLiteral("Item%1").arg(i, 2, 10, QLatin1Char('0')); };
+    const auto kept = [&](bool withSeven) {
+        QStringList names;
+        for (int i = 1; i <= 12; ++i)
+            if (i != 2 && i != 5 && i != 9 && (withSeven || i != 7))
+                names.append(name(i));
+        return names;
+    };
+    struct Kind {
+        const char* table;
+        const char* nameColumn;
+        const char* rateColumn;  // empty for a single list
+        qint32 code;
+        std::function<void(cDBSettings&, bool)> fill;  // false: 12 rows; true: the second list
+    };
+    const auto rows = [&](bool second, auto&& row) {
+        std::vector<QVariantList> out;
+        for (int i = 1; i <= 12; ++i)
+            if (!second || (i != 2 && i != 5 && i != 9))
+                out.push_back(row(i, second && i == 7));
+        return Rows(out);
+    };
+    const Kind kinds[] = {
+        {"tProjects", "ProjectName", "Rate", 1,
+         [&](cDBSettings& g, bool second) {
+             g.Projects.FromArray(rows(second, [&](int i, bool edit) {
+                 return QVariantList{name(i), "Robin", edit ? "70" : QString::number(i)};
+             }));
+         }},
+        {"tActivities", "ActivityName", "Rate", 2,
+         [&](cDBSettings& g, bool second) {
+             g.Tasks.FromArray(rows(second, [&](int i, bool edit) {
+                 return QVariantList{name(i), "Apollo", edit ? "70" : QString::number(i), "Robin"};
+             }));
+         }},
+        {"tMembers", "Name", "Rate", 3,
+         [&](cDBSettings& g, bool second) {
+             g.Members.FromArray(rows(second, [&](int i, bool edit) {
+                 return QVariantList{name(i), "", "", edit ? "70" : QString::number(i), 0};
+             }));
+         }},
+        {"tCustomList4", "CustomFieldName", "", 13,
+         [&](cDBSettings& g, bool second) {
+             QVariantList items;
+             for (int i = 1; i <= 12; ++i)
+                 if (!second || (i != 2 && i != 5 && i != 9))
+                     items.append(second && i == 7 ? QStringLiteral("Renamed") : name(i));
+             g.CustomLists[3].FromArray(items);
+         }},
+    };
+    for (const Kind& k : kinds) {
+        SCOPED_TRACE(k.table);
+        const QString table = QString::fromLatin1(k.table);
+        const QString nameColumn = QString::fromLatin1(k.nameColumn);
+        const auto idOf = [&](const QString& n) {
+            return Column(QStringLiteral("SELECT ID FROM %1 WHERE %2 = '%3'").arg(table, nameColumn, n))
+                .value(0);
+        };
+        k.fill(*global, false);
+        global->SaveGlobalSettings(k.code);
+        ASSERT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+        ASSERT_EQ(Count(table), 12);
+        QStringList idsBefore;
+        for (const QString& n : kept(true))
+            idsBefore.append(idOf(n));
+
+        cDBSettings& g = Reload();
+        k.fill(g, true);
+        g.SaveGlobalSettings(k.code);
+        ASSERT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+
+        const QStringList names =
+            Column(QStringLiteral("SELECT %1 FROM %2 ORDER BY %1").arg(nameColumn, table));
+        if (QByteArray(k.rateColumn).isEmpty()) {
+            // A single list's entry is its name: the edit is a new row in place of the old.
+            QStringList expected = kept(false);
+            expected.append(QStringLiteral("Renamed"));
+            expected.sort();
+            EXPECT_EQ(names, expected);
+            QStringList idsAfter;
+            for (const QString& n : kept(false))
+                idsAfter.append(idOf(n));
+            idsBefore.removeAt(kept(true).indexOf(name(7)));
+            EXPECT_EQ(idsAfter, idsBefore);
+            continue;
+        }
+        EXPECT_EQ(names, kept(true));
+        QStringList idsAfter;
+        for (const QString& n : kept(true))
+            idsAfter.append(idOf(n));
+        EXPECT_EQ(idsAfter, idsBefore);
+        const cDBSettings& again = Reload();
+        for (const QString& n : kept(true)) {
+            const int i = n.mid(4).toInt();
+            const Money want = i == 7 ? M("70") : *Money::parse(QString::number(i));
+            const Money got = table == QLatin1String("tProjects") ? again.Projects.Items.Find(n)->Rate
+                              : table == QLatin1String("tActivities")
+                                  ? again.Tasks.Items.Find(QStringLiteral("Apollo") + n)->Rate
+                                  : again.Members.Items.Find(n.toLower())->Rate;
+            EXPECT_EQ(got, want) << n.toStdString();
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, ListSaveTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),

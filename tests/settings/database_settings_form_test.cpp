@@ -530,6 +530,43 @@ TEST_F(PostgresPanelTest, DatabaseNameNeedingQuotesFailsTheCreationAndSavesNothi
     EXPECT_FALSE(Seen().contains(Pg().password));
 }
 
+TEST_F(PostgresPanelTest, FailedSwitchOnAConfiguredMachineKeepsTheOldConfigurationOnDisk) {
+    // A machine in use: its database file and its settings file.
+    ASSERT_TRUE(DB::fncCopyNewMDBToFile(DbFile(dir)));
+    settings.DBChoice = 0;
+    settings.DBConnectionString = dir;
+    settings.SaveSettings();
+    ASSERT_TRUE(SettingsWritten());
+    const QString bad = QStringLiteral("tlm\"switch_") + NewPgName().mid(9);
+    pgDatabases.append(bad);
+
+    Process().blnDatabaseSetup = true;
+    DialogScript::queueAnswer(PromptAnswer::Yes);  // "... does not exist! Do you want to continue ...?"
+    {
+        frmManagerSettings form;
+        Open(form, 14);
+        QWidget* p = Panel(form);
+        ASSERT_TRUE(p);
+        FillPostgres(p, bad, Pg().password);
+        EXPECT_FALSE(form.Save());
+        EXPECT_TRUE(Text(p, "labelDBStatus").contains(QStringLiteral("The settings were not changed")));
+        form.Exit();
+    }
+    // On disk and in memory: the old file database, no server, no credentials.
+    const cMySettings stored = Stored();
+    EXPECT_EQ(stored.DBChoice, 0);
+    EXPECT_EQ(stored.DBConnectionString, dir);
+    EXPECT_TRUE(stored.Password.isEmpty());
+    EXPECT_EQ(settings.DBChoice, 0);
+    EXPECT_EQ(settings.DBConnectionString, dir);
+    EXPECT_FALSE(Seen().contains(Pg().password));
+
+    // The old configuration still opens.
+    Process().blnDatabaseSetup = false;
+    bool showDialog = false;
+    EXPECT_FALSE(DB::GetCONN(showDialog).isEmpty());
+}
+
 // ---- the first run of the program ---------------------------------------------------------------
 
 namespace {

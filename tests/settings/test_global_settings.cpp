@@ -2,6 +2,7 @@
 
 #include "core/local_settings.h"
 #include "core/process_state.h"
+#include "domain/domain_services.h"
 #include "domain/domain_test_fixture.h"
 
 namespace tlm::test {
@@ -112,6 +113,36 @@ TEST_P(GlobalSettingsTest, UnreachableDatabaseLeavesTheCollectionsAndOkFalse) {
 
 INSTANTIATE_TEST_SUITE_P(Engines, GlobalSettingsTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
                          EngineName);
+
+// The layers below the settings read the owner only through what registering it installs: both go
+// with it, so nothing below can read a store that is gone.
+TEST(GlobalSettingsDefaults, RegisteringInstallsTheListsAndTheTemplatesAndClearingRemovesThem) {
+    cDBSettings store;
+    store.UserName = QStringLiteral("Robin");
+    store.Projects.FromArray(Rows({{"Apollo", "Robin", "5"}}));
+    SetDBSettings(&store);
+    EXPECT_EQ(SharedLists(), &store);
+    EXPECT_EQ(NotificationStore(), &store);
+    EXPECT_EQ(sCurrentUser(), QStringLiteral("Robin"));
+    EXPECT_TRUE(GetProjectObjectFromName(QStringLiteral("apollo")));
+    SetDBSettings(nullptr);
+    EXPECT_EQ(SharedLists(), nullptr);
+    EXPECT_EQ(NotificationStore(), nullptr);
+    EXPECT_TRUE(sCurrentUser().isEmpty());
+    EXPECT_FALSE(GetProjectObjectFromName(QStringLiteral("apollo")));
+}
+
+// The date text follows the installed lists' formats, with no settings owner at all.
+TEST(GlobalSettingsDefaults, LowerLayersWorkWithListsOfTheirOwn) {
+    cSharedLists lists;
+    lists.ShortDateFormat = QStringLiteral("yyyy-MM-dd");
+    lists.TimeFormat = QStringLiteral("HH:mm");
+    SetSharedLists(&lists);
+    EXPECT_EQ(DateTimeToText(QDateTime(QDate(2024, 5, 1), QTime(0, 0))), QStringLiteral("2024-05-01"));
+    EXPECT_EQ(DateTimeToText(QDateTime(QDate(2024, 5, 1), QTime(9, 30))), QStringLiteral("2024-05-01 09:30"));
+    EXPECT_EQ(DateTimeToText(QDateTime(ZeroDate().date(), QTime(9, 30))), QStringLiteral("09:30"));
+    SetSharedLists(nullptr);
+}
 
 TEST(GlobalSettingsDefaults, ConstructionHoldsTheBuiltInsWithoutADatabase) {
     cDBSettings g;

@@ -1,0 +1,172 @@
+#include <gtest/gtest.h>
+
+#include "core/local_settings.h"
+#include "domain/domain_test_fixture.h"
+#include "settings/option_settings.h"
+
+namespace tlm::test {
+namespace {
+
+// ---- the checks, without a database ------------------------------------------------------------
+
+TEST(OptionChecks, WholeNumbersAreDigitsOnlyWithinTheRange) {
+    EXPECT_EQ(WholeNumber(QStringLiteral(" 12 "), 1, 20), 12);
+    for (const char* text : {"", "0", "21", "-3", "+3", "1.5", "1e2", "99999999999"})
+        EXPECT_EQ(WholeNumber(QString::fromLatin1(text), 1, 20), -1) << text;
+}
+
+TEST(OptionChecks, FieldTitlesCollideOnlyWhenTypedTheSame) {
+    FieldsValues v;
+    v.projectTitle = QStringLiteral("Project");
+    v.activityTitle = QStringLiteral("Task");
+    EXPECT_TRUE(v.Check().isEmpty());
+    // Empty titles never collide, even where their defaults would; case makes two titles.
+    v.titles[0] = v.titles[1] = QString();
+    v.titles[2] = QStringLiteral("rate");
+    v.titles[3] = QStringLiteral("Rate");
+    EXPECT_TRUE(v.Check().isEmpty());
+    // The project and activity words share the list with the custom fields.
+    v.titles[9] = QStringLiteral("Task");
+    EXPECT_TRUE(v.Check().startsWith(QStringLiteral("'Task' is already been used for other field!")));
+    v.titles[9].clear();
+    v.titles[8] = QStringLiteral("rate");
+    EXPECT_TRUE(v.Check().startsWith(QStringLiteral("'rate' is already")));
+}
+
+TEST(OptionChecks, CustomIntervalNeedsHoursOnlyWhenChosen) {
+    AdvancedValues v;
+    for (const char* hours : {"", "0", "32767"}) {
+        v.hours = QString::fromLatin1(hours);
+        EXPECT_TRUE(v.Check().isEmpty()) << hours;
+    }
+    v.rateInterval = 1;
+    for (const char* hours : {"", "0", "32768", "two"}) {
+        v.hours = QString::fromLatin1(hours);
+        EXPECT_EQ(v.Check(), QStringLiteral("The custom interval '") + v.hours +
+                                 QStringLiteral("' is not a whole number of hours from 1 to 32767."));
+    }
+    v.hours = QStringLiteral("8");
+    EXPECT_TRUE(v.Check().isEmpty());
+    EXPECT_FALSE(v.MemberRateApplies());
+    v.rateFrom = 2;
+    EXPECT_TRUE(v.MemberRateApplies());
+}
+
+TEST(OptionChecks, ReportingNumbersFollowTheirSwitches) {
+    ReportingValues v;
+    EXPECT_TRUE(v.Check().isEmpty());
+    v.minimumMinutes = QStringLiteral("0");  // allowed while the switch is off
+    EXPECT_TRUE(v.Check().isEmpty());
+    v.preventShortItems = true;
+    EXPECT_TRUE(v.Check().startsWith(QStringLiteral("The minimum work time '0'")));
+    v.minimumMinutes = QStringLiteral(" 15 ");
+    EXPECT_TRUE(v.Check().isEmpty());
+    v.hoursPerMonth = QStringLiteral("745");
+    EXPECT_EQ(v.Check(),
+              QStringLiteral("The total working hours per month '745' is not a whole number from 1 to 744."));
+    v.hoursPerMonth = QStringLiteral("744");
+    EXPECT_TRUE(v.Check().isEmpty());
+}
+
+TEST(OptionChecks, AccessNeedsOneAdministrator) {
+    AccessControlValues v;
+    v.notAllowed = {QStringLiteral("Robin")};
+    EXPECT_FALSE(v.Check().isEmpty());
+    v.allowed = {QStringLiteral("Kim")};
+    EXPECT_TRUE(v.Check().isEmpty());
+}
+
+// ---- saves, on each engine ---------------------------------------------------------------------
+
+using OptionSaveTest = DomainDbTest;
+
+TEST_P(OptionSaveTest, AccessRightsAndFlagsReachTheTablesAndTheLocalCopy) {
+    Exec(
+        QStringLiteral("INSERT INTO tMembers (Name, Email, Department, Rate, AdminAccess) "
+                       "VALUES ('Kim', '', '', 0, 1)"));
+    cDBSettings& g = Reload();
+    AccessControlValues v;
+    v.Load(&g);
+    EXPECT_EQ(v.allowed, QStringList{"Kim"});
+    EXPECT_EQ(v.notAllowed, QStringList{"Robin"});
+    EXPECT_TRUE(v.flags[0]);  // a built-in default
+
+    v.allowed = {QStringLiteral("robin")};  // names match the list without regard to case
+    v.notAllowed = {QStringLiteral("Kim")};
+    v.flags[0] = false;
+    v.flags[6] = true;
+    cMySettings my;
+    v.Save(g, &my);
+    ASSERT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+    EXPECT_EQ(my.flag(QStringLiteral("AllowTaskItems")), 0);
+
+    const cDBSettings& again = Reload();
+    AccessControlValues back;
+    back.Load(&again);
+    EXPECT_EQ(back.allowed, QStringList{"Robin"});
+    EXPECT_EQ(back.notAllowed, QStringList{"Kim"});
+    EXPECT_FALSE(back.flags[0]);
+    EXPECT_TRUE(back.flags[6]);
+}
+
+TEST_P(OptionSaveTest, FieldsSaveFillsDefaultsAndAuditSavesItsSwitchesAsTemplates) {
+    cDBSettings& g = *global;
+    FieldsValues f;
+    f.Load(&g);
+    f.projectTitle = QStringLiteral("  ");
+    f.titles[4] = QString();
+    f.available[4] = true;
+    cMySettings my;
+    f.Save(g, &my);
+    EXPECT_EQ(f.projectTitle, QStringLiteral("Project"));
+    EXPECT_EQ(my.CustomFieldName[4], QStringLiteral("Custom Field 5"));
+
+    AuditValues a;
+    a.Load(&g);
+    a.requiresApproval = true;
+    a.notifyDeclined = true;
+    a.Save(g, &my);
+    ASSERT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+    EXPECT_EQ(my.flag(QStringLiteral("AllowManagerReview")), 1);
+
+    const cDBSettings& again = Reload();
+    FieldsValues f2;
+    f2.Load(&again);
+    EXPECT_EQ(f2.projectTitle, QStringLiteral("Project"));
+    EXPECT_TRUE(f2.available[4]);
+    EXPECT_EQ(f2.titles[4], QStringLiteral("Custom Field 5"));
+    AuditValues a2;
+    a2.Load(&again);
+    EXPECT_TRUE(a2.requiresApproval);
+    EXPECT_TRUE(a2.notifyDeclined);
+    EXPECT_FALSE(a2.notifyApproved);
+    NotificationSwitchValues n;
+    n.Load(&again);
+    EXPECT_TRUE(n.on[9]);  // the same template, seen from the notification panel
+}
+
+TEST_P(OptionSaveTest, AdvancedSaveKeepsTheMembersRateSwitchOnlyForMemberRates) {
+    cDBSettings& g = *global;
+    AdvancedValues v;
+    v.memberChangesRate = true;
+    v.rateInterval = 1;
+    v.hours = QStringLiteral(" 8 ");
+    v.Save(g);
+    AdvancedValues back;
+    back.Load(&Reload());
+    EXPECT_FALSE(back.memberChangesRate);
+    EXPECT_EQ(back.hours, QStringLiteral("8"));
+    back.rateFrom = 2;
+    back.memberChangesRate = true;
+    back.Save(*global);
+    AdvancedValues again;
+    again.Load(&Reload());
+    EXPECT_TRUE(again.memberChangesRate);
+    ASSERT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(Engines, OptionSaveTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
+                         EngineName);
+
+}  // namespace
+}  // namespace tlm::test
