@@ -14,12 +14,12 @@
 
 #include "admin/list_pickers_dialog.h"
 #include "admin/member_import.h"
+#include "admin/pick_members_dialog.h"
 #include "core/process_state.h"
 #include "core/prompt.h"
 #include "desktop/grid_widget.h"
 #include "desktop/gui_window_services.h"
 #include "domain/value_names.h"
-#include "mail/pick_members_dialog.h"
 #include "settings/global_settings.h"
 
 namespace tlm {

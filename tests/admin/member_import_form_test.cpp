@@ -10,11 +10,11 @@
 
 #include "admin/admin_test_support.h"
 #include "admin/manager_list_form.h"
+#include "admin/pick_members_dialog.h"
 #include "core/process_state.h"
 #include "desktop/grid_widget.h"
 #include "desktop/gui_dialogs.h"
 #include "mail/ldap_test_support.h"
-#include "mail/pick_members_dialog.h"
 #include "settings/global_settings.h"
 
 namespace tlm::test {

@@ -1,4 +1,4 @@
-#include "mail/pick_members_dialog.h"
+#include "admin/pick_members_dialog.h"
 
 #include <QCheckBox>
 #include <QComboBox>
