@@ -13,6 +13,7 @@
 #include <QSettings>
 
 #include "app/command_tools.h"
+#include "core/process_state.h"
 #include "core/startup.h"
 #include "database/db_fixture.h"
 #include "desktop/gui_dialogs.h"
@@ -25,13 +26,13 @@
 namespace tlm {
 namespace {
 
-struct Run {
+struct ToolRun {
     int code = -1;
     QByteArray out, err;
 };
 
 // Runs the built program with this process's settings folder, so it finds the test's database.
-Run Tool(const QStringList& args, const QProcessEnvironment& extra = {}, bool withoutDisplay = true) {
+ToolRun Tool(const QStringList& args, const QProcessEnvironment& extra = {}, bool withoutDisplay = true) {
     QProcess p;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     if (withoutDisplay) {
@@ -43,7 +44,7 @@ Run Tool(const QStringList& args, const QProcessEnvironment& extra = {}, bool wi
         env.insert(key, extra.value(key));
     p.setProcessEnvironment(env);
     p.start(test::BuiltProgram(QStringLiteral("tlm-manager")), args);
-    Run r;
+    ToolRun r;
     if (!p.waitForFinished(120000)) {
         p.kill();
         p.waitForFinished();
@@ -63,7 +64,7 @@ QByteArray Bytes(const QString& path) {
 // The cells of every sheet as text lines, read by an independent reader.
 QString SheetCells(const QString& path) {
     QProcess p;
-    p.start(QStringLiteral("python3"),
+    p.start(QStringLiteral("/usr/bin/python3"),  // the Debian python that python3-openpyxl serves
             {QStringLiteral("-c"),
              QStringLiteral("import openpyxl,sys\n"
                             "wb=openpyxl.load_workbook(sys.argv[1])\n"
@@ -145,7 +146,7 @@ TEST_P(CommandTools, ReportFilesEqualTheWindowsExports) {
             DialogScript::queueFileName(folder + name);
             form.mnuExportDoc_Click(index);
         }
-        form.close();  // stores the ticks, the type and the period for the next start
+        form.Exit();  // stores the ticks, the type and the period for the next start
     }
     // The same choices on the command line, the fields given in another order and letter case.
     const QStringList choices = {
@@ -156,7 +157,7 @@ TEST_P(CommandTools, ReportFilesEqualTheWindowsExports) {
         QStringLiteral("--fields"),  QStringLiteral("reported by,Total Cost,Subject,Due Date,Actual Work")};
     for (const QString& ext : {QStringLiteral("txt"), QStringLiteral("xml"), QStringLiteral("htm")}) {
         const QString out = folder + QStringLiteral("/tool.") + ext;
-        const Run r =
+        const ToolRun r =
             Tool(QStringList{QStringLiteral("report")} + choices + QStringList{QStringLiteral("--out"), out});
         ASSERT_EQ(r.code, kExitNormal) << r.err.toStdString();
         const QByteArray screen = Bytes(folder + QStringLiteral("/screen.") + ext);
@@ -164,15 +165,15 @@ TEST_P(CommandTools, ReportFilesEqualTheWindowsExports) {
         EXPECT_EQ(Bytes(out), screen) << ext.toStdString();
     }
     // Standard output carries the same bytes.
-    const Run piped = Tool(QStringList{QStringLiteral("report")} + choices +
-                           QStringList{QStringLiteral("--format"), QStringLiteral("txt"),
-                                       QStringLiteral("--out"), QStringLiteral("-")});
+    const ToolRun piped = Tool(QStringList{QStringLiteral("report")} + choices +
+                               QStringList{QStringLiteral("--format"), QStringLiteral("txt"),
+                                           QStringLiteral("--out"), QStringLiteral("-")});
     ASSERT_EQ(piped.code, kExitNormal) << piped.err.toStdString();
     EXPECT_EQ(piped.out, Bytes(folder + QStringLiteral("/screen.txt")));
     EXPECT_TRUE(piped.err.isEmpty()) << "no progress line when standard error is no terminal";
 
     const QString xlsx = folder + QStringLiteral("/tool.xlsx");
-    const Run wb =
+    const ToolRun wb =
         Tool(QStringList{QStringLiteral("report")} + choices + QStringList{QStringLiteral("--out"), xlsx});
     ASSERT_EQ(wb.code, kExitNormal) << wb.err.toStdString();
     const QString screenCells = SheetCells(folder + QStringLiteral("/screen.xlsx"));
@@ -181,15 +182,16 @@ TEST_P(CommandTools, ReportFilesEqualTheWindowsExports) {
 
     // Without choices the tool takes what the window stored: tasks, the ticked fields, the period.
     const QString stored = folder + QStringLiteral("/stored.txt");
-    const Run again = Tool({QStringLiteral("report"), QStringLiteral("--from"), QStringLiteral("2026-01-10"),
-                            QStringLiteral("--to"), QStringLiteral("2026-02-20"), QStringLiteral("--project"),
-                            project, QStringLiteral("--out"), stored});
+    const ToolRun again =
+        Tool({QStringLiteral("report"), QStringLiteral("--from"), QStringLiteral("2026-01-10"),
+              QStringLiteral("--to"), QStringLiteral("2026-02-20"), QStringLiteral("--project"), project,
+              QStringLiteral("--out"), stored});
     ASSERT_EQ(again.code, kExitNormal) << again.err.toStdString();
     EXPECT_EQ(Bytes(stored), Bytes(folder + QStringLiteral("/screen.txt")));
 
     // A PDF without a display: the offscreen platform is the tool's own choice.
     const QString pdf = folder + QStringLiteral("/tool.pdf");
-    const Run p =
+    const ToolRun p =
         Tool(QStringList{QStringLiteral("report")} + choices + QStringList{QStringLiteral("--out"), pdf});
     ASSERT_EQ(p.code, kExitNormal) << p.err.toStdString();
     const QByteArray pdfBytes = Bytes(pdf);
@@ -229,7 +231,7 @@ TEST_P(CommandTools, RefusalsEndWithTheirCodeAndLeaveNoFile) {
          "There is no data to be exported!"},
     };
     for (const Case& c : cases) {
-        const Run r = report(c.args);
+        const ToolRun r = report(c.args);
         EXPECT_EQ(r.code, c.code) << c.args.join(' ').toStdString() << ": " << r.err.toStdString();
         EXPECT_TRUE(r.err.contains(c.says)) << r.err.toStdString();
         EXPECT_FALSE(QFile::exists(out)) << c.args.join(' ').toStdString();
@@ -245,7 +247,7 @@ TEST_P(CommandTools, RefusalsEndWithTheirCodeAndLeaveNoFile) {
     for (const QString& target :
          {folder + QStringLiteral("/missing/r.txt"), folder + QStringLiteral("/dir.xlsx")}) {
         QDir().mkpath(folder + QStringLiteral("/dir.xlsx"));
-        const Run r =
+        const ToolRun r =
             Tool(QStringList{QStringLiteral("report"), QStringLiteral("--from"), QStringLiteral("2026-01-01"),
                              QStringLiteral("--to"), QStringLiteral("2026-12-31"), QStringLiteral("--fields"),
                              QStringLiteral("Subject"), QStringLiteral("--out"), target});
@@ -258,16 +260,16 @@ TEST_P(CommandTools, RefusalsEndWithTheirCodeAndLeaveNoFile) {
     // No database configured: a fresh settings folder.
     QProcessEnvironment bare;
     bare.insert(QStringLiteral("XDG_CONFIG_HOME"), test::NewTempDir(QStringLiteral("bare")));
-    const Run none = Tool({QStringLiteral("report"), QStringLiteral("--fields"), QStringLiteral("Subject"),
-                           QStringLiteral("--out"), out},
-                          bare);
+    const ToolRun none = Tool({QStringLiteral("report"), QStringLiteral("--fields"),
+                               QStringLiteral("Subject"), QStringLiteral("--out"), out},
+                              bare);
     EXPECT_EQ(none.code, kExitNoDatabase);
     EXPECT_TRUE(none.err.contains("not configured")) << none.err.toStdString();
     EXPECT_FALSE(QFile::exists(out));
 }
 
 TEST_P(CommandTools, ReviewListsAndApprovesAsTheWindow) {
-    const Run list = Tool({QStringLiteral("review"), QStringLiteral("--list")});
+    const ToolRun list = Tool({QStringLiteral("review"), QStringLiteral("--list")});
     ASSERT_EQ(list.code, kExitNormal) << list.err.toStdString();
     QStringList lines = QString::fromUtf8(list.out).split(u'\n', Qt::SkipEmptyParts);
     ASSERT_FALSE(lines.isEmpty());
@@ -287,8 +289,8 @@ TEST_P(CommandTools, ReviewListsAndApprovesAsTheWindow) {
             break;
         }
     ASSERT_FALSE(taskId.isEmpty());
-    const Run approve = Tool({QStringLiteral("review"), QStringLiteral("--approve"), taskId,
-                              QStringLiteral("--type"), QStringLiteral("task")});
+    const ToolRun approve = Tool({QStringLiteral("review"), QStringLiteral("--approve"), taskId,
+                                  QStringLiteral("--type"), QStringLiteral("task")});
     ASSERT_EQ(approve.code, kExitNormal) << approve.err.toStdString();
     EXPECT_EQ(Open(QStringLiteral("SELECT Approved FROM tReportedTasks WHERE ID = ") + taskId)
                   ->Fields(0)
@@ -296,11 +298,11 @@ TEST_P(CommandTools, ReviewListsAndApprovesAsTheWindow) {
                   .toInt(),
               1);
     // Once approved it has left the queue.
-    const Run twice = Tool({QStringLiteral("review"), QStringLiteral("--approve"), taskId,
-                            QStringLiteral("--type"), QStringLiteral("task")});
+    const ToolRun twice = Tool({QStringLiteral("review"), QStringLiteral("--approve"), taskId,
+                                QStringLiteral("--type"), QStringLiteral("task")});
     EXPECT_EQ(twice.code, kExitNothingToDo);
-    const Run after = Tool({QStringLiteral("review"), QStringLiteral("--list"), QStringLiteral("--type"),
-                            QStringLiteral("tasks")});
+    const ToolRun after = Tool({QStringLiteral("review"), QStringLiteral("--list"), QStringLiteral("--type"),
+                                QStringLiteral("tasks")});
     EXPECT_FALSE(after.out.contains(("task\t" + taskId + "\t").toUtf8()));
     EXPECT_EQ(Tool({QStringLiteral("review"), QStringLiteral("--approve"), QStringLiteral("1 or 1=1"),
                     QStringLiteral("--type"), QStringLiteral("task")})
@@ -318,15 +320,15 @@ TEST(CommandToolsDemo, FillsOnceAndCreatesTheDatabaseWhereMakeRunWould) {
     env.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/config"));
     QDir().mkpath(home + QStringLiteral("/data"));
     env.insert(QStringLiteral("TLM_DEFAULT_DATA_DIR"), home + QStringLiteral("/data"));
-    const Run first = Tool({QStringLiteral("demo")}, env);
+    const ToolRun first = Tool({QStringLiteral("demo")}, env);
     ASSERT_EQ(first.code, kExitNormal) << first.err.toStdString();
     EXPECT_TRUE(first.out.contains("Added 12 projects")) << first.out.toStdString();
     EXPECT_TRUE(QFile::exists(home + QStringLiteral("/data/Tallyloom.db")));
-    const Run second = Tool({QStringLiteral("demo")}, env);
+    const ToolRun second = Tool({QStringLiteral("demo")}, env);
     ASSERT_EQ(second.code, kExitNormal) << second.err.toStdString();
     EXPECT_TRUE(second.out.contains("nothing was added")) << second.out.toStdString();
     // The list shows the same rows after the second run: nothing doubled.
-    const Run list = Tool({QStringLiteral("review"), QStringLiteral("--list")}, env);
+    const ToolRun list = Tool({QStringLiteral("review"), QStringLiteral("--list")}, env);
     ASSERT_EQ(list.code, kExitNormal) << list.err.toStdString();
     const qsizetype rows = list.out.count('\n') - 1;
     EXPECT_GT(rows, 1000);
