@@ -266,6 +266,19 @@ TEST_P(CommandTools, RefusalsEndWithTheirCodeAndLeaveNoFile) {
     EXPECT_EQ(none.code, kExitNoDatabase);
     EXPECT_TRUE(none.err.contains("not configured")) << none.err.toStdString();
     EXPECT_FALSE(QFile::exists(out));
+
+    // A server that does not answer: said so, and the password is never shown.
+    test::FreshLocalSettings();
+    cMySettings server;
+    server.DBChoice = 1;
+    server.DBConnectionString = QStringLiteral(
+        "Provider=PostgreSQL;Data Source=127.0.0.1,1;Initial Catalog=tlm;User ID=u;Password=s3cretPW");
+    server.SaveSettings();
+    const ToolRun unreachable = Tool({QStringLiteral("review"), QStringLiteral("--list")});
+    EXPECT_EQ(unreachable.code, kExitNoDatabase);
+    EXPECT_TRUE(unreachable.err.contains("could not be reached")) << unreachable.err.toStdString();
+    EXPECT_FALSE(unreachable.err.contains("s3cretPW")) << unreachable.err.toStdString();
+    EXPECT_TRUE(unreachable.out.isEmpty());
 }
 
 TEST_P(CommandTools, ReviewListsAndApprovesAsTheWindow) {
