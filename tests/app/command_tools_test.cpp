@@ -13,6 +13,7 @@
 #include <QSettings>
 
 #include "app/command_tools.h"
+#include "app/demo_data.h"
 #include "core/process_state.h"
 #include "core/startup.h"
 #include "database/db_fixture.h"
@@ -325,6 +326,38 @@ TEST_P(CommandTools, ReviewListsAndApprovesAsTheWindow) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, CommandTools, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
+                         test::EngineName);
+
+class DemoOffer : public test::EngineTest {};
+
+// After the first run created a database, make run's question fills it and the lists are reloaded.
+TEST_P(DemoOffer, TheFirstRunOffersTheDemoDataOnlyWhenAsked) {
+    OpenFreshDatabase();
+    ASSERT_TRUE(Process().blnNewDatabase);
+    cDBSettings global;
+    SetDBSettings(&global);
+    qunsetenv("TLM_OFFER_DEMO");
+    OfferDemoData(global);
+    EXPECT_TRUE(PromptTexts().isEmpty());  // not under make run: no question
+    qputenv("TLM_OFFER_DEMO", "1");
+    prompter.queue(PromptAnswer::No);
+    OfferDemoData(global);
+    EXPECT_EQ(PromptTexts().size(), 1);
+    EXPECT_EQ(Count(QStringLiteral("tProjects")), 0);
+    prompter.queue(PromptAnswer::Yes);
+    OfferDemoData(global);
+    EXPECT_EQ(Count(QStringLiteral("tProjects")), 12);
+    EXPECT_EQ(global.Projects.Items.Count(), 12) << "the lists were not loaded again";
+    EXPECT_GT(Count(QStringLiteral("tReportedTasks")), 0);
+    // A second fill adds nothing.
+    const DemoOutcome again = FillDemoData(*CurrentConnection(), DemoSpec(QDate(2026, 11, 24)));
+    EXPECT_TRUE(again.ok && again.alreadyFilled);
+    EXPECT_EQ(Count(QStringLiteral("tProjects")), 12);
+    qunsetenv("TLM_OFFER_DEMO");
+    SetDBSettings(nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Engines, DemoOffer, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
                          test::EngineName);
 
 TEST(CommandToolsDemo, FillsOnceAndCreatesTheDatabaseWhereMakeRunWould) {
