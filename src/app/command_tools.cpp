@@ -46,6 +46,12 @@ int Fail(int code, const QString& text) {
     return code;
 }
 
+QString UsageError(QString error, const QString& tool) {
+    if (error.endsWith(u'.'))
+        error.chop(1);
+    return error + QStringLiteral(" (see tlm-manager ") + tool + QStringLiteral(" --help)");
+}
+
 // "--name value" or "--name=value"; advances i past the value.
 bool TakeValue(const QStringList& args, int& i, const QString& name, QString* value, QString* error) {
     const QString& a = args[i];
@@ -588,12 +594,12 @@ int RunTool(const QStringList& arguments, int& argc, char** argv) {
     ReviewOptionsLine review;
     if (tool == u"report") {
         if (!ParseReportOptions(args, &report, &error))
-            return Fail(kExitUsage, error + QStringLiteral(" (see tlm-manager report --help)"));
+            return Fail(kExitUsage, UsageError(error, QStringLiteral("report")));
         if (report.help)
             return Print(stdout, ReportUsageText()), kExitNormal;
     } else if (tool == u"review") {
         if (!ParseReviewOptions(args, &review, &error))
-            return Fail(kExitUsage, error + QStringLiteral(" (see tlm-manager review --help)"));
+            return Fail(kExitUsage, UsageError(error, QStringLiteral("review")));
         if (review.help)
             return Print(stdout, ReviewUsageText()), kExitNormal;
     } else if (tool == u"demo") {
