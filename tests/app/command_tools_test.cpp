@@ -77,6 +77,16 @@ QString SheetCells(const QString& path) {
     return p.exitCode() == 0 ? QString::fromUtf8(p.readAllStandardOutput()) : QString();
 }
 
+// The text of a PDF without the "Time :" line, read by pdftotext.
+QString PdfText(const QString& path) {
+    QProcess p;
+    p.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), path, QStringLiteral("-")});
+    p.waitForFinished(60000);
+    QStringList lines = QString::fromUtf8(p.readAllStandardOutput()).split(u'\n');
+    lines.removeIf([](const QString& l) { return l.contains(QStringLiteral("Time :")); });
+    return lines.join(u'\n');
+}
+
 class CommandTools : public test::EngineTest {
   protected:
     void SetUp() override {
@@ -147,6 +157,8 @@ TEST_P(CommandTools, ReportFilesEqualTheWindowsExports) {
             DialogScript::queueFileName(folder + name);
             form.mnuExportDoc_Click(index);
         }
+        DialogScript::queueFileName(folder + QStringLiteral("/screen.pdf"));
+        ASSERT_TRUE(form.SaveAsPdf());
         form.Exit();  // stores the ticks, the type and the period for the next start
     }
     // The same choices on the command line, the fields given in another order and letter case.
@@ -198,6 +210,9 @@ TEST_P(CommandTools, ReportFilesEqualTheWindowsExports) {
     const QByteArray pdfBytes = Bytes(pdf);
     EXPECT_TRUE(pdfBytes.startsWith("%PDF"));
     EXPECT_TRUE(pdfBytes.contains("/Subtype /Image")) << "the chart is missing";
+    // The same text as the window's PDF, but for the moment it was made.
+    EXPECT_EQ(PdfText(pdf), PdfText(folder + QStringLiteral("/screen.pdf")));
+    EXPECT_TRUE(PdfText(pdf).contains(QStringLiteral("Reported TimeSheets")));
 }
 
 TEST_P(CommandTools, RefusalsEndWithTheirCodeAndLeaveNoFile) {
