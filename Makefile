@@ -6,7 +6,7 @@ BUILD_RUN := build/release
 BUILD_BENCH := build/bench
 RUN_HOME := $(CURDIR)/build/run
 
-.PHONY: all deps run test build-test build-run bench format clean
+.PHONY: all deps run-home run demo test build-test build-run bench format clean
 
 all: build-run
 
@@ -20,11 +20,21 @@ build-run: deps $(BUILD_RUN)/CMakeCache.txt
 	cmake --build $(BUILD_RUN) -j $(JOBS)
 
 # Settings and data of `make run` live under build/run, never in the user's own settings.
-run: build-run
+RUN_ENV := XDG_CONFIG_HOME=$(RUN_HOME)/config XDG_DATA_HOME=$(RUN_HOME)/data XDG_RUNTIME_DIR=$(RUN_HOME)/runtime \
+  TLM_DEFAULT_DATA_DIR=$(RUN_HOME)/data
+
+run-home:
 	@mkdir -p $(RUN_HOME)/config $(RUN_HOME)/data $(RUN_HOME)/runtime
 	@chmod 700 $(RUN_HOME)/runtime
-	XDG_CONFIG_HOME=$(RUN_HOME)/config XDG_DATA_HOME=$(RUN_HOME)/data XDG_RUNTIME_DIR=$(RUN_HOME)/runtime \
-	  TLM_DEFAULT_DATA_DIR=$(RUN_HOME)/data $(BUILD_RUN)/src/tlm-manager $(SECTION)
+
+# The first run on an empty folder offers the demo data once the database is created.
+run: build-run run-home
+	$(RUN_ENV) TLM_OFFER_DEMO=1 $(BUILD_RUN)/src/tlm-manager $(SECTION)
+
+# Fills the database `make run` uses (created in build/run/data when none is configured) with the
+# demo data set; a database that holds projects or reported items already is left alone.
+demo: build-run run-home
+	$(RUN_ENV) $(BUILD_RUN)/src/tlm-manager demo
 
 $(BUILD_TEST)/CMakeCache.txt:
 	cmake -S . -B $(BUILD_TEST) -DCMAKE_BUILD_TYPE=Debug -DTLM_SANITIZE=ON -DTLM_BUILD_TESTS=ON

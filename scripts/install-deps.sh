@@ -12,6 +12,8 @@ packages=(
   xvfb xauth libgtest-dev libgmock-dev googletest libbenchmark-dev
   unixodbc unixodbc-dev tdsodbc poppler-utils
   python3-openpyxl sqlite3
+  # tools for scripts/screenshots.sh: drives the screens under Xvfb and saves the pictures
+  xdotool imagemagick
 )
 
 missing=()

@@ -1,6 +1,7 @@
 #include <QApplication>
 #include <cstdio>
 
+#include "app/command_tools.h"
 #include "app/program.h"
 #include "core/codecs.h"
 #include "core/startup.h"
@@ -22,6 +23,9 @@ int main(int argc, char** argv) {
             return tlm::kExitNormal;
         case tlm::CommandLine::Silent:
             return tlm::kExitRefusedArgument;
+        case tlm::CommandLine::Tool:
+            // report, review and demo: no window, no display needed.
+            return tlm::RunTool(commandLine.arguments, argc, argv);
         default:
             break;
     }

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "app/demo_data.h"
 #include "app/section_loader.h"
 #include "core/process_state.h"
 #include "database/connection.h"
@@ -69,6 +70,8 @@ bool Program::LoadGlobalSettings() {
     SetDBSettings(dbSettings_.get());
     bool ok = false;
     dbSettings_->LoadGlobalSettings(true, ok);
+    if (ok)
+        OfferDemoData(*dbSettings_);  // a database the first run just created may be filled
     if (ok) {
         uiSettings_ = std::make_unique<cUISettings>();
         SetUISettings(uiSettings_.get());

@@ -26,9 +26,18 @@ void subExitProgram(int code) {
     std::exit(code);
 }
 
+bool IsToolName(const QString& word) {
+    return word == u"report" || word == u"review" || word == u"demo";
+}
+
 CommandLine ParseCommandLine(const QStringList& arguments) {
     CommandLine cl;
     cl.text = arguments.join(QLatin1Char(' '));
+    if (!arguments.isEmpty() && IsToolName(arguments.first())) {
+        cl.kind = CommandLine::Tool;
+        cl.arguments = arguments;
+        return cl;
+    }
     if (cl.text == QLatin1String("--help")) {
         cl.kind = CommandLine::Help;
         return cl;
@@ -50,6 +59,7 @@ CommandLine ParseCommandLine(const QStringList& arguments) {
 QString UsageText() {
     return QStringLiteral(
                "Usage: tlm-manager SECTION\n"
+               "       tlm-manager report|review|demo [OPTIONS]   (tlm-manager report --help)\n"
                "Opens one administration screen of Tally Loom Manager and ends when it closes.\n\n"
                "Sections:\n") +
            SectionTableText() +
@@ -57,7 +67,10 @@ QString UsageText() {
                "\n\nAny other number opens the settings window without a panel.\n"
                "Without an argument, or with one that is no number, the program ends silently.\n\n"
                "Exit codes: 0 normal, 2 no or non-numeric argument, 3 section number out of range,\n"
-               "4 the settings or the database could not be loaded.\n");
+               "4 the settings or the database could not be loaded.\n"
+               "The tools (report, review, demo) also end with: 5 bad arguments, 6 database not\n"
+               "configured or not reachable, 7 nothing to export or approve, 8 the file could not be\n"
+               "written (no file is left behind), 9 the database refused the query or the update.\n");
 }
 
 QString VersionText() {

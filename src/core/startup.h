@@ -12,12 +12,22 @@ enum ExitCode : int {
     kExitRefusedArgument = 2,  // no argument or a non-numeric one: silent
     kExitBadSection = 3,       // a number outside the 16-bit range: reported with label "Main"
     kExitStartFailed = 4,      // the global settings could not be loaded (the user has seen why)
+    // The command-line tools (report, review, demo):
+    kExitUsage = 5,            // bad arguments, an unknown field, project or member: nothing touched
+    kExitNoDatabase = 6,       // the database is not configured, or it could not be opened
+    kExitNothingToDo = 7,      // no rows to export, or no unapproved item with that ID
+    kExitWriteFailed = 8,      // the file could not be written; no file is left behind
+    kExitStatementFailed = 9,  // the database refused the query or the update
 };
 
+// The first words that start a command-line tool instead of a screen.
+bool IsToolName(const QString& word);
+
 struct CommandLine {
-    enum Kind { Silent, Help, Version, Overflow, Section } kind = Silent;
+    enum Kind { Silent, Help, Version, Overflow, Section, Tool } kind = Silent;
     qint16 section = 0;
-    QString text;  // the whole command line as one string
+    QString text;           // the whole command line as one string
+    QStringList arguments;  // for a tool: its name and options, as given
 };
 
 // The whole command line is one string: the arguments joined by a blank.

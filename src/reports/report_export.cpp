@@ -325,7 +325,7 @@ Failure ExportFailure(const QString& text) {
 
 // Streams the rows of the report into the writer.
 ExportOutcome WriteRows(std::shared_ptr<Connection> connection, const ReportDefinition& def,
-                        ReportWriter& writer, const std::function<bool(qint64)>& progress) {
+                        ReportWriter& writer, const std::function<bool(qint64)>& progress, bool requireRows) {
     ExportOutcome out;
     Cursor cursor(std::move(connection));
     if (!cursor.Open(def.sql)) {
@@ -340,12 +340,19 @@ ExportOutcome WriteRows(std::shared_ptr<Connection> connection, const ReportDefi
     }
     ReportSummary summary(def);
     summary.Bind(cursor);
-    if (!writer.Begin(headings)) {
+    // The heading goes out with the first row, so a report that must not be empty writes nothing.
+    bool begun = false;
+    const auto begin = [&] {
+        begun = true;
+        if (writer.Begin(headings))
+            return true;
         out.failure = ExportFailure(writer.error);
-        return out;
-    }
+        return false;
+    };
     QVariantList cells;
     while (cursor.Next()) {
+        if (!begun && !begin())
+            return out;
         cells.clear();
         for (int p : pos)
             cells.append(p >= 0 ? cursor.Value(p) : QVariant());
@@ -363,6 +370,14 @@ ExportOutcome WriteRows(std::shared_ptr<Connection> connection, const ReportDefi
     if (cursor.LastError().isSet()) {
         out.failure = cursor.LastError();
         return out;
+    }
+    if (!begun) {
+        if (requireRows) {
+            out.empty = true;
+            return out;
+        }
+        if (!begin())
+            return out;
     }
     const Dictionary<QString> totals = summary.Entries();
     QStringList last;
@@ -404,9 +419,35 @@ QString XmlElementName(const QString& heading) {
     return name;
 }
 
+static std::unique_ptr<ReportWriter> MakeStreamWriter(ExportFormat format, QIODevice* device,
+                                                      const DateTextFn& dateText, bool append) {
+    switch (format) {
+        case ExportFormat::Text:
+            return MakeTextWriter(device, dateText);
+        case ExportFormat::Html:
+            return MakeHtmlWriter(device, dateText, append);
+        case ExportFormat::Xml:
+            return MakeXmlWriter(device, dateText);
+        default:
+            return nullptr;
+    }
+}
+
+ExportOutcome ExportReportTo(QIODevice* device, std::shared_ptr<Connection> connection,
+                             const ReportDefinition& def, ExportFormat format, const DateTextFn& dateText,
+                             const std::function<bool(qint64)>& progress, bool requireRows) {
+    std::unique_ptr<ReportWriter> writer = MakeStreamWriter(format, device, dateText, false);
+    if (!writer) {
+        ExportOutcome out;
+        out.failure = ExportFailure(QStringLiteral("A workbook cannot be written to a stream."));
+        return out;
+    }
+    return WriteRows(std::move(connection), def, *writer, progress, requireRows);
+}
+
 ExportOutcome ExportReport(std::shared_ptr<Connection> connection, const ReportDefinition& def,
                            ExportFormat format, const QString& path, bool append, const DateTextFn& dateText,
-                           const std::function<bool(qint64)>& progress) {
+                           const std::function<bool(qint64)>& progress, bool requireRows) {
     if (format == ExportFormat::Excel) {
         // The workbook library writes to a name, so it gets a temporary one beside the target.
         QTemporaryFile reserve(QFileInfo(path).absolutePath() + QStringLiteral("/.export-XXXXXX.xlsx"));
@@ -421,7 +462,7 @@ ExportOutcome ExportReport(std::shared_ptr<Connection> connection, const ReportD
         ExportOutcome out;
         {
             auto writer = MakeXlsxWriter(temp, dateText);
-            out = WriteRows(connection, def, *writer, progress);
+            out = WriteRows(connection, def, *writer, progress, requireRows);
         }
         if (out.ok) {
             if (std::rename(QFile::encodeName(temp).constData(), QFile::encodeName(path).constData()) != 0) {
@@ -455,19 +496,8 @@ ExportOutcome ExportReport(std::shared_ptr<Connection> connection, const ReportD
             }
         }
     }
-    std::unique_ptr<ReportWriter> writer;
-    switch (format) {
-        case ExportFormat::Text:
-            writer = MakeTextWriter(&file, dateText);
-            break;
-        case ExportFormat::Html:
-            writer = MakeHtmlWriter(&file, dateText, append);
-            break;
-        default:
-            writer = MakeXmlWriter(&file, dateText);
-            break;
-    }
-    out = WriteRows(connection, def, *writer, progress);
+    std::unique_ptr<ReportWriter> writer = MakeStreamWriter(format, &file, dateText, append);
+    out = WriteRows(connection, def, *writer, progress, requireRows);
     if (!out.ok) {
         file.cancelWriting();
         return out;

@@ -44,6 +44,7 @@ QString XmlElementName(const QString& heading);
 struct ExportOutcome {
     bool ok = false;
     bool cancelled = false;
+    bool empty = false;  // no rows, and requireRows asked for at least one: nothing was written
     qint64 rows = 0;
     Failure failure;
 };
@@ -51,10 +52,15 @@ struct ExportOutcome {
 // Runs the report's query again and writes every row to the file. The file is written under a
 // temporary name in the target folder and renamed into place only when complete, so a cancel or a
 // failure leaves no file behind, and an append leaves the original as it was. progress gets the rows
-// written so far and may answer false to stop.
+// written so far and may answer false to stop. With requireRows, a report without rows writes no file.
 ExportOutcome ExportReport(std::shared_ptr<Connection> connection, const ReportDefinition& def,
                            ExportFormat format, const QString& path, bool append, const DateTextFn& dateText,
-                           const std::function<bool(qint64)>& progress = {});
+                           const std::function<bool(qint64)>& progress = {}, bool requireRows = false);
+// The same rows as text, HTML or XML on an open device (standard output); nothing is written for a
+// report without rows when requireRows is set.
+ExportOutcome ExportReportTo(QIODevice* device, std::shared_ptr<Connection> connection,
+                             const ReportDefinition& def, ExportFormat format, const DateTextFn& dateText,
+                             const std::function<bool(qint64)>& progress = {}, bool requireRows = false);
 
 // Adds "." and the extension only to a path that ends in "."; every other path stays as it is.
 QString EnsureExtension(const QString& path, const QString& extension);

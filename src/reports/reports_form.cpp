@@ -32,6 +32,8 @@
 #include "domain/single_list.h"
 #include "reports/report_chart_widget.h"
 #include "reports/report_export.h"
+#include "reports/report_pdf.h"
+#include "reports/report_request.h"
 #include "settings/global_settings.h"
 
 namespace tlm {
@@ -40,8 +42,6 @@ namespace {
 
 std::function<void(frmReports&)> g_driver;
 
-// The page keeps only this many rows; the count, totals and exports cover all of them.
-constexpr qint64 kShownRows = 3000;
 // Window sizes are stored in the original units, 15 to a pixel.
 constexpr int kUnitsPerPixel = 15;
 const QString kTitle = QStringLiteral("Tally Loom Manager Process");
@@ -220,9 +220,7 @@ void frmReports::subSetCaption() {
     wwwReportEditor_->setVisible(editable_);
     wwwReport_->setVisible(!editable_);
 
-    projectTitle_ = db ? db->ProjectTitle.trimmed() : QString();
-    if (projectTitle_.isEmpty())
-        projectTitle_ = QStringLiteral("Project");
+    projectTitle_ = ReportProjectTitle(db ? db->ProjectTitle : QString());
     if (db)
         fields_.LoadFieldsToDictionaries(db->GeneralSettings, db->ProjectTitle, db->ActivityTitle);
     else
@@ -262,7 +260,7 @@ void frmReports::cboTypes_Click() {
     const int index = cboTypes_->currentIndex();
     if (index != 0 && index != 1)
         return;
-    const Dictionary<QString>& dic = index == 0 ? fields_.dicTaskFields : fields_.dicAppointmentFields;
+    const Dictionary<QString>& dic = *ReportFieldsOfType(fields_, index);
     {
         const QSignalBlocker block(lvFields_);
         lvFields_->clear();
@@ -272,8 +270,8 @@ void frmReports::cboTypes_Click() {
             item->setCheckState(Qt::Unchecked);
         }
     }
-    SetSelectedFields(index == 0 ? ui_.Reports_SelectedFieldsList_Tasks
-                                 : ui_.Reports_SelectedFieldsList_Appointments);
+    SetSelectedFields(StoredTickList(index, ui_.Reports_SelectedFieldsList_Tasks,
+                                     ui_.Reports_SelectedFieldsList_Appointments));
 }
 
 void frmReports::cboTimePeriod_Click() {
@@ -290,15 +288,7 @@ void frmReports::cboFilter_Click() {
         return;
     }
     cboList_->setVisible(true);
-    QStringList names;
-    if (cDBSettings* db = DBSettings()) {
-        if (index == 1)
-            for (const auto& e : db->Projects.Items)
-                names.append(e.item.ProjectName);
-        else
-            for (const auto& e : db->Members.Items)
-                names.append(e.item.Name);
-    }
+    const QStringList names = DBSettings() ? ReportFilterNames(*DBSettings(), index) : QStringList();
     cboList_->addItems(names);
     // The shared filler keeps the current text when it is still an entry.
     cboList_->setCurrentIndex(names.contains(keep) ? int(names.indexOf(keep)) : (names.isEmpty() ? -1 : 0));
@@ -317,38 +307,52 @@ void frmReports::GetSelectedFields() {
 }
 
 void frmReports::SetSelectedFields(const QString& list) {
-    cSingleList names;
-    names.FromString(list, QStringLiteral("\r\n"));
-    if (names.Items.isEmpty())
+    const Dictionary<QString>* fields = ReportFieldsOfType(fields_, cboTypes_->currentIndex());
+    if (!fields)
         return;
+    const QStringList ticked = StoredTicks(*fields, list);
     // Each tick stores the list again, so a stored name no longer offered drops out.
     for (int i = 0; i < lvFields_->count(); ++i)
-        if (names.Items.Exists(lvFields_->item(i)->text()))
+        if (ticked.contains(lvFields_->item(i)->text()))
             lvFields_->item(i)->setCheckState(Qt::Checked);
+}
+
+QStringList frmReports::TickedRows() const {
+    QStringList ticked;
+    for (int i = 0; i < lvFields_->count(); ++i)
+        if (lvFields_->item(i)->checkState() == Qt::Checked)
+            ticked.append(lvFields_->item(i)->text());
+    return ticked;
 }
 
 QString frmReports::SelectedFields() {
     dicSelectedFields = Dictionary<QString>(CompareMode::Text);
-    for (int i = 0; i < lvFields_->count(); ++i)
-        if (lvFields_->item(i)->checkState() == Qt::Checked) {
-            const QString name = lvFields_->item(i)->text().trimmed();
-            dicSelectedFields.Add(name, name);
-        }
+    for (const QString& name : SelectedFieldNames(TickedRows()))
+        dicSelectedFields.Add(name, name);
     return QStringLiteral("Select * from TABLENAME where ");
 }
 
-ReportQueryInput frmReports::QueryInput() const {
-    ReportQueryInput in;
-    in.dbChoice = Process().mySettings ? Process().mySettings->DBChoice : 0;
-    in.fullView = blnFullView;
-    in.userName = sCurrentUser();
-    in.period = cboTimePeriod_->currentText();
-    in.now = clock_();
-    in.rangeStart = dtpStart_->date();
-    in.rangeEnd = dtpEnd_->date();
-    in.filterIndex = cboFilter_->currentIndex();
-    in.listText = cboFilter_->currentIndex() > 0 ? cboList_->currentText() : QString();
-    return in;
+ReportChoices frmReports::Choices() const {
+    ReportChoices c;
+    c.typeIndex = cboTypes_->currentIndex();
+    c.period = cboTimePeriod_->currentText();
+    c.rangeStart = dtpStart_->date();
+    c.rangeEnd = dtpEnd_->date();
+    c.filterIndex = cboFilter_->currentIndex();
+    c.listText = cboList_->currentText();
+    c.ticked = TickedRows();
+    return c;
+}
+
+ReportContext frmReports::Context() const {
+    ReportContext x;
+    x.dbChoice = Process().mySettings ? Process().mySettings->DBChoice : 0;
+    x.fullView = blnFullView;
+    x.userName = sCurrentUser();
+    x.now = clock_();
+    if (DBSettings())
+        x.shortDateFormat = DBSettings()->ShortDateFormat;
+    return x;
 }
 
 QString frmReports::DateText(const QDateTime& value) const {
@@ -356,50 +360,36 @@ QString frmReports::DateText(const QDateTime& value) const {
 }
 
 void frmReports::cmdShow_Click() {
-    int ticked = 0;
-    for (int i = 1; i < lvFields_->count(); ++i)
-        if (lvFields_->item(i)->checkState() == Qt::Checked)
-            ++ticked;
-    if (ticked == 0) {
+    const Dictionary<QString>* fields = ReportFieldsOfType(fields_, cboTypes_->currentIndex());
+    if (!fields || CountChosenFields(*fields, TickedRows()) == 0) {
         MsgBox(QStringLiteral("Please select at least one field to be included into the report!"),
                PromptIcon::Information, PromptButtons::Ok, kTitle);
         return;
     }
     report_.reset();
     chart_ = QImage();
-    const QString tag = cboFilter_->currentIndex() != 0 && !cboList_->currentText().isEmpty()
-                            ? cboList_->currentText() + QStringLiteral(": ")
-                            : QString();
-    QString page = PageHead(tag, sCurrentUser(), DateTimeToText(clock_()));
     FrameDateRange_->setVisible(false);
-    page += ShowReport(cboTimePeriod_->currentText());
-    page += PageTail();
-    OutputHTML(page);
+    const PreparedReport prepared = PrepareReport(fields_, Choices(), Context());
+    const QString section = ShowReport(prepared);
+    OutputHTML(
+        ComposeReportPage(prepared, sCurrentUser(), DateTimeToText(clock_()), !chart_.isNull(), section));
 }
 
-QString frmReports::ShowReport(const QString& strPeriod) {
-    Q_UNUSED(strPeriod);  // the period is read from its selector
+QString frmReports::ShowReport(const PreparedReport& prepared) {
     SelectedFields();
-    const ReportQueryInput in = QueryInput();
-    QString sql = GetReportSQL(in);
     const int type = cboTypes_->currentIndex();
-    const QString header =
-        GetReportHeader(type, in, DBSettings() ? DBSettings()->ShortDateFormat : QStringLiteral("M/d/yyyy"));
     if (type != 0 && type != 1)
         return QString();
     blnShowingAppointments = type == 1;
-    sql.replace(QStringLiteral("TABLENAME"), ReportTableName(type));
-    QStringList selected;
-    for (const auto& e : dicSelectedFields)
-        selected.append(e.item);
-    ReportDefinition def =
-        MakeReportDefinition(sql, blnShowingAppointments, selected, fields_, in.filterIndex);
+    ReportDefinition def = prepared.def;
+    const QString& header = prepared.header;
 
     ReportRun run;
     {
         Progress progress(this, 0);
         run = RunReport(
-            CurrentConnection(), def, header, kShownRows, [this](const QDateTime& d) { return DateText(d); },
+            CurrentConnection(), def, header, kReportPageRows,
+            [this](const QDateTime& d) { return DateText(d); },
             [&progress](qint64 rows) { return progress.Tick(rows); });
     }
     if (run.cancelled)
@@ -411,12 +401,9 @@ QString frmReports::ShowReport(const QString& strPeriod) {
         return QString();
     }
     report_ = LastReport{std::move(def), run.rowCount};
-    QString body;
-    if (chkChart_->isChecked() && run.rowCount > 0) {
+    if (chkChart_->isChecked() && run.rowCount > 0)
         chart_ = RenderReportChart(run.chart);
-        body += ChartImageHtml();
-    }
-    return body + run.html;
+    return run.html;
 }
 
 void frmReports::OutputHTML(const QString& page) {
@@ -516,11 +503,13 @@ bool frmReports::SaveAsPdf() {
                                          QStringLiteral("pdf"));
     if (path.isEmpty())
         return false;
-    QPrinter printer(QPrinter::HighResolution);
-    printer.setOutputFormat(QPrinter::PdfFormat);
-    printer.setOutputFileName(path);
-    (editable_ ? wwwReportEditor_->document() : wwwReport_->document())->print(&printer);
-    return QFileInfo(path).size() > 0;
+    QString error;
+    if (!PrintDocumentToPdf(*(editable_ ? wwwReportEditor_->document() : wwwReport_->document()), path,
+                            &error)) {
+        subReportError(Failure{errnum::kUnspecified, error, 0, QStringLiteral("fReports.SaveAsPdf")});
+        return false;
+    }
+    return true;
 }
 
 void frmReports::SaveUISettings() {

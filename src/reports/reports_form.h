@@ -10,6 +10,7 @@
 #include "reports/report_fields.h"
 #include "reports/report_query.h"
 #include "reports/report_render.h"
+#include "reports/report_request.h"
 
 class QCheckBox;
 class QComboBox;
@@ -86,8 +87,10 @@ class frmReports : public QDialog {
     void GetSelectedFields();
     void SetSelectedFields(const QString& list);
     QString SelectedFields();
-    ReportQueryInput QueryInput() const;
-    QString ShowReport(const QString& strPeriod);
+    QStringList TickedRows() const;
+    ReportChoices Choices() const;
+    ReportContext Context() const;
+    QString ShowReport(const PreparedReport& prepared);
     void OutputHTML(const QString& page);
     QString DateText(const QDateTime& value) const;
 

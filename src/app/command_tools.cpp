@@ -1,0 +1,633 @@
+#include "app/command_tools.h"
+
+#include <unistd.h>
+
+#include <QApplication>
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QTextDocument>
+#include <cstdio>
+#include <memory>
+
+#include "app/demo_data.h"
+#include "core/codecs.h"
+#include "core/error_report.h"
+#include "core/file_services.h"
+#include "core/local_settings.h"
+#include "core/process_state.h"
+#include "core/startup.h"
+#include "core/version.h"
+#include "database/connection.h"
+#include "database/recordset.h"
+#include "desktop/ui_settings.h"
+#include "notifications/senders.h"
+#include "reported/reported_record.h"
+#include "reports/report_chart_widget.h"
+#include "reports/report_export.h"
+#include "reports/report_fields.h"
+#include "reports/report_pdf.h"
+#include "reports/report_request.h"
+#include "review/review_queue.h"
+#include "settings/global_settings.h"
+
+namespace tlm {
+
+namespace {
+
+void Print(FILE* stream, const QString& text) {
+    const QByteArray bytes = text.toLocal8Bit();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
+}
+
+int Fail(int code, const QString& text) {
+    Print(stderr, QStringLiteral("tlm-manager: ") + text + u'\n');
+    return code;
+}
+
+QString UsageError(QString error, const QString& tool) {
+    if (error.endsWith(u'.'))
+        error.chop(1);
+    return error + QStringLiteral(" (see tlm-manager ") + tool + QStringLiteral(" --help)");
+}
+
+// "--name value" or "--name=value"; advances i past the value.
+bool TakeValue(const QStringList& args, int& i, const QString& name, QString* value, QString* error) {
+    const QString& a = args[i];
+    if (a.startsWith(name + u'=')) {
+        *value = a.mid(name.size() + 1);
+        return true;
+    }
+    if (i + 1 >= args.size()) {
+        *error = name + QStringLiteral(" needs a value.");
+        return false;
+    }
+    *value = args[++i];
+    return true;
+}
+
+bool IsOption(const QString& arg, const QString& name) {
+    return arg == name || arg.startsWith(name + u'=');
+}
+
+bool ParseDay(const QString& text, QDate* day) {
+    *day = QDate::fromString(text, QStringLiteral("yyyy-M-d"));
+    return day->isValid();
+}
+
+// Rows done and the rate, on one line of standard error, only when it is a terminal.
+class ProgressLine {
+  public:
+    ProgressLine() : shown_(isatty(STDERR_FILENO) == 1) { clock_.start(); }
+    ~ProgressLine() { Done(); }
+    bool Tick(qint64 rows) {
+        if (!shown_ || clock_.elapsed() - last_ < 250)
+            return true;
+        last_ = clock_.elapsed();
+        const double seconds = std::max<qint64>(1, clock_.elapsed()) / 1000.0;
+        Print(stderr, QStringLiteral("\r%1 rows, %2 rows/s   ").arg(rows).arg(qint64(rows / seconds)));
+        std::fflush(stderr);
+        printed_ = true;
+        return true;
+    }
+    void Done() {
+        if (printed_)
+            Print(stderr, QStringLiteral("\n"));
+        printed_ = false;
+    }
+
+  private:
+    bool shown_;
+    bool printed_ = false;
+    qint64 last_ = 0;
+    QElapsedTimer clock_;
+};
+
+// The process objects a tool needs: local settings, the connection, the loaded global settings.
+class ToolSession {
+  public:
+    ~ToolSession() {
+        subCloseConnection();
+        SetDBSettings(nullptr);
+        Process().mySettings = nullptr;
+    }
+    // Opens the configured database without ever creating one. Answers 0 or an exit code, with
+    // the reason on standard error. allowCreate: a configured but missing file may be created (demo).
+    int Open(bool allowCreate) {
+        Process().blnManagerProcess = true;
+        my_.ReadSettings();
+        Process().mySettings = &my_;
+        if (my_.DBChoice == 0 && my_.DBConnectionString.trimmed().isEmpty()) {
+            if (!allowCreate || qEnvironmentVariable("TLM_DEFAULT_DATA_DIR").isEmpty())
+                return Fail(kExitNoDatabase,
+                            QStringLiteral("the database is not configured (run \"tlm-manager 14\" or "
+                                           "\"make run\" once to choose one)."));
+            // As the first-run panel proposes it under make run.
+            my_.DBConnectionString = qEnvironmentVariable("TLM_DEFAULT_DATA_DIR");
+            my_.SaveSettings();
+        }
+        if (my_.DBChoice != 0 && my_.DBConnectionString.trimmed().isEmpty())
+            return Fail(kExitNoDatabase, QStringLiteral("the database is not configured: the server "
+                                                        "connection is empty."));
+        if (my_.DBChoice == 0) {
+            const QString file = fncStripTrailingSlash(my_.DBConnectionString) + u'/' + kDatabaseFileName;
+            if (!QFileInfo::exists(file) && !allowCreate)
+                return Fail(kExitNoDatabase,
+                            QStringLiteral("the database file ") + file + QStringLiteral(" does not exist."));
+            if (QFileInfo::exists(file)) {
+                Connection probe;
+                Failure failure;
+                if (!probe.Open(SqliteConnectionString(file), &failure))
+                    return Fail(kExitNoDatabase, QStringLiteral("the database file ") + file +
+                                                     QStringLiteral(" could not be opened: ") +
+                                                     MaskSecrets(failure.description));
+            }
+        } else {
+            Connection probe;
+            Failure failure;
+            if (!probe.Open(my_.DBConnectionString, &failure))
+                return Fail(kExitNoDatabase, QStringLiteral("the database server could not be reached: ") +
+                                                 MaskSecrets(failure.description));
+        }
+        SetDBSettings(&global_);
+        bool ok = false;
+        global_.LoadGlobalSettings(false, ok);
+        if (!ok || !CurrentConnection())
+            return Fail(kExitNoDatabase,
+                        QStringLiteral("the settings could not be loaded from the database ") +
+                            MaskSecrets(fncGetDatabaseDisplayName()) + u'.');
+        return 0;
+    }
+    cMySettings& my() { return my_; }
+    cDBSettings& global() { return global_; }
+
+  private:
+    cMySettings my_;
+    cDBSettings global_;
+};
+
+// Finds a name among the offered ones without regard to case; answers the offered spelling.
+QString FindName(const QStringList& offered, const QString& wanted) {
+    for (const QString& name : offered)
+        if (name.compare(wanted, Qt::CaseInsensitive) == 0)
+            return name;
+    return QString();
+}
+
+QString DateText(const QDateTime& value) {
+    return DateTimeToText(value);
+}
+
+ExportFormat FormatOf(const QString& name) {
+    if (name == u"xlsx")
+        return ExportFormat::Excel;
+    if (name == u"html")
+        return ExportFormat::Html;
+    if (name == u"xml")
+        return ExportFormat::Xml;
+    return ExportFormat::Text;
+}
+
+// A failure of the writer is the file's; anything else came from the database.
+int ExportFailureCode(const Failure& failure) {
+    return failure.label == u"fReports.ExportToFile" ? kExitWriteFailed : kExitStatementFailed;
+}
+
+int RunReportTool(const ReportOptions& o) {
+    ToolSession session;
+    if (const int code = session.Open(false))
+        return code;
+    cDBSettings& global = session.global();
+    cUISettings ui;
+    ui.ReadReportsUIValues();
+    cReportFields fields;
+    fields.LoadFieldsToDictionaries(global.GeneralSettings, global.ProjectTitle, global.ActivityTitle);
+
+    ReportChoices c;
+    // As the window restores them: a stored index it does not have leaves its own default.
+    c.typeIndex = o.typeIndex.value_or(ui.Reports_ReportTypeIndex == 0 ? 0 : 1);
+    const QStringList periods = ReportPeriodNames();
+    const QDateTime now = QDateTime::currentDateTime();
+    c.rangeStart = now.date().addDays(-7);
+    c.rangeEnd = now.date();
+    if (o.from.isValid() || o.to.isValid()) {
+        c.period = kDateRangePeriod;
+        if (o.from.isValid())
+            c.rangeStart = o.from;
+        if (o.to.isValid())
+            c.rangeEnd = o.to;
+    } else if (!o.period.isEmpty()) {
+        c.period = FindName(periods, o.period);
+        if (c.period.isEmpty() && o.period.compare(QStringLiteral("Date Range"), Qt::CaseInsensitive) == 0)
+            c.period = kDateRangePeriod;
+        if (c.period.isEmpty())
+            return Fail(kExitUsage, QStringLiteral("unknown period \"") + o.period +
+                                        QStringLiteral("\"; the periods are: ") +
+                                        periods.join(QStringLiteral(", ")));
+    } else {
+        const int stored = ui.Reports_TimePeriodIndex;
+        c.period = periods.value(stored >= 0 && stored < periods.size() ? stored : 0);
+    }
+    if (!o.project.isEmpty() || !o.member.isEmpty()) {
+        c.filterIndex = o.project.isEmpty() ? 2 : 1;
+        const QString wanted = o.project.isEmpty() ? o.member : o.project;
+        c.listText = FindName(ReportFilterNames(global, c.filterIndex), wanted);
+        if (c.listText.isEmpty())
+            return Fail(kExitUsage, (c.filterIndex == 1 ? QStringLiteral("no project named \"")
+                                                        : QStringLiteral("no member named \"")) +
+                                        wanted + QStringLiteral("\"."));
+    }
+    const Dictionary<QString>& offered = *ReportFieldsOfType(fields, c.typeIndex);
+    if (o.fields) {
+        QStringList names;
+        for (const auto& e : offered)
+            names.append(e.item);
+        QStringList wanted;
+        for (const QString& f : *o.fields) {
+            const QString name = FindName(names, f.trimmed());
+            if (name.isEmpty())
+                return Fail(kExitUsage, QStringLiteral("unknown field \"") + f.trimmed() +
+                                            QStringLiteral("\"; the fields of this type are: ") +
+                                            names.join(QStringLiteral(", ")));
+            wanted.append(name);
+        }
+        // Ticks come in the list's order, as in the window.
+        for (const QString& name : names)
+            if (wanted.contains(name))
+                c.ticked.append(name);
+    } else {
+        c.ticked = StoredTicks(offered, StoredTickList(c.typeIndex, ui.Reports_SelectedFieldsList_Tasks,
+                                                       ui.Reports_SelectedFieldsList_Appointments));
+    }
+    if (CountChosenFields(offered, c.ticked) == 0)
+        return Fail(kExitUsage, QStringLiteral("no fields chosen: give --fields, or tick them in the reports "
+                                               "screen (the ID field alone makes no report)."));
+
+    ReportContext context;
+    context.dbChoice = session.my().DBChoice;
+    context.fullView = Process().blnManagerProcess;
+    context.userName = sCurrentUser();
+    context.now = now;
+    context.shortDateFormat = global.ShortDateFormat;
+    const PreparedReport prepared = PrepareReport(fields, c, context);
+
+    ProgressLine progress;
+    const auto tick = [&progress](qint64 rows) { return progress.Tick(rows); };
+    if (o.format == u"pdf") {
+        const ReportRun run =
+            RunReport(CurrentConnection(), prepared.def, prepared.header, kReportPageRows, DateText, tick);
+        progress.Done();
+        if (!run.ok)
+            return Fail(kExitStatementFailed,
+                        QStringLiteral("the report's query failed: ") + MaskSecrets(run.failure.description));
+        if (run.rowCount == 0)
+            return Fail(kExitNothingToDo, QStringLiteral("There is no data to be exported!"));
+        const QImage chart = o.chart ? RenderReportChart(run.chart) : QImage();
+        const QString page =
+            ComposeReportPage(prepared, sCurrentUser(), DateTimeToText(now), !chart.isNull(), run.html);
+        auto document = ReportPageDocument(page, chart);
+        QString error;
+        if (!PrintDocumentToPdf(*document, o.out, &error))
+            return Fail(kExitWriteFailed, error);
+        return kExitNormal;
+    }
+
+    const ExportFormat format = FormatOf(o.format);
+    ExportOutcome out;
+    if (o.out == u"-") {
+        QFile stdoutFile;
+        if (!stdoutFile.open(stdout, QIODevice::WriteOnly))
+            return Fail(kExitWriteFailed, QStringLiteral("standard output cannot be written."));
+        out = ExportReportTo(&stdoutFile, CurrentConnection(), prepared.def, format, DateText, tick, true);
+        stdoutFile.close();
+    } else {
+        out = ExportReport(CurrentConnection(), prepared.def, format, o.out, o.append, DateText, tick, true);
+    }
+    progress.Done();
+    if (out.empty)
+        return Fail(kExitNothingToDo, QStringLiteral("There is no data to be exported!"));
+    if (!out.ok)
+        return Fail(ExportFailureCode(out.failure), MaskSecrets(out.failure.description));
+    return kExitNormal;
+}
+
+QString OneLine(QString text) {
+    text.replace(u'\t', u' ');
+    text.replace(u'\r', u' ');
+    text.replace(u'\n', u' ');
+    return text;
+}
+
+int RunReviewTool(const ReviewOptionsLine& o) {
+    ToolSession session;
+    if (const int code = session.Open(false))
+        return code;
+    const qint32 dbChoice = session.my().DBChoice;
+    if (o.list) {
+        ReviewFilter filter;
+        filter.typesIndex = o.type == u"tasks" ? 0 : o.type == u"appointments" ? 1 : 2;
+        QVector<ReviewItem> items;
+        for (const bool appointments : {false, true}) {
+            if (appointments ? !WantsAppointments(filter.typesIndex) : !WantsTasks(filter.typesIndex))
+                continue;
+            const QString table =
+                appointments ? QStringLiteral("tReportedAppointments") : QStringLiteral("tReportedTasks");
+            std::unique_ptr<Recordset> rs =
+                GetDBRecordset(ReviewQueryFor(filter, dbChoice, table), true, false);
+            if (!rs)
+                return Fail(kExitStatementFailed, QStringLiteral("the unapproved items could not be read."));
+            if (!LoadRecordsetToCollection(rs.get(), appointments, items))
+                return Fail(kExitStatementFailed, QStringLiteral("the unapproved items could not be read."));
+        }
+        const cDBSettings& global = session.global();
+        QString text = QStringLiteral("Type\tID\tSubject\t") + global.ProjectTitle + u'\t' +
+                       global.ActivityTitle + QStringLiteral("\tCost\tReported Date\tReported By\n");
+        for (const ReviewItem& it : items)
+            text += it.TypeText() + u'\t' + it.ID + u'\t' + OneLine(it.Subject) + u'\t' +
+                    OneLine(it.ProjectValue) + u'\t' + OneLine(it.ActivityValue) + u'\t' +
+                    it.TotalCost.toPlainString() + u'\t' + DateTimeToText(it.ReportedDate) + u'\t' +
+                    OneLine(it.ReportedBy) + u'\n';
+        Print(stdout, text);
+        return std::fflush(stdout) == 0
+                   ? kExitNormal
+                   : Fail(kExitWriteFailed, QStringLiteral("standard output cannot be written."));
+    }
+
+    // Approve: the row must be in the queue, as it would be in the window's grid.
+    const bool appointment = o.type == u"appointment";
+    const QString table = ReviewTableFor(o.type);
+    ReviewFilter filter;
+    std::unique_ptr<Recordset> rs = GetDBRecordset(
+        ReviewQueryFor(filter, dbChoice, table) + QStringLiteral(" and ID = ") + o.approveId, true, false);
+    QVector<ReviewItem> items;
+    if (!rs || !LoadRecordsetToCollection(rs.get(), appointment, items))
+        return Fail(kExitStatementFailed, QStringLiteral("the item could not be read."));
+    rs.reset();
+    if (items.isEmpty())
+        return Fail(kExitNothingToDo, QStringLiteral("no unapproved ") + o.type +
+                                          QStringLiteral(" with ID ") + o.approveId + u'.');
+    const ReviewItem& item = items.first();
+    // The values the grid would hold for the row, unedited.
+    ApproveCells cells{item.ProjectValue, item.ActivityValue, item.TotalCost.toPlainString()};
+    InstallNotificationSenders(nullptr);
+    bool ok = false;
+    ApproveDBItem(item.ID, o.type, cells, ReadReviewOptions(session.global()), ok);
+    if (!ok)
+        return Fail(kExitStatementFailed, QStringLiteral("the approval was refused by the database."));
+    Print(stdout, QStringLiteral("Approved ") + o.type + u' ' + item.ID + QStringLiteral(": ") +
+                      OneLine(item.Subject) + u'\n');
+    return kExitNormal;
+}
+
+int RunDemoTool() {
+    ToolSession session;
+    if (const int code = session.Open(true))
+        return code;
+    ProgressLine progress;
+    const DemoOutcome out = FillDemoData(*CurrentConnection(), DemoSpec(QDate::currentDate()),
+                                         [&progress](qint64 done, qint64) { return progress.Tick(done); });
+    progress.Done();
+    if (!out.ok)
+        return Fail(kExitStatementFailed, QStringLiteral("the demo data could not be written: ") +
+                                              MaskSecrets(out.failure.description));
+    if (out.alreadyFilled) {
+        Print(stdout,
+              QStringLiteral("The database holds projects or reported items already; nothing was added.\n"));
+        return kExitNormal;
+    }
+    Print(stdout, QStringLiteral(
+                      "Added %1 projects, %2 activities, %3 members, %4 tasks and %5 appointments to %6.\n")
+                      .arg(out.counts.projects)
+                      .arg(out.counts.activities)
+                      .arg(out.counts.members)
+                      .arg(out.counts.tasks)
+                      .arg(out.counts.appointments)
+                      .arg(MaskSecrets(fncGetDatabaseDisplayName())));
+    return kExitNormal;
+}
+
+}  // namespace
+
+bool ParseReportOptions(const QStringList& args, ReportOptions* o, QString* error) {
+    for (int i = 0; i < args.size(); ++i) {
+        const QString& a = args[i];
+        QString v;
+        if (a == u"--help" || a == u"-h") {
+            o->help = true;
+        } else if (IsOption(a, QStringLiteral("--type"))) {
+            if (!TakeValue(args, i, QStringLiteral("--type"), &v, error))
+                return false;
+            v = v.toLower();
+            if (v == u"tasks" || v == u"task")
+                o->typeIndex = 0;
+            else if (v == u"appointments" || v == u"appointment")
+                o->typeIndex = 1;
+            else
+                return *error = QStringLiteral("--type is tasks or appointments, not \"") + v + u'"', false;
+        } else if (IsOption(a, QStringLiteral("--period"))) {
+            if (!TakeValue(args, i, QStringLiteral("--period"), &o->period, error))
+                return false;
+        } else if (IsOption(a, QStringLiteral("--from")) || IsOption(a, QStringLiteral("--to"))) {
+            const bool from = IsOption(a, QStringLiteral("--from"));
+            const QString name = from ? QStringLiteral("--from") : QStringLiteral("--to");
+            if (!TakeValue(args, i, name, &v, error))
+                return false;
+            if (!ParseDay(v, from ? &o->from : &o->to))
+                return *error = name + QStringLiteral(" takes a date as YYYY-MM-DD, not \"") + v + u'"',
+                       false;
+        } else if (IsOption(a, QStringLiteral("--project"))) {
+            if (!TakeValue(args, i, QStringLiteral("--project"), &o->project, error))
+                return false;
+        } else if (IsOption(a, QStringLiteral("--member"))) {
+            if (!TakeValue(args, i, QStringLiteral("--member"), &o->member, error))
+                return false;
+        } else if (IsOption(a, QStringLiteral("--fields"))) {
+            if (!TakeValue(args, i, QStringLiteral("--fields"), &v, error))
+                return false;
+            QStringList list;
+            for (const QString& f : v.split(u','))
+                if (!f.trimmed().isEmpty())
+                    list.append(f.trimmed());
+            if (list.isEmpty())
+                return *error = QStringLiteral("--fields names no field."), false;
+            o->fields = list;
+        } else if (IsOption(a, QStringLiteral("--format"))) {
+            if (!TakeValue(args, i, QStringLiteral("--format"), &v, error))
+                return false;
+            o->format = v.toLower();
+        } else if (IsOption(a, QStringLiteral("--out")) || a == u"-o") {
+            if (a == u"-o") {
+                if (i + 1 >= args.size())
+                    return *error = QStringLiteral("-o needs a value."), false;
+                o->out = args[++i];
+            } else if (!TakeValue(args, i, QStringLiteral("--out"), &o->out, error)) {
+                return false;
+            }
+        } else if (a == u"--append") {
+            o->append = true;
+        } else if (a == u"--no-chart") {
+            o->chart = false;
+        } else {
+            return *error = QStringLiteral("unknown option \"") + a + u'"', false;
+        }
+    }
+    if (o->help)
+        return true;
+    if (!o->project.isEmpty() && !o->member.isEmpty())
+        return *error = QStringLiteral("--project and --member cannot be combined."), false;
+    if (!o->period.isEmpty() && (o->from.isValid() || o->to.isValid()))
+        return *error = QStringLiteral("--period cannot be combined with --from/--to."), false;
+    if (o->from.isValid() && o->to.isValid() && o->from > o->to)
+        return *error = QStringLiteral("--from is after --to."), false;
+    if (o->out.isEmpty())
+        return *error = QStringLiteral("--out FILE is required (\"-\" for standard output)."), false;
+    if (o->format.isEmpty()) {
+        // Taken from the file's extension when not given.
+        const QString ext = o->out == u"-" ? QStringLiteral("txt") : QFileInfo(o->out).suffix().toLower();
+        o->format = ext == u"htm" ? QStringLiteral("html") : ext == u"text" ? QStringLiteral("txt") : ext;
+    }
+    static const QStringList formats = {QStringLiteral("xlsx"), QStringLiteral("txt"), QStringLiteral("html"),
+                                        QStringLiteral("xml"), QStringLiteral("pdf")};
+    if (!formats.contains(o->format))
+        return *error = QStringLiteral("--format is one of xlsx, txt, html, xml, pdf") +
+                        (o->format.isEmpty() ? QString() : QStringLiteral(", not \"") + o->format + u'"'),
+               false;
+    if (o->out == u"-" && (o->format == u"xlsx" || o->format == u"pdf"))
+        return *error =
+                   QStringLiteral("a ") + o->format + QStringLiteral(" file cannot go to standard output."),
+               false;
+    if (o->append && o->format != u"txt" && o->format != u"html")
+        return *error = QStringLiteral("--append works for txt and html only."), false;
+    if (o->append && o->out == u"-")
+        return *error = QStringLiteral("--append needs a file."), false;
+    return true;
+}
+
+bool ParseReviewOptions(const QStringList& args, ReviewOptionsLine* o, QString* error) {
+    for (int i = 0; i < args.size(); ++i) {
+        const QString& a = args[i];
+        if (a == u"--help" || a == u"-h") {
+            o->help = true;
+        } else if (a == u"--list") {
+            o->list = true;
+        } else if (IsOption(a, QStringLiteral("--approve"))) {
+            if (!TakeValue(args, i, QStringLiteral("--approve"), &o->approveId, error))
+                return false;
+        } else if (IsOption(a, QStringLiteral("--type"))) {
+            if (!TakeValue(args, i, QStringLiteral("--type"), &o->type, error))
+                return false;
+            o->type = o->type.toLower();
+        } else {
+            return *error = QStringLiteral("unknown option \"") + a + u'"', false;
+        }
+    }
+    if (o->help)
+        return true;
+    if (o->list == !o->approveId.isEmpty())
+        return *error = QStringLiteral("give either --list or --approve ID --type task|appointment."), false;
+    if (o->list) {
+        if (o->type.isEmpty())
+            o->type = QStringLiteral("both");
+        if (o->type != u"tasks" && o->type != u"appointments" && o->type != u"both")
+            return *error = QStringLiteral("--type with --list is tasks, appointments or both."), false;
+        return true;
+    }
+    // The ID goes into the statement as it is, so only digits pass.
+    bool numeric = !o->approveId.isEmpty() && o->approveId.size() <= 18;
+    for (const QChar ch : o->approveId)
+        numeric = numeric && ch >= u'0' && ch <= u'9';
+    if (!numeric)
+        return *error = QStringLiteral("--approve takes the item's numeric ID, not \"") + o->approveId + u'"',
+               false;
+    if (o->type != u"task" && o->type != u"appointment")
+        return *error = QStringLiteral("--approve needs --type task or --type appointment."), false;
+    return true;
+}
+
+QString ReportUsageText() {
+    return QStringLiteral(
+        "Usage: tlm-manager report --out FILE|- [OPTIONS]\n"
+        "Writes a summary report as the reports screen (section 21) exports it, without a display.\n\n"
+        "  --type tasks|appointments   the item type (default: as last chosen in the screen)\n"
+        "  --period NAME               Today, Yesterday, This Week, Last Week, This Month,\n"
+        "                              Last Month, This Year, Last Year (default: as last chosen)\n"
+        "  --from YYYY-MM-DD --to YYYY-MM-DD   a date range instead of a period\n"
+        "  --project NAME | --member NAME      only that project's or member's items\n"
+        "  --fields \"A,B,...\"          display names as the screen lists them (default: the\n"
+        "                              fields ticked in the screen); listed in the screen's order\n"
+        "  --format xlsx|txt|html|xml|pdf      (default: the file's extension; txt for -)\n"
+        "  --out FILE                  the file; \"-\" writes txt, html or xml to standard output\n"
+        "  --append                    add to an existing txt or html file\n"
+        "  --no-chart                  a pdf without the chart\n\n"
+        "Exit codes: 0 written, 5 bad arguments or an unknown field, project or member,\n"
+        "6 database not configured or not reachable, 7 nothing to export, 8 the file could not\n"
+        "be written (no file is left behind), 9 the database refused the query.\n");
+}
+
+QString ReviewUsageText() {
+    return QStringLiteral(
+        "Usage: tlm-manager review --list [--type tasks|appointments|both]\n"
+        "       tlm-manager review --approve ID --type task|appointment\n"
+        "Lists the unapproved items as tab-separated lines, or approves one as the review screen\n"
+        "(section 22) does.\n\n"
+        "Exit codes: 0 done, 5 bad arguments, 6 database not configured or not reachable,\n"
+        "7 no unapproved item with that ID, 8 standard output cannot be written, 9 the database\n"
+        "refused the statement.\n");
+}
+
+QString DemoUsageText() {
+    return QStringLiteral(
+        "Usage: tlm-manager demo\n"
+        "Fills the configured database with demo data: a dozen projects with managers and their\n"
+        "activities, 30 members and a year of reported tasks and appointments, most unapproved.\n"
+        "A database that holds projects or reported items already is left as it is.\n\n"
+        "Exit codes: 0 done (or nothing to add), 5 bad arguments, 6 database not configured or not\n"
+        "reachable, 9 the database refused the rows.\n");
+}
+
+int RunTool(const QStringList& arguments, int& argc, char** argv) {
+    const QString tool = arguments.value(0);
+    const QStringList args = arguments.mid(1);
+    QString error;
+    ReportOptions report;
+    ReviewOptionsLine review;
+    if (tool == u"report") {
+        if (!ParseReportOptions(args, &report, &error))
+            return Fail(kExitUsage, UsageError(error, QStringLiteral("report")));
+        if (report.help)
+            return Print(stdout, ReportUsageText()), kExitNormal;
+    } else if (tool == u"review") {
+        if (!ParseReviewOptions(args, &review, &error))
+            return Fail(kExitUsage, UsageError(error, QStringLiteral("review")));
+        if (review.help)
+            return Print(stdout, ReviewUsageText()), kExitNormal;
+    } else if (tool == u"demo") {
+        if (args == QStringList{QStringLiteral("--help")})
+            return Print(stdout, DemoUsageText()), kExitNormal;
+        if (!args.isEmpty())
+            return Fail(kExitUsage, QStringLiteral("demo takes no options (see tlm-manager demo --help)"));
+    } else {
+        return Fail(kExitUsage, QStringLiteral("unknown command \"") + tool + u'"');
+    }
+
+    PinLocalTimeZone();
+    // Only a PDF needs fonts and painting, and then no display: the offscreen platform.
+    std::unique_ptr<QCoreApplication> app;
+    if (tool == u"report" && report.format == u"pdf") {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        app = std::make_unique<QApplication>(argc, argv);
+    } else {
+        app = std::make_unique<QCoreApplication>(argc, argv);
+    }
+    QCoreApplication::setApplicationName(QStringLiteral("TLM"));
+    QCoreApplication::setOrganizationName(QStringLiteral("Orrinwell"));
+    QCoreApplication::setApplicationVersion(QString::fromLatin1(kVersionText));
+    if (tool == u"report")
+        return RunReportTool(report);
+    if (tool == u"review")
+        return RunReviewTool(review);
+    return RunDemoTool();
+}
+
+}  // namespace tlm

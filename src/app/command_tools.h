@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QDate>
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+namespace tlm {
+
+// The options of `tlm-manager report`, as parsed; nothing is checked against the database yet.
+struct ReportOptions {
+    std::optional<int> typeIndex;  // 0 tasks, 1 appointments; unset: the stored choice
+    QString period;                // unset: the stored choice
+    QDate from, to;                // either one makes the period "Date Range.."
+    QString project, member;       // at most one
+    std::optional<QStringList> fields;
+    QString format;  // xlsx, txt, html, xml, pdf
+    QString out;     // a path, or "-" for standard output
+    bool append = false;
+    bool chart = true;
+    bool help = false;
+};
+// Reads the options after the word "report". Answers false with the reason in error.
+bool ParseReportOptions(const QStringList& args, ReportOptions* options, QString* error);
+
+struct ReviewOptionsLine {
+    bool list = false;
+    QString approveId;  // digits only
+    QString type;       // task or appointment (approve), tasks, appointments or both (list)
+    bool help = false;
+};
+bool ParseReviewOptions(const QStringList& args, ReviewOptionsLine* options, QString* error);
+
+QString ReportUsageText();
+QString ReviewUsageText();
+QString DemoUsageText();
+
+// Runs a tool: arguments[0] is its name. Builds its own application object (no display needed;
+// a PDF report uses the offscreen platform). Answers the exit code.
+int RunTool(const QStringList& arguments, int& argc, char** argv);
+
+}  // namespace tlm
