@@ -135,6 +135,10 @@ TEST_F(EngineFixture, TagsReplaceInOrderOfAddingAndPrefixesBreakLongerTags) {
     // Case counts in the text, not in the key.
     EXPECT_EQ(ReplaceContentWithDictionary(QStringLiteral("tlm_project TLM_PROJECT"), &tags),
               QStringLiteral("tlm_project Apollo"));
+    // Every place a tag stands, however long the text.
+    const QString row = QStringLiteral("<td>TLM_PROJECT</td>\n");
+    EXPECT_EQ(ReplaceContentWithDictionary(row.repeated(100000), &tags),
+              QStringLiteral("<td>Apollo</td>\n").repeated(100000));
     EXPECT_EQ(TagValueText(QVariant::fromValue(*Money::parse("90"))), QStringLiteral("90"));
 }
 
