@@ -117,6 +117,12 @@ class SettingsFormsTest : public ::testing::Test {
         EXPECT_TRUE(panel) << "the database panel is not in the form";
         return panel;
     }
+    // The database panel as the settings command opens it on a configured machine.
+    static ucDatabaseSettings* OpenSetupPanel(frmManagerSettings& form) {
+        Process().blnDatabaseSetup = true;
+        Open(form, 14);
+        return Panel(form);
+    }
 
     // The settings file: absent until something saves.
     static bool SettingsWritten() { return QFileInfo::exists(LocalSettingsFilePath()); }
