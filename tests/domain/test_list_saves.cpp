@@ -11,13 +11,6 @@
 namespace tlm::test {
 namespace {
 
-Money M(const char* text) {
-    return *Money::parse(QString::fromLatin1(text));
-}
-QDateTime Day(int y, int m, int d) {
-    return QDateTime(QDate(y, m, d), QTime(0, 0));
-}
-
 using ListSaveTest = DomainDbTest;
 
 TEST_P(ListSaveTest, ProjectsRoundTripThroughTheTable) {

@@ -298,19 +298,6 @@ TEST_P(SaveWithMailTest, ServerDownTheSaveEndsWithTheMailsKeptThenTheServerBackD
     ExpectEachOnceInOrder(ids, SpoolIds(spool));
 }
 
-TEST_P(SaveWithMailTest, NoServerConfiguredTheSaveEndsAndTheMailsWait) {
-    MailProfile none = LocalProfile(25);
-    none.host.clear();
-    ASSERT_TRUE(SaveMailProfile(none));
-    SaveProjects(10);
-    const OutboxStatus s = sender->status();
-    EXPECT_EQ(s.waiting, 11);
-    EXPECT_TRUE(s.noServer);
-    EXPECT_FALSE(s.busy) << "nothing to deliver with";
-    EXPECT_TRUE(prompter.shown().isEmpty()) << PromptTexts().join(QLatin1Char('|')).toStdString();
-    EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
-}
-
 INSTANTIATE_TEST_SUITE_P(Engines, SaveWithMailTest, ::testing::Values(Engine::SQLite), EngineName);
 
 }  // namespace tlm::test
