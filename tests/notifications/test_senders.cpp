@@ -110,17 +110,6 @@ TEST_P(SenderTest, SeveralNewProjectsAreOneMailWithLineBreaks) {
         QStringLiteral("Borealis (Manager: )<BR>Apollo (Manager: Kim Lee)")));
 }
 
-TEST_P(SenderTest, OnlyMemberIsTheCurrentUserSoNobodyHearsOfNewProjects) {
-    SaveMembers({{"Robin", "robin@example.org"}});
-    SetFlags(true);
-    global->Projects.FromArray(Rows({{"Apollo", "", "1"}}));
-    global->Tasks.FromArray(Rows({{"Design", "Apollo", "5", ""}}));
-    global->SaveGlobalSettings(16);
-    EXPECT_EQ(Count(QStringLiteral("tProjects")), 1);
-    EXPECT_TRUE(transport.mails.isEmpty());
-    EXPECT_TRUE(display.shown.isEmpty());
-}
-
 TEST_P(SenderTest, UnknownManagerOrCoordinatorGetsNoMailAndTheRowsAreSaved) {
     SaveTeam();
     SetFlags(true);
