@@ -284,13 +284,7 @@ TEST_F(DatabasePanelTest, BadServerFieldsAreRefusedBeforeAnyConnection) {
     ASSERT_TRUE(p);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.server.toStdString() + " / " + c.database.toStdString());
-        Child<QComboBox>(p, "cboDatabaseTypes")->setCurrentIndex(1);
-        Child<QComboBox>(p, "cboServerKind")->setCurrentIndex(c.kind);
-        Child<QLineEdit>(p, "txtServer")->setText(c.server);
-        Child<QLineEdit>(p, "txtDatabase")->setText(c.database);
-        Child<QCheckBox>(p, "chkIntegratedSecurity")->setChecked(false);
-        Child<QLineEdit>(p, "txtUserName")->setText(QStringLiteral("me"));
-        Child<QLineEdit>(p, "txtPassword")->setText(c.password);
+        FillServer(p, c.kind, c.server, c.database, QStringLiteral("me"), c.password);
         EXPECT_FALSE(form.Save());
         EXPECT_TRUE(Text(p, "lblStatus").contains(c.says)) << Text(p, "lblStatus").toStdString();
         EXPECT_EQ(Colour(p, "lblStatus"), Red());
@@ -319,12 +313,8 @@ TEST_F(DatabasePanelTest, UnreachableServerFailsTheTestAndTheSave) {
     ASSERT_TRUE(p);
     for (int kind : {1, 0}) {
         SCOPED_TRACE(kind);
-        Child<QComboBox>(p, "cboDatabaseTypes")->setCurrentIndex(1);
-        Child<QComboBox>(p, "cboServerKind")->setCurrentIndex(kind);
-        Child<QLineEdit>(p, "txtServer")->setText(QStringLiteral("127.0.0.1,%1").arg(ClosedPort()));
-        Child<QCheckBox>(p, "chkIntegratedSecurity")->setChecked(false);
-        Child<QLineEdit>(p, "txtUserName")->setText(QStringLiteral("me"));
-        Child<QLineEdit>(p, "txtPassword")->setText(QStringLiteral("unreachable-pw"));
+        FillServer(p, kind, QStringLiteral("127.0.0.1,%1").arg(ClosedPort()), QString(), QStringLiteral("me"),
+                   QStringLiteral("unreachable-pw"));
         Child<QPushButton>(p, "cmdTest")->click();
         EXPECT_EQ(Text(p, "lblStatus"), kConnectionFailed);
         EXPECT_EQ(Colour(p, "lblStatus"), Red());
