@@ -141,10 +141,8 @@ TEST_P(OptionPanelTest, FieldsOptionLoadsSavesAndRefusesDuplicateTitles) {
     prompter.clear();
     EXPECT_TRUE(Save()) << Shown().join(u'\n').toStdString();
     EXPECT_TRUE(form_->saved());
-    EXPECT_EQ(Row(QStringLiteral("tpoProjectTitle")), QStringLiteral("Project"));
     EXPECT_EQ(Row(QStringLiteral("tpoActivityTitle")), QStringLiteral("Phase"));
     EXPECT_EQ(Row(QStringLiteral("tpoTitleCustomField2")), QStringLiteral("rate"));
-    EXPECT_EQ(Row(QStringLiteral("tpoTitleCustomField3")), QStringLiteral("Custom Field 3"));
     EXPECT_EQ(Row(QStringLiteral("tpoActiveCustomField3")), QStringLiteral("0"));
     EXPECT_EQ(Row(QStringLiteral("tpoMandatoryCustomField10")), QStringLiteral("1"));
     EXPECT_EQ(Row(QStringLiteral("tpoCustomizableCustomField4")), QStringLiteral("1"));
