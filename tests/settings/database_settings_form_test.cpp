@@ -330,9 +330,8 @@ TEST_F(DatabasePanelTest, UnreachableServerFailsTheTestAndTheSave) {
 class PostgresPanelTest : public SettingsFormsTest {
   protected:
     void SetUp() override {
-        if (!HavePostgres())
-            GTEST_SKIP() << "PostgreSQL case: TLM_TEST_PG is not set (run through `make test`, which starts "
-                            "the server)";
+        // Fails instead of skipping when the run insists on its servers.
+        TLM_NEED_SERVER(HavePostgres(), "PostgreSQL: TLM_TEST_PG");
         SettingsFormsTest::SetUp();
     }
 };
