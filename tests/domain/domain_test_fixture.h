@@ -54,4 +54,8 @@ class DomainMemoryTest : public ::testing::Test, public DatabaseEnv {
 
 Matrix Rows(const std::vector<QVariantList>& rows);
 
+inline QDateTime Day(int y, int m, int d) {
+    return QDateTime(QDate(y, m, d), QTime(0, 0));
+}
+
 }  // namespace tlm::test

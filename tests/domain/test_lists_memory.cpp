@@ -9,10 +9,6 @@
 namespace tlm::test {
 namespace {
 
-QDateTime Day(int y, int m, int d) {
-    return QDateTime(QDate(y, m, d), QTime(0, 0));
-}
-
 using ListMemoryTest = DomainMemoryTest;
 
 TEST_F(ListMemoryTest, ProjectDateCheckStopsAtTheOffendingRow) {

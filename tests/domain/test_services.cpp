@@ -9,10 +9,6 @@
 namespace tlm::test {
 namespace {
 
-Money M(const char* text) {
-    return *Money::parse(QString::fromLatin1(text));
-}
-
 class CostTest : public DomainMemoryTest {
   protected:
     void SetUp() override {
@@ -119,16 +115,13 @@ TEST_F(CostTest, ExpiryLooksAtWholeDays) {
     EXPECT_EQ(GetProjectObjectFromName(QStringLiteral("nope")), nullptr);
 }
 
-TEST_F(CostTest, CurrentMemberNameFallsBackToTheLoginName) {
+// The login name stands in for a member name; the sender name counts only in the mailbox forms, so a
+// bare word must not pick "Robin".
+TEST_F(CostTest, CurrentMemberNameComesFromTheLoginOrTheMailboxName) {
     qputenv("USER", "robin");
     EXPECT_EQ(GetCurrentMemberName(), QStringLiteral("Robin"));
     qputenv("USER", "stranger");
     EXPECT_EQ(GetCurrentMemberName(), QStringLiteral("stranger"));
-}
-
-// The sender name is read as a mailbox name: a bare word is no name and must not pick "Robin".
-TEST_F(CostTest, SenderNameCountsOnlyInTheMailboxForms) {
-    qputenv("USER", "stranger");
     MailProfile p;
     p.senderName = QStringLiteral("Rob");
     ASSERT_TRUE(SaveMailProfile(p));

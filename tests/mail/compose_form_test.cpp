@@ -3,10 +3,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMouseEvent>
@@ -24,10 +20,12 @@
 #include "mail/mail_account_dialog.h"
 #include "mail/outbox.h"
 #include "mail/outbox_form.h"
+#include "support/mail_sink.h"
 #include "support/test_env.h"
 
 using namespace tlm;
 using tlm::test::ClosedPort;
+using tlm::test::LocalProfile;
 
 namespace {
 
@@ -57,16 +55,6 @@ bool WaitFor(Pred done, int ms = 3000) {
         QThread::msleep(5);
     }
     return done();
-}
-
-MailProfile LocalProfile(int port) {
-    MailProfile p;
-    p.senderName = QStringLiteral("Tally Desk");
-    p.senderAddress = QStringLiteral("desk@example.org");
-    p.host = QStringLiteral("127.0.0.1");
-    p.port = port;
-    p.tls = MailTlsMode::None;
-    return p;
 }
 
 QStringList Emls(const QString& folder) {
@@ -151,28 +139,6 @@ TEST_F(ComposeWindow, FillsFromTheMailAndThePreviewFollowsTheSourceWithoutFollow
     EXPECT_EQ(clicked, 1);
     EXPECT_TRUE(w.preview()->source().isEmpty());
     EXPECT_EQ(w.preview()->toPlainText(), QStringLiteral("Now open this"));
-}
-
-TEST_F(ComposeWindow, BadAddressesAreNamedAndTheWindowStaysOpen) {
-    struct Case {
-        QString to, bcc, named;
-    };
-    const QList<Case> cases = {
-        {QStringLiteral("ann@x.org; bob-at-example"), {}, QStringLiteral("bob-at-example")},
-        {QStringLiteral("ann@x.org"), QStringLiteral("cy@z.org;cy(at)z.org"), QStringLiteral("cy(at)z.org")},
-        {QStringLiteral(" ; "), QStringLiteral(";"), QStringLiteral("recipient")},
-    };
-    for (const Case& c : cases) {
-        frmCompose w(mail, &fake);
-        w.show();
-        w.toField()->setText(c.to);
-        w.bccField()->setText(c.bcc);
-        w.sendButton()->click();
-        EXPECT_TRUE(w.isVisible()) << c.named.toStdString();
-        EXPECT_EQ(w.outcome(), frmCompose::Outcome::Cancelled);
-        EXPECT_TRUE(lastMessage().contains(c.named)) << lastMessage().toStdString();
-    }
-    EXPECT_TRUE(fake.sent.isEmpty()) << "nothing goes out while an address is wrong";
 }
 
 TEST_F(ComposeWindow, TheSendResultDecidesWhetherTheWindowCloses) {
@@ -273,7 +239,18 @@ TEST_F(ComposeWindow, AnInvalidAddressStaysVisibleAndEditable) {
     EXPECT_TRUE(w.addressProblems().contains(QStringLiteral("not an address")))
         << w.addressProblems().toStdString();
     EXPECT_TRUE(w.addressProblems().contains(QStringLiteral("BCC")));
+    // A send names the bad entry, in either field, and the window stays with the mail.
     w.sendButton()->click();
+    EXPECT_TRUE(w.isVisible());
+    EXPECT_EQ(w.outcome(), frmCompose::Outcome::Cancelled);
+    EXPECT_TRUE(lastMessage().contains(QStringLiteral("not an address"))) << lastMessage().toStdString();
+    w.toField()->setText(QStringLiteral("ann@x.org"));
+    w.sendButton()->click();
+    EXPECT_TRUE(lastMessage().contains(QStringLiteral("bo@"))) << lastMessage().toStdString();
+    w.toField()->setText(QStringLiteral(" ; "));
+    w.bccField()->setText(QStringLiteral(";"));
+    w.sendButton()->click();
+    EXPECT_TRUE(lastMessage().contains(QStringLiteral("recipient"))) << lastMessage().toStdString();
     EXPECT_TRUE(w.isVisible());
     EXPECT_TRUE(fake.sent.isEmpty());
     w.toField()->setText(QStringLiteral("ann@x.org"));
@@ -311,52 +288,5 @@ TEST_F(ComposeWindow, OpenEmailOfTheErrorReportOpensTheComposeWindow) {
     EXPECT_FALSE(shown.html.contains(QStringLiteral("db-pw-9")));
     EXPECT_TRUE(allMessages().isEmpty())
         << "cancelling the window is no failure: " << allMessages().join(QLatin1Char('|')).toStdString();
-    EXPECT_TRUE(Emls(outbox).isEmpty());
-}
-
-// Against the SMTP sink that `make test` starts.
-TEST_F(ComposeWindow, SendThroughTheProfileArrivesWithBccInTheEnvelopeOnly) {
-    const int port = test::SmtpPort().toInt();
-    const QString spool = test::SmtpSpoolDir();
-    if (port <= 0 || spool.isEmpty())
-        TLM_NEED_SERVER(false, "the SMTP sink: TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL");
-    ASSERT_TRUE(SaveMailProfile(LocalProfile(port)));
-    frmCompose w(MailMessage{});
-    w.show();
-    w.toField()->setText(QStringLiteral("Ann Lee <ann@x.org>"));
-    w.bccField()->setText(QStringLiteral("bo@y.org; cy@z.org"));
-    const QString subject = QStringLiteral("Woche 12 – genehmigt");
-    w.subjectField()->setText(subject);
-    const QString html = QStringLiteral("<html><body><p>Grüße</p></body></html>");
-    w.sourceEditor()->setPlainText(html);
-    w.sendButton()->click();
-    ASSERT_EQ(w.outcome(), frmCompose::Outcome::KeptInOutbox) << w.lastResult().reason.toStdString();
-    EXPECT_TRUE(w.lastResult().queued);
-    EXPECT_FALSE(w.isVisible());
-    ASSERT_TRUE(delivery->waitIdle(20000));
-
-    QJsonObject o;
-    const QString wanted = QLatin1Char('<') + w.lastResult().messageId + QLatin1Char('>');
-    for (const QString& name : QDir(spool).entryList({QStringLiteral("*.json")}, QDir::Files)) {
-        QFile f(spool + QLatin1Char('/') + name);
-        if (!f.open(QIODevice::ReadOnly))
-            continue;
-        const QJsonObject candidate = QJsonDocument::fromJson(f.readAll()).object();
-        if (candidate.value(QStringLiteral("message_id")).toString() == wanted)
-            o = candidate;
-    }
-    ASSERT_FALSE(o.isEmpty()) << "no mail " << wanted.toStdString() << " in " << spool.toStdString();
-    QStringList rcpts;
-    for (const QJsonValue& v : o.value(QStringLiteral("rcpt_tos")).toArray())
-        rcpts << v.toString();
-    EXPECT_EQ(rcpts, (QStringList{QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org"),
-                                  QStringLiteral("cy@z.org")}));
-    EXPECT_EQ(o.value(QStringLiteral("to")).toString(), QStringLiteral("Ann Lee <ann@x.org>"));
-    for (const QJsonValue& h : o.value(QStringLiteral("headers")).toArray())
-        EXPECT_NE(h.toArray().at(0).toString().toLower(), QStringLiteral("bcc"));
-    EXPECT_EQ(o.value(QStringLiteral("subject")).toString(), subject);
-    EXPECT_EQ(
-        o.value(QStringLiteral("body")).toString().replace(QStringLiteral("\r\n"), QStringLiteral("\n")),
-        html);
     EXPECT_TRUE(Emls(outbox).isEmpty());
 }

@@ -1,9 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <QDir>
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -13,6 +9,7 @@
 #include "mail/mail_account_dialog.h"
 #include "mail/outbox.h"
 #include "mail/outbox_form.h"
+#include "support/mail_sink.h"
 #include "support/test_env.h"
 
 using namespace tlm;
@@ -71,15 +68,7 @@ TEST(ProgramMail, StartTriesTheOutboxAndTheEndTellsOnceAndOpensTheAccount) {
     SetOutboxFolder(QString());
     EXPECT_TRUE(OutboxFiles(outbox).isEmpty());
     EXPECT_TRUE(DialogScript::shownMessages().isEmpty());
-    QStringList arrived;
-    for (const QString& f : QDir(spool).entryList({QStringLiteral("*.json")}, QDir::Files)) {
-        QFile file(spool + QLatin1Char('/') + f);
-        if (file.open(QIODevice::ReadOnly))
-            arrived << QJsonDocument::fromJson(file.readAll())
-                           .object()
-                           .value(QStringLiteral("message_id"))
-                           .toString();
-    }
+    const QStringList arrived = test::SpoolIds(spool);
     for (const QString& id : ids)
         EXPECT_EQ(arrived.count(QLatin1Char('<') + id + QLatin1Char('>')), 1) << id.toStdString();
 }

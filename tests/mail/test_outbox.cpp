@@ -1,11 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <functional>
@@ -17,20 +13,11 @@
 #include "notifications/notification_engine.h"
 #include "notifications/senders.h"
 #include "notifications/templates.h"
+#include "support/mail_sink.h"
 #include "support/test_env.h"
 
 namespace tlm::test {
 namespace {
-
-MailProfile ProfileAt(int port) {
-    MailProfile p;
-    p.senderName = QStringLiteral("Tally Desk");
-    p.senderAddress = QStringLiteral("desk@example.org");
-    p.host = QStringLiteral("127.0.0.1");
-    p.port = port;
-    p.tls = MailTlsMode::None;
-    return p;
-}
 
 MailMessage Mail(int n) {
     return {QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org"), QStringLiteral("Mail %1").arg(n),
@@ -73,29 +60,6 @@ class BadServer {
     QList<QTcpSocket*> held_;
 };
 
-int ClosedPortForTests() {
-    QTcpServer server;
-    if (!server.listen(QHostAddress::LocalHost, 0))
-        return 1;
-    const int port = server.serverPort();
-    server.close();
-    return port;
-}
-
-// The Message-IDs the sink received, in the order it received them.
-QStringList SpoolIds(const QString& spool) {
-    QStringList ids;
-    for (const QString& f : QDir(spool).entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name)) {
-        QFile file(spool + QLatin1Char('/') + f);
-        if (file.open(QIODevice::ReadOnly))
-            ids << QJsonDocument::fromJson(file.readAll())
-                       .object()
-                       .value(QStringLiteral("message_id"))
-                       .toString();
-    }
-    return ids;
-}
-
 QStringList IdsIn(const QStringList& files) {
     QStringList ids;
     for (const QString& f : files) {
@@ -128,7 +92,7 @@ class OutboxWorker : public ::testing::Test {
 };
 
 TEST_F(OutboxWorker, QueuedMailIsReadBackAsWrittenAndWaitsWithoutAServer) {
-    MailProfile none = ProfileAt(25);
+    MailProfile none = LocalProfile(25);
     none.host.clear();
     OutboxSender sender(outbox);
     MailSendResult first = sender.queue(Mail(1), none);
@@ -160,7 +124,7 @@ TEST_F(OutboxWorker, FirstConnectionFailureLeavesTheRestForTheNextAttempt) {
     BadServer server(BadServer::HangUp);
     OutboxSender sender(outbox);
     for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(sender.queue(Mail(i), ProfileAt(server.port())).status,
+        EXPECT_EQ(sender.queue(Mail(i), LocalProfile(server.port())).status,
                   MailSendResult::Status::KeptInOutbox);
     ASSERT_TRUE(WaitIdle(sender));
     OutboxStatus s = sender.status();
@@ -170,12 +134,12 @@ TEST_F(OutboxWorker, FirstConnectionFailureLeavesTheRestForTheNextAttempt) {
     // Mails queued while the server was down went straight to the outbox without another try.
     const int tries = server.connections;
     EXPECT_EQ(tries, 1) << "one try for the batch, not one connection per mail";
-    const MailSendResult later = sender.queue(Mail(9), ProfileAt(server.port()));
+    const MailSendResult later = sender.queue(Mail(9), LocalProfile(server.port()));
     EXPECT_FALSE(later.queued);
     ASSERT_TRUE(WaitIdle(sender));
     EXPECT_EQ(server.connections, tries);
     // An explicit retry tries again.
-    sender.kick(ProfileAt(server.port()));
+    sender.kick(LocalProfile(server.port()));
     ASSERT_TRUE(WaitIdle(sender));
     EXPECT_GT(server.connections, tries);
     EXPECT_EQ(sender.status().waiting, 6);
@@ -186,11 +150,11 @@ TEST_F(OutboxWorker, TheStoredProfileIsReadAgainOnceItChanges) {
     OutboxSender sender(outbox);
     SetMailDelivery(&sender);
     ProfileMailTransport transport;
-    MailProfile none = ProfileAt(ClosedPortForTests());
+    MailProfile none = LocalProfile(ClosedPort());
     none.host.clear();
     ASSERT_TRUE(SaveMailProfile(none));
     const MailSendResult waiting = transport.send(Mail(1));
-    ASSERT_TRUE(SaveMailProfile(ProfileAt(ClosedPortForTests())));
+    ASSERT_TRUE(SaveMailProfile(LocalProfile(ClosedPort())));
     const MailSendResult queued = transport.send(Mail(2));
     ASSERT_TRUE(SaveMailProfile(none));
     const MailSendResult waitingAgain = transport.send(Mail(3));
@@ -218,14 +182,14 @@ class OutboxSinkTest : public OutboxWorker {
 };
 
 TEST_F(OutboxSinkTest, BatchArrivesInOrderOnceOverOneConnection) {
-    MailProfile none = ProfileAt(port);
+    MailProfile none = LocalProfile(port);
     none.host.clear();
     OutboxSender sender(outbox);
     for (int i = 0; i < 12; ++i)
         sender.queue(Mail(i), none);
     const QStringList ids = IdsIn(OutboxFiles(outbox));
     ASSERT_EQ(ids.size(), 12);
-    sender.kick(ProfileAt(port));
+    sender.kick(LocalProfile(port));
     ASSERT_TRUE(WaitIdle(sender));
     EXPECT_TRUE(OutboxFiles(outbox).isEmpty()) << sender.status().lastError.toStdString();
     EXPECT_EQ(sender.status().delivered, 12);
@@ -236,10 +200,10 @@ TEST_F(OutboxSinkTest, BatchArrivesInOrderOnceOverOneConnection) {
     // with the same Message-ID, and nothing else does.
     const MailSendResult r = sender.queue(Mail(99), none);
     QFile::copy(r.outboxFile, r.outboxFile + QStringLiteral(".copy"));
-    sender.kick(ProfileAt(port));
+    sender.kick(LocalProfile(port));
     ASSERT_TRUE(WaitIdle(sender));
     QFile::rename(r.outboxFile + QStringLiteral(".copy"), r.outboxFile);
-    sender.kick(ProfileAt(port));
+    sender.kick(LocalProfile(port));
     ASSERT_TRUE(WaitIdle(sender));
     const QStringList arrived = SpoolIds(spool);
     EXPECT_EQ(arrived.count(QLatin1Char('<') + r.messageId + QLatin1Char('>')), 2);
@@ -248,14 +212,14 @@ TEST_F(OutboxSinkTest, BatchArrivesInOrderOnceOverOneConnection) {
 }
 
 TEST_F(OutboxSinkTest, TwoProcessesSharingTheOutboxDeliverEachMailOnce) {
-    MailProfile none = ProfileAt(port);
+    MailProfile none = LocalProfile(port);
     none.host.clear();
     OutboxSender a(outbox), b(outbox);
     for (int i = 0; i < 20; ++i)
         (i % 2 ? a : b).queue(Mail(i), none);
     const QStringList ids = IdsIn(OutboxFiles(outbox));
-    a.kick(ProfileAt(port));
-    b.kick(ProfileAt(port));
+    a.kick(LocalProfile(port));
+    b.kick(LocalProfile(port));
     ASSERT_TRUE(WaitIdle(a));
     ASSERT_TRUE(WaitIdle(b));
     EXPECT_TRUE(OutboxFiles(outbox).isEmpty());
@@ -308,7 +272,7 @@ class SaveWithMailTest : public DomainDbTest {
 
 TEST_P(SaveWithMailTest, ServerDownTheSaveEndsWithTheMailsKeptThenTheServerBackDrainsThem) {
     BadServer silent(BadServer::Silent);
-    ASSERT_TRUE(SaveMailProfile(ProfileAt(silent.port())));
+    ASSERT_TRUE(SaveMailProfile(LocalProfile(silent.port())));
     SaveProjects(40);
     // The first mail holds the worker at the silent server; the save did not wait for it.
     EXPECT_TRUE(sender->status().busy);
@@ -326,25 +290,12 @@ TEST_P(SaveWithMailTest, ServerDownTheSaveEndsWithTheMailsKeptThenTheServerBackD
         FAIL() << "TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL unset: the SMTP sink runs under `make test`";
     // The next start, with the server back.
     const QStringList ids = IdsIn(files);
-    ASSERT_TRUE(SaveMailProfile(ProfileAt(port)));
+    ASSERT_TRUE(SaveMailProfile(LocalProfile(port)));
     OutboxSender next(outbox);
     next.kick(LoadMailProfile());
     ASSERT_TRUE(WaitIdle(next));
     EXPECT_TRUE(OutboxFiles(outbox).isEmpty()) << next.status().lastError.toStdString();
     ExpectEachOnceInOrder(ids, SpoolIds(spool));
-}
-
-TEST_P(SaveWithMailTest, NoServerConfiguredTheSaveEndsAndTheMailsWait) {
-    MailProfile none = ProfileAt(25);
-    none.host.clear();
-    ASSERT_TRUE(SaveMailProfile(none));
-    SaveProjects(10);
-    const OutboxStatus s = sender->status();
-    EXPECT_EQ(s.waiting, 11);
-    EXPECT_TRUE(s.noServer);
-    EXPECT_FALSE(s.busy) << "nothing to deliver with";
-    EXPECT_TRUE(prompter.shown().isEmpty()) << PromptTexts().join(QLatin1Char('|')).toStdString();
-    EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, SaveWithMailTest, ::testing::Values(Engine::SQLite), EngineName);

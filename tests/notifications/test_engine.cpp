@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <QFile>
-
 #include "core/error_report.h"
 #include "core/money.h"
 #include "domain/domain_test_fixture.h"
@@ -9,6 +7,7 @@
 #include "notifications/notification_doubles.h"
 #include "notifications/notification_engine.h"
 #include "reported/task_data.h"
+#include "support/mail_sink.h"
 #include "support/test_env.h"
 
 namespace tlm::test {
@@ -135,6 +134,10 @@ TEST_F(EngineFixture, TagsReplaceInOrderOfAddingAndPrefixesBreakLongerTags) {
     // Case counts in the text, not in the key.
     EXPECT_EQ(ReplaceContentWithDictionary(QStringLiteral("tlm_project TLM_PROJECT"), &tags),
               QStringLiteral("tlm_project Apollo"));
+    // Every place a tag stands, however long the text.
+    const QString row = QStringLiteral("<td>TLM_PROJECT</td>\n");
+    EXPECT_EQ(ReplaceContentWithDictionary(row.repeated(100000), &tags),
+              QStringLiteral("<td>Apollo</td>\n").repeated(100000));
     EXPECT_EQ(TagValueText(QVariant::fromValue(*Money::parse("90"))), QStringLiteral("90"));
 }
 
@@ -208,9 +211,7 @@ TEST_F(EngineFixture, WithoutAWindowAShownMailWaitsInTheOutbox) {
     const QStringList files = EmlFiles(outbox);
     ASSERT_EQ(files.size(), 1);
     EXPECT_EQ(out.outboxFile, files[0]);
-    QFile f(files[0]);
-    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
-    const QByteArray eml = f.readAll();
+    const QByteArray eml = ReadAll(files[0]);
     EXPECT_TRUE(eml.contains("X-Tlm-Recipients: ann@x.org"));
     EXPECT_TRUE(eml.contains("Subject: Notification: Report all Timesheets"));
 }
@@ -227,9 +228,7 @@ TEST_F(EngineFixture, ProfileWithoutServerKeepsTheMailAndTheCallerGoesOn) {
     EXPECT_EQ(out.status, NotificationOutcome::Status::KeptInOutbox);
     const QStringList files = EmlFiles(outbox);
     ASSERT_EQ(files.size(), 1);
-    QFile f(files[0]);
-    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
-    const QByteArray eml = f.readAll();
+    const QByteArray eml = ReadAll(files[0]);
     EXPECT_TRUE(eml.contains("X-Tlm-Recipients: ann@x.org, bo@y.org"));
     EXPECT_TRUE(eml.contains("names no SMTP server"));
     EXPECT_FALSE(eml.contains("s3cret-Pw"));

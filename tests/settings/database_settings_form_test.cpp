@@ -76,10 +76,8 @@ TEST_F(DatabasePanelTest, PanelShowsTheStoredSettingsInEachMode) {
     settings.Database = QStringLiteral("D");
     settings.UserName = QStringLiteral("me");
     settings.Password = QStringLiteral("pw");
-    Process().blnDatabaseSetup = true;
     frmManagerSettings form;
-    Open(form, 14);
-    QWidget* p = Panel(form);
+    QWidget* p = OpenSetupPanel(form);
     ASSERT_TRUE(p);
     EXPECT_EQ(Child<QComboBox>(p, "cboDatabaseTypes")->currentText(), QStringLiteral("SQL server"));
     EXPECT_EQ(Child<QComboBox>(p, "cboServerKind")->currentText(), QStringLiteral("PostgreSQL"));
@@ -107,10 +105,8 @@ TEST_F(DatabasePanelTest, PanelShowsTheStoredSettingsInEachMode) {
 // ---- the local database file ------------------------------------------------------------------
 
 TEST_F(DatabasePanelTest, FolderTestTellsNewCompatibleAndForeignFiles) {
-    Process().blnDatabaseSetup = true;
     frmManagerSettings form;
-    Open(form, 14);
-    QWidget* p = Panel(form);
+    QWidget* p = OpenSetupPanel(form);
     ASSERT_TRUE(p);
     auto* test = Child<QPushButton>(p, "cmdTest");
     Child<QLineEdit>(p, "txtMDBPath")->setText(dir);
@@ -158,10 +154,8 @@ TEST_F(DatabasePanelTest, BadFoldersAreRefusedWithNothingSaved) {
         {dir + QStringLiteral("/plain.txt"), invalid},
         {dir + QStringLiteral("/plain.txt/below"), invalid},
     };
-    Process().blnDatabaseSetup = true;
     frmManagerSettings form;
-    Open(form, 14);
-    QWidget* p = Panel(form);
+    QWidget* p = OpenSetupPanel(form);
     ASSERT_TRUE(p);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.folder.toStdString());
@@ -285,20 +279,12 @@ TEST_F(DatabasePanelTest, BadServerFieldsAreRefusedBeforeAnyConnection) {
         {1, QStringLiteral("localhost"), QString(), QStringLiteral("se;cret|x"),
          QStringLiteral("The password may not")},
     };
-    Process().blnDatabaseSetup = true;
     frmManagerSettings form;
-    Open(form, 14);
-    QWidget* p = Panel(form);
+    QWidget* p = OpenSetupPanel(form);
     ASSERT_TRUE(p);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.server.toStdString() + " / " + c.database.toStdString());
-        Child<QComboBox>(p, "cboDatabaseTypes")->setCurrentIndex(1);
-        Child<QComboBox>(p, "cboServerKind")->setCurrentIndex(c.kind);
-        Child<QLineEdit>(p, "txtServer")->setText(c.server);
-        Child<QLineEdit>(p, "txtDatabase")->setText(c.database);
-        Child<QCheckBox>(p, "chkIntegratedSecurity")->setChecked(false);
-        Child<QLineEdit>(p, "txtUserName")->setText(QStringLiteral("me"));
-        Child<QLineEdit>(p, "txtPassword")->setText(c.password);
+        FillServer(p, c.kind, c.server, c.database, QStringLiteral("me"), c.password);
         EXPECT_FALSE(form.Save());
         EXPECT_TRUE(Text(p, "lblStatus").contains(c.says)) << Text(p, "lblStatus").toStdString();
         EXPECT_EQ(Colour(p, "lblStatus"), Red());
@@ -322,19 +308,13 @@ TEST_F(DatabasePanelTest, BadServerFieldsAreRefusedBeforeAnyConnection) {
 }
 
 TEST_F(DatabasePanelTest, UnreachableServerFailsTheTestAndTheSave) {
-    Process().blnDatabaseSetup = true;
     frmManagerSettings form;
-    Open(form, 14);
-    QWidget* p = Panel(form);
+    QWidget* p = OpenSetupPanel(form);
     ASSERT_TRUE(p);
     for (int kind : {1, 0}) {
         SCOPED_TRACE(kind);
-        Child<QComboBox>(p, "cboDatabaseTypes")->setCurrentIndex(1);
-        Child<QComboBox>(p, "cboServerKind")->setCurrentIndex(kind);
-        Child<QLineEdit>(p, "txtServer")->setText(QStringLiteral("127.0.0.1,%1").arg(ClosedPort()));
-        Child<QCheckBox>(p, "chkIntegratedSecurity")->setChecked(false);
-        Child<QLineEdit>(p, "txtUserName")->setText(QStringLiteral("me"));
-        Child<QLineEdit>(p, "txtPassword")->setText(QStringLiteral("unreachable-pw"));
+        FillServer(p, kind, QStringLiteral("127.0.0.1,%1").arg(ClosedPort()), QString(), QStringLiteral("me"),
+                   QStringLiteral("unreachable-pw"));
         Child<QPushButton>(p, "cmdTest")->click();
         EXPECT_EQ(Text(p, "lblStatus"), kConnectionFailed);
         EXPECT_EQ(Colour(p, "lblStatus"), Red());
@@ -350,9 +330,8 @@ TEST_F(DatabasePanelTest, UnreachableServerFailsTheTestAndTheSave) {
 class PostgresPanelTest : public SettingsFormsTest {
   protected:
     void SetUp() override {
-        if (!HavePostgres())
-            GTEST_SKIP() << "PostgreSQL case: TLM_TEST_PG is not set (run through `make test`, which starts "
-                            "the server)";
+        // Fails instead of skipping when the run insists on its servers.
+        TLM_NEED_SERVER(HavePostgres(), "PostgreSQL: TLM_TEST_PG");
         SettingsFormsTest::SetUp();
     }
 };
@@ -373,10 +352,8 @@ TEST_F(PostgresPanelTest, TestTellsServerAndDatabaseStates) {
     settings = cMySettings();
     Process().mySettings = &settings;
 
-    Process().blnDatabaseSetup = true;
     frmManagerSettings form;
-    Open(form, 14);
-    QWidget* p = Panel(form);
+    QWidget* p = OpenSetupPanel(form);
     ASSERT_TRUE(p);
     auto* test = Child<QPushButton>(p, "cmdTest");
     const QString serverOk =
@@ -427,13 +404,11 @@ TEST_F(PostgresPanelTest, TestTellsServerAndDatabaseStates) {
 
 TEST_F(PostgresPanelTest, SetupSaveOfAMissingDatabaseCreatesIt) {
     const QString name = NewPgName();
-    Process().blnDatabaseSetup = true;
     DialogScript::queueAnswer(
         PromptAnswer::Yes);  // "... does not exist! Do you want to continue with a new database?"
     {
         frmManagerSettings form;
-        Open(form, 14);
-        QWidget* p = Panel(form);
+        QWidget* p = OpenSetupPanel(form);
         ASSERT_TRUE(p);
         FillPostgres(p, name, Pg().password);
         form.toolbarButton(QStringLiteral("Save"))->trigger();
@@ -479,39 +454,13 @@ TEST_F(PostgresPanelTest, FirstRunOnTheServerCreatesTheDatabaseAndGoesOn) {
 }
 
 // A name the creation script cannot take as it stands fails at the server, through the report, and
-// leaves the local settings as they were.
-TEST_F(PostgresPanelTest, DatabaseNameNeedingQuotesFailsTheCreationAndSavesNothing) {
+// leaves the local settings as they were (the setup-mode save: the test below).
+TEST_F(PostgresPanelTest, DatabaseNameNeedingQuotesFailsTheFirstRunAndSavesNothing) {
     // The script quotes the name; a quote inside it ends the quoted name early.
     const QString name = QStringLiteral("tlm\"forms_") + NewPgName().mid(9);
     pgDatabases.append(name);
 
-    // Setup mode: the save is refused after the flow's question, and the window stays.
-    Process().blnDatabaseSetup = true;
-    DialogScript::queueAnswer(PromptAnswer::Yes);  // "... does not exist! Do you want to continue ...?"
-    {
-        frmManagerSettings form;
-        Open(form, 14);
-        QWidget* p = Panel(form);
-        ASSERT_TRUE(p);
-        FillPostgres(p, name, Pg().password);
-        EXPECT_FALSE(form.Save());
-        EXPECT_TRUE(form.isVisible());
-        EXPECT_TRUE(Text(p, "labelDBStatus").contains(QStringLiteral("The settings were not changed")));
-        EXPECT_EQ(Colour(p, "labelDBStatus"), Red());
-        form.Exit();
-    }
-    ASSERT_EQ(presenter.reports.size(), 1);
-    EXPECT_TRUE(presenter.reports[0].contains(name)) << presenter.reports[0].toStdString();
-    EXPECT_FALSE(SettingsWritten());
-    EXPECT_EQ(settings.DBChoice, 0);
-    EXPECT_TRUE(settings.DBConnectionString.isEmpty());
-    EXPECT_TRUE(settings.Password.isEmpty());
-    EXPECT_FALSE(CurrentConnection());
-
     // First run: the flow reports, clears the attempt and asks again; closing then ends the process.
-    presenter.reports.clear();
-    ResetErrorReportingForTests();
-    Process().blnDatabaseSetup = false;
     int shown = 0;
     SetManagerSettingsDriver([&](frmManagerSettings& form) {
         if (++shown == 1) {
@@ -525,7 +474,8 @@ TEST_F(PostgresPanelTest, DatabaseNameNeedingQuotesFailsTheCreationAndSavesNothi
     EXPECT_TRUE(DB::GetCONN(showDialog).isEmpty());
     EXPECT_EQ(shown, 2);
     EXPECT_EQ(FormExitCalls(), 1);
-    EXPECT_EQ(presenter.reports.size(), 1);
+    ASSERT_EQ(presenter.reports.size(), 1);
+    EXPECT_TRUE(presenter.reports[0].contains(name)) << presenter.reports[0].toStdString();
     EXPECT_FALSE(SettingsWritten());
     EXPECT_FALSE(Seen().contains(Pg().password));
 }
@@ -540,18 +490,21 @@ TEST_F(PostgresPanelTest, FailedSwitchOnAConfiguredMachineKeepsTheOldConfigurati
     const QString bad = QStringLiteral("tlm\"switch_") + NewPgName().mid(9);
     pgDatabases.append(bad);
 
-    Process().blnDatabaseSetup = true;
     DialogScript::queueAnswer(PromptAnswer::Yes);  // "... does not exist! Do you want to continue ...?"
     {
         frmManagerSettings form;
-        Open(form, 14);
-        QWidget* p = Panel(form);
+        QWidget* p = OpenSetupPanel(form);
         ASSERT_TRUE(p);
         FillPostgres(p, bad, Pg().password);
         EXPECT_FALSE(form.Save());
+        EXPECT_TRUE(form.isVisible());
         EXPECT_TRUE(Text(p, "labelDBStatus").contains(QStringLiteral("The settings were not changed")));
+        EXPECT_EQ(Colour(p, "labelDBStatus"), Red());
         form.Exit();
     }
+    ASSERT_EQ(presenter.reports.size(), 1);
+    EXPECT_TRUE(presenter.reports[0].contains(bad)) << presenter.reports[0].toStdString();
+    EXPECT_FALSE(CurrentConnection());
     // On disk and in memory: the old file database, no server, no credentials.
     const cMySettings stored = Stored();
     EXPECT_EQ(stored.DBChoice, 0);

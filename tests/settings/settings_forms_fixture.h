@@ -117,6 +117,12 @@ class SettingsFormsTest : public ::testing::Test {
         EXPECT_TRUE(panel) << "the database panel is not in the form";
         return panel;
     }
+    // The database panel as the settings command opens it on a configured machine.
+    static ucDatabaseSettings* OpenSetupPanel(frmManagerSettings& form) {
+        Process().blnDatabaseSetup = true;
+        Open(form, 14);
+        return Panel(form);
+    }
 
     // The settings file: absent until something saves.
     static bool SettingsWritten() { return QFileInfo::exists(LocalSettingsFilePath()); }
@@ -152,15 +158,20 @@ class SettingsFormsTest : public ::testing::Test {
         Failure f;
         return c.Execute(sql, {}, false, &f) >= 0;
     }
-    // Fills the panel's server fields for the test server and a database name.
-    static void FillPostgres(QWidget* panel, const QString& database, const QString& password) {
+    // Fills the panel's server fields with a login; kind 0 is SQL Server, 1 PostgreSQL.
+    static void FillServer(QWidget* panel, int kind, const QString& server, const QString& database,
+                           const QString& user, const QString& password) {
         Child<QComboBox>(panel, "cboDatabaseTypes")->setCurrentIndex(1);
-        Child<QComboBox>(panel, "cboServerKind")->setCurrentIndex(1);
-        Child<QLineEdit>(panel, "txtServer")->setText(PgServerField());
+        Child<QComboBox>(panel, "cboServerKind")->setCurrentIndex(kind);
+        Child<QLineEdit>(panel, "txtServer")->setText(server);
         Child<QLineEdit>(panel, "txtDatabase")->setText(database);
         Child<QCheckBox>(panel, "chkIntegratedSecurity")->setChecked(false);
-        Child<QLineEdit>(panel, "txtUserName")->setText(Pg().user);
+        Child<QLineEdit>(panel, "txtUserName")->setText(user);
         Child<QLineEdit>(panel, "txtPassword")->setText(password);
+    }
+    // The same for the test server and a database name.
+    static void FillPostgres(QWidget* panel, const QString& database, const QString& password) {
+        FillServer(panel, 1, PgServerField(), database, Pg().user, password);
     }
 
     cMySettings settings;

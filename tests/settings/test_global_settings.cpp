@@ -23,7 +23,6 @@ TEST_P(GlobalSettingsTest, LoadFillsEveryCollectionAndTheCurrentMember) {
     ASSERT_TRUE(g.AllTasksProjects.Find(QStringLiteral("Alpha")));
     EXPECT_EQ(g.AllTasksProjects.Find(QStringLiteral("alpha"))->Items.Keys(), (QStringList{"Read", "Write"}));
     EXPECT_EQ(g.AllTasksProjects.Find(QStringLiteral("Beta"))->Items.Count(), 0);
-    EXPECT_EQ(g.MessageTemplates.Items.Count(), 31);
     EXPECT_EQ(g.UserName, QStringLiteral("Robin"));
     EXPECT_EQ(g.CurrentMember.ID, 1);
     EXPECT_EQ(GetSetting(kSettingsApplication, QString(), QStringLiteral("CurrentUser"), QString()),
