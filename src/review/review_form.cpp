@@ -420,9 +420,14 @@ void frmReviewReports::subResizeSpreadSheets() {
     fps_->setColumnWidth(kType, 28);
     fps_->setColumnWidth(kID, units(13));
     fps_->setColumnWidth(kCost, units(12));
-    fps_->setColumnWidth(kApprove, units(7));
-    fps_->setColumnWidth(kDecline, units(7));
-    const int fixed = 28 + units(13) + units(12) + 2 * units(7);
+    // Seven units, or wider when the face and its frame would not fit: a cut "Declin" helps nobody.
+    const QFontMetrics fm = fontMetrics();
+    const int buttons = std::max(units(7), std::max(fm.horizontalAdvance(QStringLiteral("Approve")),
+                                                    fm.horizontalAdvance(QStringLiteral("Decline"))) +
+                                               3 * pad);
+    fps_->setColumnWidth(kApprove, buttons);
+    fps_->setColumnWidth(kDecline, buttons);
+    const int fixed = 28 + units(13) + units(12) + 2 * buttons;
     // The rest shares what is left; the subject gets two parts.
     const int part = std::max(60, (fps_->viewport()->width() - fixed) / 6);
     fps_->setColumnWidth(kSubject, 2 * part);
