@@ -77,6 +77,7 @@ TEST_P(ManagerListFormTest, ProjectsShowTheirColumnsAndSaveEditsAddsAndDeletions
     // The cell values are the list rows' (tested there); the colour cell is filled by the form.
     EXPECT_EQ(G().text(0, 0), QStringLiteral("Apollo"));
     EXPECT_EQ(G().text(0, 8), QStringLiteral("Black"));
+    EXPECT_EQ(G().buttonFace(0, 8), QColor(0, 0, 0));
     EXPECT_EQ(G().text(1, 8), QStringLiteral("No color assigned."));
     EXPECT_EQ(G().text(2, 9), QStringLiteral("Notify All Members"));
     EXPECT_FALSE(form->hasUnsavedChanges());

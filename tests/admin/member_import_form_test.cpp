@@ -78,6 +78,7 @@ TEST_P(MemberImportFormTest, ImportOpensThePickerAndAddFillsTheGrid) {
     G().setValue(ann, 1, QStringLiteral("typed@x.org"));
     const QString files = VCardFiles();
     SetPickMembersDriver([&](PickMembersDialog& d) {
+        EXPECT_EQ(d.windowTitle() + u'|' + d.addButton()->text(), QStringLiteral("Pick Members|Add"));
         DialogScript::queueFileName(files);
         d.OpenFiles();
         AddAll(d, QString());
