@@ -8,11 +8,8 @@
 #include <QTest>
 #include <QTreeWidget>
 
-#include "admin/admin_test_support.h"
-#include "admin/manager_list_form.h"
+#include "admin/list_form_fixture.h"
 #include "admin/pick_members_dialog.h"
-#include "core/process_state.h"
-#include "desktop/grid_widget.h"
 #include "desktop/gui_dialogs.h"
 #include "mail/ldap_test_support.h"
 #include "settings/global_settings.h"
@@ -20,10 +17,10 @@
 namespace tlm::test {
 namespace {
 
-class MemberImportFormTest : public AdminDbTest {
+class MemberImportFormTest : public ListFormTest {
   protected:
     void SetUp() override {
-        AdminDbTest::SetUp();
+        ListFormTest::SetUp();
         if (IsSkipped())
             return;
         ASSERT_TRUE(SaveListFromGrid(3,
@@ -37,19 +34,10 @@ class MemberImportFormTest : public AdminDbTest {
         prompter.clear();
     }
     void TearDown() override {
-        form.reset();
         SetPickMembersDriver({});
         DialogScript::clear();
-        AdminDbTest::TearDown();
+        ListFormTest::TearDown();
     }
-    frmManagerList& Open(qint32 section) {
-        Process().lngCurrentSection = section;
-        form = std::make_unique<frmManagerList>();
-        form->Load();
-        form->show();
-        return *form;
-    }
-    GridWidget& G() { return *form->grid(); }
     QStringList GridTexts() {
         QStringList out;
         for (int r = 0; r < G().dataRowCount(); ++r) {
@@ -78,13 +66,9 @@ class MemberImportFormTest : public AdminDbTest {
                                       "BEGIN:VCARD\nVERSION:4.0\nFN:Bad \xff\nEND:VCARD\n");
         return good + u'\n' + bad;
     }
-
-    std::unique_ptr<frmManagerList> form;
 };
 
 TEST_P(MemberImportFormTest, ImportOpensThePickerAndAddFillsTheGrid) {
-    Open(1);
-    EXPECT_FALSE(form->toolbarButton(QStringLiteral("Import"))->isVisible());
     Open(3);
     QAction* import = form->toolbarButton(QStringLiteral("Import"));
     ASSERT_TRUE(import->isVisible());
@@ -93,11 +77,8 @@ TEST_P(MemberImportFormTest, ImportOpensThePickerAndAddFillsTheGrid) {
     ASSERT_EQ(G().text(ann, 0), QStringLiteral("Ann Lee"));
     G().setValue(ann, 1, QStringLiteral("typed@x.org"));
     const QString files = VCardFiles();
-    QString title;
-    QString label;
     SetPickMembersDriver([&](PickMembersDialog& d) {
-        title = d.windowTitle();
-        label = d.addButton()->text();
+        EXPECT_EQ(d.windowTitle() + u'|' + d.addButton()->text(), QStringLiteral("Pick Members|Add"));
         DialogScript::queueFileName(files);
         d.OpenFiles();
         AddAll(d, QString());
@@ -106,8 +87,6 @@ TEST_P(MemberImportFormTest, ImportOpensThePickerAndAddFillsTheGrid) {
         d.accept();
     });
     import->trigger();
-    EXPECT_EQ(title, QStringLiteral("Pick Members"));
-    EXPECT_EQ(label, QStringLiteral("Add"));
     ASSERT_EQ(prompter.shown().size(), 1);
     EXPECT_TRUE(prompter.shown()[0].text.contains(QStringLiteral("more.vcf, card 2: the text is not UTF-8")));
     EXPECT_EQ(GridTexts(), (QStringList{QStringLiteral("Ann Lee|ann@old.org|Old|5.00|0"),

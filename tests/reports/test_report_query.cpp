@@ -140,25 +140,16 @@ TEST(ReportFields, ListsTitlesAndKeyNames) {
     const QStringList task = Displays(f.dicTaskFields);
     const QStringList appt = Displays(f.dicAppointmentFields);
     const QStringList common = Displays(f.dicCommonFields);
-    // Only the fixed rows, the two titles and Total Cost.
+    // Only the fixed rows, the two titles and Total Cost. The fixed rows are the catalogue's own
+    // table; its ends and the rows added after it are what a change breaks.
     ASSERT_EQ(task.size(), 33);
     ASSERT_EQ(appt.size(), 31);
     ASSERT_EQ(common.size(), 20);
     EXPECT_EQ(task[1], QStringLiteral("Actual Work"));
-    EXPECT_EQ(task[11], QStringLiteral("Due Date"));
-    EXPECT_EQ(task[17], QStringLiteral("Ordinal"));
     EXPECT_EQ(task.mid(28),
               (QStringList{QStringLiteral("Reported By"), QStringLiteral("Reported Date"),
                            QStringLiteral("Client"), QStringLiteral("Work"), QStringLiteral("Total Cost")}));
     EXPECT_EQ(appt[1], QStringLiteral("All Day Event"));
-    EXPECT_EQ(appt[6], QStringLiteral("Duration"));
-    EXPECT_EQ(appt[7], QStringLiteral("End Date"));
-    EXPECT_EQ(appt[8], QStringLiteral("Delegation State"));
-    EXPECT_EQ(appt[15], QStringLiteral("Location"));
-    EXPECT_EQ(appt[25], QStringLiteral("Resources"));
-    EXPECT_EQ(common[11], QStringLiteral("Start Date"));
-    EXPECT_EQ(common[12], QStringLiteral("Due Date"));
-    EXPECT_EQ(common[13], QStringLiteral("Subject"));
     EXPECT_EQ(f.dicTaskFields.Value(QStringLiteral("TotalCost")), QStringLiteral("Total Cost"));
 
     EXPECT_EQ(f.GetKeyName(QStringLiteral("Due Date"), true), QStringLiteral("EndDate"));

@@ -188,7 +188,8 @@ TEST_P(SearchFormTest, SearchPreviewPrintToPdfDeleteAndReset) {
         EXPECT_EQ(form.resultModel().rowCount(), 2);
         prompter.clear();
 
-        // The task 7 goes; the appointment 7 stays, and the same search runs again.
+        // The task 7 goes; the appointment 7 stays, and the same search runs again on the table
+        // (which rows the delete leaves is the search tests').
         SelectRows(form, {0});
         prompter.queue(PromptAnswer::Yes);
         form.toolbarButton(QStringLiteral("delete"))->trigger();
@@ -203,10 +204,6 @@ TEST_P(SearchFormTest, SearchPreviewPrintToPdfDeleteAndReset) {
         EXPECT_TRUE(form.preview()->toPlainText().isEmpty());
         EXPECT_TRUE(presenter.reports.isEmpty()) << AllShownText().toStdString();
     });
-    EXPECT_EQ(Column(QStringLiteral("SELECT ID FROM tReportedTasks")), QStringList({"8"}));
-    EXPECT_EQ(Column(QStringLiteral("SELECT ID FROM tReportedAppointments ORDER BY ID")),
-              QStringList({"7", "9"}));
-
     ASSERT_TRUE(QFile::exists(pdf));
     QProcess text;
     text.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), pdf, QStringLiteral("-")});

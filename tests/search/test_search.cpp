@@ -310,19 +310,6 @@ TEST_P(SearchDbTest, PrintPagesFollowTheListPositionsThroughThePrintTemplate) {
 INSTANTIATE_TEST_SUITE_P(Engines, SearchDbTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
                          EngineName);
 
-TEST(SearchQuestions, WordingOfTheTwoQuestions) {
-    EXPECT_EQ(DeleteQuestion(3),
-              QStringLiteral("Are you sure you want to remove 3 reported item(s) from the database "
-                             "permanently?\r\n\r\nNote: This action cannot be rolled back!"));
-    EXPECT_EQ(PrintQuestion(2), QStringLiteral("Are you sure you want to print 2 reported item(s)?"));
-}
-
-}  // namespace
-}  // namespace tlm::test
-
-namespace tlm::test {
-namespace {
-
 // Generated items, searched, against a plain scan of every row in the test itself.
 class SearchGeneratedTest : public EngineTest {
   protected:
