@@ -149,8 +149,6 @@ TEST_P(ReviewFormTest, LockedProjectAndCostWithTheAuditSwitchesOff) {
 }
 
 TEST_P(ReviewFormTest, WindowStateIsRestoredAtOpenAndSavedAtClose) {
-    if (!IsSqlite())
-        GTEST_SKIP() << "the window state does not depend on the engine";
     {
         cUISettings ui;
         frmReviewReports form(&ui);
