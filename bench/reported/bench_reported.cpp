@@ -32,18 +32,18 @@ bool Exec(Connection& c, const QString& sql) {
 
 // The lists once, as the review and report benchmarks have them; the items are what is measured.
 bool WriteLists(Connection& c) {
-    SampleSpec spec;
-    spec.reportedItems = 0;
+    SampleSpec plan;
+    plan.reportedItems = 0;
     Failure f;
-    if (FillSampleData(c, spec, nullptr, &f))
+    if (FillSampleData(c, plan, nullptr, &f))
         return true;
     std::fprintf(stderr, "lists: %s\n", qPrintable(f.description));
     return false;
 }
 
 void BM_FillReportedItems(benchmark::State& state, const Target* t) {
-    SampleSpec spec;
-    spec.reportedItems = kItems;
+    SampleSpec plan;
+    plan.reportedItems = kItems;
     for (auto _ : state) {
         state.PauseTiming();
         Exec(*t->connection, QStringLiteral("DELETE FROM tReportedTasks"));
@@ -51,7 +51,7 @@ void BM_FillReportedItems(benchmark::State& state, const Target* t) {
         state.ResumeTiming();
         SampleCounts counts;
         Failure f;
-        if (!FillReportedItems(*t->connection, spec, &counts, &f))
+        if (!FillReportedItems(*t->connection, plan, &counts, &f))
             state.SkipWithError(qPrintable(f.description));
         else if (counts.tasks + counts.appointments != kItems)
             state.SkipWithError("wrong item count");

@@ -71,14 +71,14 @@ bool Prepare(int n, bool postgres, const QString& folder, cMySettings& local, Sc
     DB::Initialize(show);
     if (!CurrentConnection())
         return false;
-    SampleSpec spec;
-    spec.projects = 25;
-    spec.members = 60;
-    spec.reportedItems = n;
-    spec.approvedPercent = 0;
+    SampleSpec plan;
+    plan.projects = 25;
+    plan.members = 60;
+    plan.reportedItems = n;
+    plan.approvedPercent = 0;
     SampleCounts counts;
     Failure f;
-    if (!FillSampleData(*CurrentConnection(), spec, &counts, &f)) {
+    if (!FillSampleData(*CurrentConnection(), plan, &counts, &f)) {
         std::fprintf(stderr, "generating rows failed: %s\n", qPrintable(f.description));
         return false;
     }

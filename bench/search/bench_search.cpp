@@ -27,11 +27,11 @@ const QString kKeyword = QStringLiteral("risk register");
 
 // The generated items and their lists, as the program would find them.
 bool Fill(Connection& c) {
-    SampleSpec spec;
-    spec.reportedItems = kItems;
+    SampleSpec plan;
+    plan.reportedItems = kItems;
     SampleCounts counts;
     Failure f;
-    if (!FillSampleData(c, spec, &counts, &f)) {
+    if (!FillSampleData(c, plan, &counts, &f)) {
         std::fprintf(stderr, "fill failed: %s\n", qPrintable(f.description));
         return false;
     }

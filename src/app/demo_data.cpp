@@ -23,14 +23,14 @@ int HasRows(const std::shared_ptr<Connection>& db, const QString& table, Failure
 }  // namespace
 
 SampleSpec DemoSpec(const QDate& today) {
-    SampleSpec spec;
-    spec.firstDay = today.addDays(-364);
-    spec.days = 365;
-    spec.reportedItems = 2400;
-    return spec;
+    SampleSpec plan;
+    plan.firstDay = today.addDays(-364);
+    plan.days = 365;
+    plan.reportedItems = 2400;
+    return plan;
 }
 
-DemoOutcome FillDemoData(Connection& db, const SampleSpec& spec,
+DemoOutcome FillDemoData(Connection& db, const SampleSpec& plan,
                          const std::function<bool(qint64 done, qint64 total)>& progress) {
     DemoOutcome out;
     // The cursor shares the connection; the caller keeps owning it.
@@ -46,7 +46,7 @@ DemoOutcome FillDemoData(Connection& db, const SampleSpec& spec,
             return out;
         }
     }
-    out.ok = FillSampleData(db, spec, &out.counts, &out.failure, progress);
+    out.ok = FillSampleData(db, plan, &out.counts, &out.failure, progress);
     return out;
 }
 

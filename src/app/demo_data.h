@@ -23,7 +23,7 @@ struct DemoOutcome {
 };
 // Fills the open database with the demo set, unless it holds projects or reported items already, so
 // a second run adds nothing.
-DemoOutcome FillDemoData(Connection& db, const SampleSpec& spec,
+DemoOutcome FillDemoData(Connection& db, const SampleSpec& plan,
                          const std::function<bool(qint64 done, qint64 total)>& progress = {});
 
 // After the first run created an empty database: asks whether to fill it, and reloads the settings

@@ -187,12 +187,12 @@ QString Numbered(const QStringList& pool, int i) {
     return round == 0 ? base : base + QStringLiteral(" ") + QString::number(round + 1);
 }
 
-Model BuildModel(const SampleSpec& spec) {
-    Random r(spec.seed);
+Model BuildModel(const SampleSpec& plan) {
+    Random r(plan.seed);
     Model m;
     QSet<QString> names;
     QSet<QString> addresses;
-    for (int i = 0; i < spec.members; ++i) {
+    for (int i = 0; i < plan.members; ++i) {
         Member mem;
         // The first two always carry an apostrophe and letters beyond ASCII, whatever the seed.
         for (int attempt = 0; mem.name.isEmpty() || names.contains(mem.name.toCaseFolded()); ++attempt) {
@@ -215,8 +215,8 @@ Model BuildModel(const SampleSpec& spec) {
         mem.rate = Amount(r, 4000, 16000, 250);
         m.members.push_back(mem);
     }
-    m.activitiesPerProject = qMax(1, spec.activitiesPerProject);
-    for (int p = 0; p < spec.projects; ++p) {
+    m.activitiesPerProject = qMax(1, plan.activitiesPerProject);
+    for (int p = 0; p < plan.projects; ++p) {
         Project pr;
         pr.name = Numbered(kProjectNames, p);
         pr.manager = m.members.empty() ? QString() : m.members[size_t(r.Below(int(m.members.size())))].name;
@@ -225,8 +225,8 @@ Model BuildModel(const SampleSpec& spec) {
         pr.description = phase + QStringLiteral(" for ") + r.Pick(kCompanies);
         pr.rate = Amount(r, 6000, 18000, 500);
         pr.color = r.Below(27);
-        pr.start = spec.firstDay.addDays(-r.Below(120));
-        pr.finish = spec.firstDay.addDays(spec.days + r.Below(180));
+        pr.start = plan.firstDay.addDays(-r.Below(120));
+        pr.finish = plan.firstDay.addDays(plan.days + r.Below(180));
         pr.firstActivity = int(m.activities.size());
         // Each project takes a run of the activity pool from a random place: distinct within it.
         const int offset = r.Below(int(kActivityNames.size()));
@@ -245,7 +245,7 @@ Model BuildModel(const SampleSpec& spec) {
         m.projects.push_back(pr);
     }
     for (int l = 0; l < 4; ++l)
-        for (int i = 0; i < spec.customItemsPerList; ++i)
+        for (int i = 0; i < plan.customItemsPerList; ++i)
             m.lists[size_t(l)].append(Numbered(kListValues[size_t(l)], i));
     return m;
 }
@@ -419,8 +419,8 @@ struct Common {
 
 class ItemMaker {
   public:
-    ItemMaker(const Model& model, const SampleSpec& spec)
-        : m_(model), spec_(spec), r_(spec.seed * 2654435761u + 0x7A11u) {}
+    ItemMaker(const Model& model, const SampleSpec& plan)
+        : m_(model), spec_(plan), r_(plan.seed * 2654435761u + 0x7A11u) {}
 
     bool NextIsTask() { return r_.Below(2) == 0; }
 
@@ -562,16 +562,16 @@ bool Fail(Failure* failure, const QString& text) {
     return false;
 }
 
-bool WriteItems(Connection& db, const Model& m, const SampleSpec& spec, SampleCounts* counts,
+bool WriteItems(Connection& db, const Model& m, const SampleSpec& plan, SampleCounts* counts,
                 Failure* failure, const std::function<bool(qint64, qint64)>& progress) {
-    const qint64 total = qMax<qint64>(0, spec.reportedItems);
-    if (total > 0 && (m.members.empty() || m.projects.empty() || spec.days <= 0 || !spec.firstDay.isValid()))
+    const qint64 total = qMax<qint64>(0, plan.reportedItems);
+    if (total > 0 && (m.members.empty() || m.projects.empty() || plan.days <= 0 || !plan.firstDay.isValid()))
         return Fail(failure, QStringLiteral("Reported items need a member, a project and a range of days."));
     // A non-owning handle: the caller keeps the connection alive for the whole call.
     const std::shared_ptr<Connection> handle(std::shared_ptr<Connection>(), &db);
     TableWriter tasks(handle, QStringLiteral("tReportedTasks"), kTaskColumns);
     TableWriter appointments(handle, QStringLiteral("tReportedAppointments"), kAppointmentColumns);
-    ItemMaker maker(m, spec);
+    ItemMaker maker(m, plan);
     constexpr qint64 kItemsPerTransaction = 5000;
     qint64 done = 0;
     while (done < total) {
@@ -671,21 +671,21 @@ bool WriteLists(Connection& db, const Model& m, SampleCounts* counts, Failure* f
 
 }  // namespace
 
-bool FillSampleData(Connection& db, const SampleSpec& spec, SampleCounts* counts, Failure* failure,
+bool FillSampleData(Connection& db, const SampleSpec& plan, SampleCounts* counts, Failure* failure,
                     const std::function<bool(qint64 done, qint64 total)>& progress) {
     SampleCounts local;
     SampleCounts* c = counts ? counts : &local;
     *c = SampleCounts();
-    const Model m = BuildModel(spec);
-    return WriteLists(db, m, c, failure) && WriteItems(db, m, spec, c, failure, progress);
+    const Model m = BuildModel(plan);
+    return WriteLists(db, m, c, failure) && WriteItems(db, m, plan, c, failure, progress);
 }
 
-bool FillReportedItems(Connection& db, const SampleSpec& spec, SampleCounts* counts, Failure* failure,
+bool FillReportedItems(Connection& db, const SampleSpec& plan, SampleCounts* counts, Failure* failure,
                        const std::function<bool(qint64 done, qint64 total)>& progress) {
     SampleCounts local;
     SampleCounts* c = counts ? counts : &local;
     *c = SampleCounts();
-    return WriteItems(db, BuildModel(spec), spec, c, failure, progress);
+    return WriteItems(db, BuildModel(plan), plan, c, failure, progress);
 }
 
 }  // namespace tlm

@@ -10,7 +10,7 @@ namespace tlm {
 
 class Connection;
 
-// What to generate. Every row follows from the seed alone: the same spec on an empty database gives
+// What to generate. Every row follows from the seed alone: the same plan on an empty database gives
 // the same rows on every engine and every standard library.
 struct SampleSpec {
     quint32 seed = 20261123;  // same seed, same rows
@@ -35,11 +35,11 @@ struct SampleCounts {
 // (a task's ActualWork, an appointment's Duration), exact to the unit.
 // progress(done, total) is called after each committed batch and may return false to cancel: the
 // committed batches stay, counts tell what was written, and the answer is false with no failure set.
-bool FillSampleData(Connection& db, const SampleSpec& spec, SampleCounts* counts, Failure* failure,
+bool FillSampleData(Connection& db, const SampleSpec& plan, SampleCounts* counts, Failure* failure,
                     const std::function<bool(qint64 done, qint64 total)>& progress = {});
 // Only the reported items (tasks + appointments), for benchmarks that already have the lists: they
-// refer to the lists FillSampleData writes for the same spec.
-bool FillReportedItems(Connection& db, const SampleSpec& spec, SampleCounts* counts, Failure* failure,
+// refer to the lists FillSampleData writes for the same plan.
+bool FillReportedItems(Connection& db, const SampleSpec& plan, SampleCounts* counts, Failure* failure,
                        const std::function<bool(qint64 done, qint64 total)>& progress = {});
 
 }  // namespace tlm

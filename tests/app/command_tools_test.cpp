@@ -95,12 +95,12 @@ class CommandTools : public test::EngineTest {
             return;
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
         OpenFreshDatabase();
-        SampleSpec spec;
-        spec.reportedItems = 400;
-        spec.firstDay = QDate(2026, 1, 1);
-        spec.days = 90;
+        SampleSpec plan;
+        plan.reportedItems = 400;
+        plan.firstDay = QDate(2026, 1, 1);
+        plan.days = 90;
         Failure failure;
-        ASSERT_TRUE(FillSampleData(*CurrentConnection(), spec, &counts, &failure))
+        ASSERT_TRUE(FillSampleData(*CurrentConnection(), plan, &counts, &failure))
             << failure.description.toStdString();
         // The tools find this database through the settings file of the process.
         settings.SaveSettings();

@@ -58,15 +58,15 @@ using SampleDataTest = EngineTest;
 
 TEST_P(SampleDataTest, SameSeedGivesTheSameRowsOnEveryEngineAndAnotherSeedDiffers) {
     OpenFreshDatabase();
-    SampleSpec spec;
-    spec.reportedItems = 400;
+    SampleSpec plan;
+    plan.reportedItems = 400;
     SampleCounts counts;
     Failure f;
-    ASSERT_TRUE(FillSampleData(*CurrentConnection(), spec, &counts, &f)) << f.description.toStdString();
+    ASSERT_TRUE(FillSampleData(*CurrentConnection(), plan, &counts, &f)) << f.description.toStdString();
 
     // The reference is always an SQLite file: on PostgreSQL this compares the engines as well.
     auto same = NewSqliteFile(dir + QStringLiteral("/same.db"));
-    ASSERT_TRUE(FillSampleData(*same, spec, nullptr, &f)) << f.description.toStdString();
+    ASSERT_TRUE(FillSampleData(*same, plan, nullptr, &f)) << f.description.toStdString();
     for (const char* table :
          {"tReportedTasks", "tReportedAppointments", "tProjects", "tActivities", "tCustomList3"}) {
         const QStringList here = Dump(CurrentConnection(), QLatin1String(table));
@@ -77,14 +77,14 @@ TEST_P(SampleDataTest, SameSeedGivesTheSameRowsOnEveryEngineAndAnotherSeedDiffer
     // The items alone, over lists already there, are the items of the full fill.
     auto itemsOnly = NewSqliteFile(dir + QStringLiteral("/items.db"));
     SampleCounts itemCounts;
-    ASSERT_TRUE(FillReportedItems(*itemsOnly, spec, &itemCounts, &f)) << f.description.toStdString();
+    ASSERT_TRUE(FillReportedItems(*itemsOnly, plan, &itemCounts, &f)) << f.description.toStdString();
     EXPECT_EQ(itemCounts.tasks, counts.tasks);
     EXPECT_EQ(itemCounts.projects, 0);
     EXPECT_EQ(Dump(itemsOnly, QStringLiteral("tReportedAppointments")),
               Dump(same, QStringLiteral("tReportedAppointments")));
 
-    SampleSpec other = spec;
-    other.seed = spec.seed + 1;
+    SampleSpec other = plan;
+    other.seed = plan.seed + 1;
     auto differs = NewSqliteFile(dir + QStringLiteral("/other.db"));
     ASSERT_TRUE(FillSampleData(*differs, other, nullptr, &f)) << f.description.toStdString();
     const QStringList a = Dump(same, QStringLiteral("tReportedTasks"));
@@ -98,12 +98,12 @@ TEST_P(SampleDataTest, SameSeedGivesTheSameRowsOnEveryEngineAndAnotherSeedDiffer
 
 TEST_P(SampleDataTest, RowsHoldWhatTheScreensRelyOn) {
     OpenFreshDatabase();
-    SampleSpec spec = SmallSpec();
-    spec.approvedPercent = 20;
+    SampleSpec plan = SmallSpec();
+    plan.approvedPercent = 20;
     SampleCounts counts;
     Failure f;
     std::vector<std::pair<qint64, qint64>> calls;
-    ASSERT_TRUE(FillSampleData(*CurrentConnection(), spec, &counts, &f, [&](qint64 done, qint64 total) {
+    ASSERT_TRUE(FillSampleData(*CurrentConnection(), plan, &counts, &f, [&](qint64 done, qint64 total) {
         calls.emplace_back(done, total);
         return true;
     })) << f.description.toStdString();
@@ -211,12 +211,12 @@ TEST_P(SampleDataTest, RowsHoldWhatTheScreensRelyOn) {
 
 TEST_P(SampleDataTest, CancelKeepsTheCommittedBatchesAndAFailureRollsBackItsBatch) {
     OpenFreshDatabase();
-    SampleSpec spec;
-    spec.reportedItems = 6000;
+    SampleSpec plan;
+    plan.reportedItems = 6000;
     SampleCounts counts;
     Failure f;
     int calls = 0;
-    EXPECT_FALSE(FillSampleData(*CurrentConnection(), spec, &counts, &f, [&](qint64 done, qint64 total) {
+    EXPECT_FALSE(FillSampleData(*CurrentConnection(), plan, &counts, &f, [&](qint64 done, qint64 total) {
         ++calls;
         EXPECT_LT(done, total);
         return false;
@@ -233,8 +233,8 @@ TEST_P(SampleDataTest, CancelKeepsTheCommittedBatchesAndAFailureRollsBackItsBatc
     // Without the appointments table the first batch fails: its tasks are not left behind either.
     Exec(QStringLiteral("DELETE FROM tReportedTasks"));
     Exec(QStringLiteral("DROP TABLE tReportedAppointments"));
-    spec.reportedItems = 200;
-    EXPECT_FALSE(FillReportedItems(*CurrentConnection(), spec, &counts, &f));
+    plan.reportedItems = 200;
+    EXPECT_FALSE(FillReportedItems(*CurrentConnection(), plan, &counts, &f));
     EXPECT_TRUE(f.isSet());
     EXPECT_EQ(counts.tasks, 0);
     EXPECT_EQ(Count(QStringLiteral("tReportedTasks")), 0);

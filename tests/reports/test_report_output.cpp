@@ -313,13 +313,13 @@ TEST_P(ReportOutput, CancelAndFailureLeaveNoFile) {
 
 // Generated tasks: the count and the totals of a month agree with the database's own sums.
 TEST_P(ReportOutput, GeneratedMonthAgreesWithTheDatabase) {
-    SampleSpec spec;
-    spec.reportedItems = 600;
-    spec.firstDay = QDate(2026, 1, 20);
-    spec.days = 60;
+    SampleSpec plan;
+    plan.reportedItems = 600;
+    plan.firstDay = QDate(2026, 1, 20);
+    plan.days = 60;
     SampleCounts counts;
     Failure f;
-    ASSERT_TRUE(FillSampleData(*CurrentConnection(), spec, &counts, &f)) << f.description.toStdString();
+    ASSERT_TRUE(FillSampleData(*CurrentConnection(), plan, &counts, &f)) << f.description.toStdString();
     ReportQueryInput in = Input(QStringLiteral("Last Month"));
     QString sql = GetReportSQL(in);
     sql.replace(QStringLiteral("TABLENAME"), QStringLiteral("tReportedTasks"));

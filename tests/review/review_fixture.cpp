@@ -13,13 +13,13 @@ void ReviewDbTest::SetUp() {
     DomainDbTest::SetUp();
     if (IsSkipped() || HasFatalFailure())
         return;
-    SampleSpec spec;
-    spec.projects = 6;
-    spec.members = 10;
-    spec.reportedItems = 300;
+    SampleSpec plan;
+    plan.projects = 6;
+    plan.members = 10;
+    plan.reportedItems = 300;
     SampleCounts counts;
     Failure f;
-    ASSERT_TRUE(FillSampleData(*CurrentConnection(), spec, &counts, &f)) << f.description.toStdString();
+    ASSERT_TRUE(FillSampleData(*CurrentConnection(), plan, &counts, &f)) << f.description.toStdString();
     ASSERT_GT(counts.tasks, 0);
     ASSERT_GT(counts.appointments, 0);
     Reload();

@@ -342,11 +342,11 @@ class SearchGeneratedTest : public EngineTest {
 
 TEST_P(SearchGeneratedTest, KeywordAndPeriodFindWhatAScanOfEveryRowFinds) {
     OpenFreshDatabase();
-    SampleSpec spec;
-    spec.reportedItems = 400;
+    SampleSpec plan;
+    plan.reportedItems = 400;
     SampleCounts counts;
     Failure failure;
-    ASSERT_TRUE(FillSampleData(*CurrentConnection(), spec, &counts, &failure))
+    ASSERT_TRUE(FillSampleData(*CurrentConnection(), plan, &counts, &failure))
         << failure.description.toStdString();
     const QList<Item> all = ScanAll();
     ASSERT_EQ(all.size(), counts.tasks + counts.appointments);
@@ -386,8 +386,8 @@ TEST_P(SearchGeneratedTest, KeywordAndPeriodFindWhatAScanOfEveryRowFinds) {
     // One month of reported dates; the file form's day ends at 23:59:00.
     SearchCriteria c;
     c.searchBy = QStringLiteral("Reported Between");
-    c.start = spec.firstDay.addDays(30);
-    c.end = spec.firstDay.addDays(60);
+    c.start = plan.firstDay.addDays(30);
+    c.end = plan.firstDay.addDays(60);
     c.itemsTypeIndex = 2;
     SearchResults results;
     ASSERT_TRUE(RunSearch(CurrentConnection(), c, kind, results)) << AllShownText().toStdString();
