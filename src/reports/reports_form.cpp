@@ -20,6 +20,7 @@
 #include <QTextEdit>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "core/error_report.h"
 #include "core/local_settings.h"
@@ -401,8 +402,9 @@ QString frmReports::ShowReport(const PreparedReport& prepared) {
         return QString();
     }
     report_ = LastReport{std::move(def), run.rowCount};
+    // As wide as the pane shows it, so the value labels at the bars' ends are not cut off.
     if (chkChart_->isChecked() && run.rowCount > 0)
-        chart_ = RenderReportChart(run.chart);
+        chart_ = RenderReportChart(run.chart, std::clamp(wwwReport_->viewport()->width() - 40, 400, 760));
     return run.html;
 }
 
