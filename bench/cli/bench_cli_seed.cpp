@@ -7,6 +7,7 @@
 #include "core/local_settings.h"
 #include "database/connection.h"
 #include "database/provisioning.h"
+#include "support/appointment_seed.h"
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
@@ -26,19 +27,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "the database could not be created: %s\n", qPrintable(f.description));
         return 1;
     }
-    // Spread over 2026; the same shape as the reports benchmark's rows.
-    const QString sql =
-        QStringLiteral(
-            "INSERT INTO tReportedAppointments (Subject, Body, ReportedBy, ReportedDate, StartDate, EndDate, "
-            "ProjectValue, ActivityValue, TotalCost, Duration, Approved, Field1Value) "
-            "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1) "
-            "SELECT 'Meeting ' || i, 'Notes for meeting ' || i || ': agenda, minutes and actions.', "
-            "'member' || (i % 40), printf('2026-%02d-%02d %02d:%02d:00', 1 + i % 12, 1 + i % 28, "
-            "8 + i % 10, i % 60), printf('2026-%02d-%02d 08:00:00', 1 + i % 12, 1 + i % 28), "
-            "printf('2026-%02d-%02d 09:00:00', 1 + i % 12, 1 + i % 28), 'Project ' || (i % 25), "
-            "'Activity ' || (i % 60), printf('%.4f', (i % 1000) * 1.25), 15 + i % 240, 0, "
-            "'Field ' || (i % 7) FROM n")
-            .arg(rows);
+    // The same rows as the reports benchmark's.
+    const QString sql = tlm::bench::SqliteAppointmentSeed(rows);
     if (c.Execute(sql, {}, false, &f) < 0) {
         std::fprintf(stderr, "fill failed: %s\n", qPrintable(f.description));
         return 1;

@@ -24,27 +24,14 @@
 #include "reports/report_query.h"
 #include "reports/report_render.h"
 #include "settings/global_settings.h"
+#include "support/appointment_seed.h"
 
 namespace tlm {
 namespace {
 
-const QString kColumns = QStringLiteral(
-    "Subject, Body, ReportedBy, ReportedDate, StartDate, EndDate, ProjectValue, ActivityValue, TotalCost, "
-    "Duration, Approved, Field1Value");
-
 bool FillSqlite(Connection& c, qint64 rows) {
     Failure f;
-    const QString sql =
-        QStringLiteral("INSERT INTO tReportedAppointments (") + kColumns +
-        QStringLiteral(
-            ") WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1) "
-            "SELECT 'Meeting ' || i, 'Notes for meeting ' || i || ': agenda, minutes and actions.', "
-            "'member' || (i % 40), printf('2026-%02d-%02d %02d:%02d:00', 1 + i % 12, 1 + i % 28, "
-            "8 + i % 10, i % 60), printf('2026-%02d-%02d 08:00:00', 1 + i % 12, 1 + i % 28), "
-            "printf('2026-%02d-%02d 09:00:00', 1 + i % 12, 1 + i % 28), 'Project ' || (i % 25), "
-            "'Activity ' || (i % 60), printf('%.4f', (i % 1000) * 1.25), 15 + i % 240, 0, "
-            "'Field ' || (i % 7) FROM n")
-            .arg(rows);
+    const QString sql = bench::SqliteAppointmentSeed(rows);
     if (c.Execute(sql, {}, false, &f) < 0) {
         std::fprintf(stderr, "fill failed: %s\n", qPrintable(f.description));
         return false;
@@ -55,7 +42,7 @@ bool FillSqlite(Connection& c, qint64 rows) {
 bool FillPostgres(Connection& c, qint64 rows) {
     Failure f;
     const QString sql =
-        QStringLiteral("INSERT INTO tReportedAppointments (") + kColumns +
+        QStringLiteral("INSERT INTO tReportedAppointments (") + bench::kAppointmentSeedColumns +
         QStringLiteral(
             ") SELECT 'Meeting ' || i, 'Notes for meeting ' || i || ': agenda, minutes and actions.', "
             "'member' || (i % 40), timestamp '2026-01-01 08:00' + (i % 360) * interval '1 day' + "
