@@ -247,7 +247,7 @@ bool SmtpTransport::deliver(const ComposedMail& mail, QString* reason) {
 }
 
 ComposedMail ComposeForProfile(const MailProfile& profile, const MailMessage& message,
-                               QString* profileProblem) {
+                               QString* profileProblem, MailSendResult* result) {
     MailAddress sender{profile.senderName, profile.senderAddress};
     if (!IsValidMailAddress(sender.address) || sender.name.contains(QLatin1Char('\r')) ||
         sender.name.contains(QLatin1Char('\n'))) {
@@ -260,20 +260,23 @@ ComposedMail ComposeForProfile(const MailProfile& profile, const MailMessage& me
                           .arg(sender.address.simplified());
         sender = MailAddress{QString(), FallbackSender()};
     }
-    return ComposeMail(sender, message);
+    ComposedMail mail = ComposeMail(sender, message);
+    if (mail.ok()) {
+        result->messageId = mail.messageId;
+    } else {
+        result->status = MailSendResult::Status::Refused;
+        result->reason = MaskSecrets(mail.error);
+        subTraceAction(QStringLiteral("Mail refused: ") + result->reason);
+    }
+    return mail;
 }
 
 MailSendResult SmtpTransport::send(const MailMessage& message) {
     MailSendResult result;
     QString profileProblem;
-    const ComposedMail mail = ComposeForProfile(profile_, message, &profileProblem);
-    if (!mail.ok()) {
-        result.status = MailSendResult::Status::Refused;
-        result.reason = MaskSecrets(mail.error);
-        subTraceAction(QStringLiteral("Mail refused: ") + result.reason);
+    const ComposedMail mail = ComposeForProfile(profile_, message, &profileProblem, &result);
+    if (!mail.ok())
         return result;
-    }
-    result.messageId = mail.messageId;
     QString reason = profileProblem;
     if (reason.isEmpty() && deliver(mail, &reason)) {
         result.status = MailSendResult::Status::Sent;

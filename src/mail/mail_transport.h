@@ -70,9 +70,10 @@ class SmtpSession {
 };
 
 // The mail as it goes out from this profile; a profile without a usable sender gives a local
-// sender, and profileProblem says why (the mail is then to be kept, not sent).
+// sender, and profileProblem says why (the mail is then to be kept, not sent). result gets the
+// Message-ID, or is marked Refused with the masked reason when the input cannot be composed.
 ComposedMail ComposeForProfile(const MailProfile& profile, const MailMessage& message,
-                               QString* profileProblem);
+                               QString* profileProblem, MailSendResult* result);
 
 // SMTP through libcurl at once, one mail per connection: for a mail the user is waiting on (the
 // account's test mail) and for measuring.

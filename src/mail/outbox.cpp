@@ -89,14 +89,9 @@ QString OutboxSender::folder() const {
 MailSendResult OutboxSender::queue(const MailMessage& message, const MailProfile& profile) {
     MailSendResult result;
     QString profileProblem;
-    const ComposedMail mail = ComposeForProfile(profile, message, &profileProblem);
-    if (!mail.ok()) {
-        result.status = MailSendResult::Status::Refused;
-        result.reason = MaskSecrets(mail.error);
-        subTraceAction(QStringLiteral("Mail refused: ") + result.reason);
+    const ComposedMail mail = ComposeForProfile(profile, message, &profileProblem, &result);
+    if (!mail.ok())
         return result;
-    }
-    result.messageId = mail.messageId;
     const bool ready = ReadyToSend(profile);
     if (profile.host.trimmed().isEmpty())
         result.reason = QStringLiteral("The mail profile names no SMTP server.");
