@@ -2,10 +2,12 @@
 
 #include <QApplication>
 #include <QLineEdit>
+#include <QSet>
 #include <QTimer>
 
 #include "admin/manager_list_form.h"
 #include "app/program.h"
+#include "app/section_loader.h"
 #include "core/process_state.h"
 #include "database/db_fixture.h"
 #include "desktop/error_report_form.h"
@@ -18,10 +20,7 @@
 namespace tlm::test {
 namespace {
 
-QStringList g_reportDialogs;
-void RecordReportDialog(QDialog* dialog) {
-    g_reportDialogs.append(dialog->windowTitle());
-}
+QStringList g_shown;  // error reports and boxes nobody scripted
 
 // The real program object and Main on a settings folder of their own: what the process installs
 // is what the screens find.
@@ -35,13 +34,13 @@ class StartupWiring : public ::testing::Test, public DatabaseEnv {
         SetNotificationDisplay(nullptr);
         SetErrorReportMailer(nullptr);
         silentSink = &notificationSink();
-        g_reportDialogs.clear();
-        GuiErrorPresenter::SetDialogHook(&RecordReportDialog);
+        g_shown.clear();
+        GuiErrorPresenter::SetDialogHook([](QDialog* report) { g_shown.append(report->windowTitle()); });
         // A box nobody scripted would wait for a click: close it and remember its title.
         watchdog.setInterval(100);
         QObject::connect(&watchdog, &QTimer::timeout, [this] {
             if (QWidget* w = QApplication::activeModalWidget()) {
-                strayWindows.append(w->windowTitle() + QLatin1Char('/') + w->objectName());
+                g_shown.append(w->windowTitle() + QLatin1Char('/') + w->objectName());
                 w->close();
             }
         });
@@ -67,7 +66,6 @@ class StartupWiring : public ::testing::Test, public DatabaseEnv {
 
     NotificationSink* silentSink = nullptr;
     QTimer watchdog;
-    QStringList strayWindows;
 };
 
 TEST_F(StartupWiring, ConfiguredDatabaseOpensTheScreenWithTheMailWiringInPlace) {
@@ -96,8 +94,7 @@ TEST_F(StartupWiring, ConfiguredDatabaseOpensTheScreenWithTheMailWiringInPlace) 
     EXPECT_TRUE(sinkInstalled) << "list saves would send no notification";
     EXPECT_TRUE(composeDisplay) << "mails to show would go to the outbox";
     EXPECT_EQ(reportMailTo.toStdString(), "errors@example.org");
-    EXPECT_TRUE(g_reportDialogs.isEmpty()) << g_reportDialogs.join(u'|').toStdString();
-    EXPECT_TRUE(strayWindows.isEmpty()) << strayWindows.join(u'|').toStdString();
+    EXPECT_TRUE(g_shown.isEmpty()) << g_shown.join(u'|').toStdString();
     EXPECT_FALSE(CurrentConnection()) << "the connection is closed on the way out";
 }
 
@@ -111,7 +108,21 @@ TEST_F(StartupWiring, FirstRunShowsTheSettingsPanelAndARefusalEndsTheStart) {
     EXPECT_EQ(Run(QStringLiteral("1")), kExitStartFailed);
     EXPECT_EQ(panels, 1);
     EXPECT_EQ(panelSection, 14);
-    EXPECT_TRUE(strayWindows.isEmpty()) << strayWindows.join(u'|').toStdString();
+    EXPECT_TRUE(g_shown.isEmpty()) << g_shown.join(u'|').toStdString();
+}
+
+// Every number the command line accepts lands on a window that has a screen: a missing row in the
+// loader's table would end the process on a null opener, and a copied row would open one window's
+// screen for another.
+TEST(SectionLoader, EverySectionNumberOpensAScreenOfItsOwn) {
+    for (qint32 s = -3; s <= 40; ++s)
+        EXPECT_NE(OpenerFor(WindowForSection(s)), nullptr) << "section " << s;
+    QSet<ScreenOpener> openers;
+    for (SectionWindow w :
+         {SectionWindow::ManagerList, SectionWindow::Templates, SectionWindow::ManagerSettings,
+          SectionWindow::Search, SectionWindow::Reports, SectionWindow::ReviewReports})
+        openers.insert(OpenerFor(w));
+    EXPECT_EQ(openers.size(), 6);
 }
 
 }  // namespace
