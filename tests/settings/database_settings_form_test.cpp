@@ -4,7 +4,6 @@
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QStandardPaths>
-#include <QTcpServer>
 
 #include "database/recordset.h"
 #include "settings/global_settings.h"
@@ -67,41 +66,6 @@ TEST_F(DatabasePanelTest, ConnectionStringsFollowTheServerKind) {
     EXPECT_EQ(FieldsFromSettings(s).serverKind, ServerKind::SqlServer);
 }
 
-TEST_F(DatabasePanelTest, PanelShowsTheStoredSettingsInEachMode) {
-    settings.DBChoice = 1;
-    settings.DBConnectionString = QStringLiteral(
-        "Provider=PostgreSQL;Persist Security Info=True;Password=pw;User ID=me;Data Source=h,1;Initial "
-        "Catalog=D");
-    settings.Server = QStringLiteral("h,1");
-    settings.Database = QStringLiteral("D");
-    settings.UserName = QStringLiteral("me");
-    settings.Password = QStringLiteral("pw");
-    frmManagerSettings form;
-    QWidget* p = OpenSetupPanel(form);
-    ASSERT_TRUE(p);
-    EXPECT_EQ(Child<QComboBox>(p, "cboDatabaseTypes")->currentText(), QStringLiteral("SQL server"));
-    EXPECT_EQ(Child<QComboBox>(p, "cboServerKind")->currentText(), QStringLiteral("PostgreSQL"));
-    EXPECT_EQ(Child<QLineEdit>(p, "txtServer")->text(), QStringLiteral("h,1"));
-    EXPECT_EQ(Child<QLineEdit>(p, "txtUserName")->text(), QStringLiteral("me"));
-    EXPECT_EQ(Child<QLineEdit>(p, "txtPassword")->echoMode(), QLineEdit::Password);
-    EXPECT_FALSE(Child<QCheckBox>(p, "chkIntegratedSecurity")->isChecked());
-    EXPECT_TRUE(Child<QWidget>(p, "picDBConnection")->isVisible());
-    EXPECT_FALSE(Child<QWidget>(p, "picMDBPath")->isVisible());
-    // Setup mode saves through the toolbar only.
-    EXPECT_FALSE(Child<QPushButton>(p, "cmdContinue")->isVisible());
-
-    // Choosing the server kind anew ticks integrated security, which locks the credentials.
-    Child<QComboBox>(p, "cboDatabaseTypes")->setCurrentIndex(0);
-    EXPECT_FALSE(Child<QWidget>(p, "picDBConnection")->isVisible());
-    Child<QComboBox>(p, "cboDatabaseTypes")->setCurrentIndex(1);
-    EXPECT_TRUE(Child<QCheckBox>(p, "chkIntegratedSecurity")->isChecked());
-    EXPECT_FALSE(Child<QLineEdit>(p, "txtUserName")->isEnabled());
-    EXPECT_FALSE(Child<QLineEdit>(p, "txtPassword")->isEnabled());
-    Child<QCheckBox>(p, "chkIntegratedSecurity")->setChecked(false);
-    EXPECT_TRUE(Child<QLineEdit>(p, "txtPassword")->isEnabled());
-    form.Exit();
-}
-
 // ---- the local database file ------------------------------------------------------------------
 
 TEST_F(DatabasePanelTest, FolderTestTellsNewCompatibleAndForeignFiles) {
@@ -114,13 +78,12 @@ TEST_F(DatabasePanelTest, FolderTestTellsNewCompatibleAndForeignFiles) {
     test->click();
     EXPECT_EQ(Text(p, "labelDBStatus"), QStringLiteral("Database '") + DbFile(dir) +
                                             QStringLiteral("' does not exist yet: it will be created."));
-    EXPECT_EQ(Colour(p, "labelDBStatus"), Green());
+    EXPECT_EQ(Colour(p, "labelDBStatus"), ucDatabaseSettings::ColourOf(StatusColour::Green));
 
     ASSERT_TRUE(DB::fncCopyNewMDBToFile(DbFile(dir)));
     test->click();
     EXPECT_EQ(Text(p, "labelDBStatus"),
               QStringLiteral("Connection to database '") + DbFile(dir) + QStringLiteral("' succeeded!"));
-    EXPECT_EQ(Colour(p, "labelDBStatus"), Green());
 
     const QString foreignDir = NewTempDir(QStringLiteral("foreign"));
     WriteForeignDatabase(DbFile(foreignDir));
@@ -129,7 +92,7 @@ TEST_F(DatabasePanelTest, FolderTestTellsNewCompatibleAndForeignFiles) {
     EXPECT_TRUE(Text(p, "labelDBStatus")
                     .startsWith(QStringLiteral("It appears the specified database '") + DbFile(foreignDir) +
                                 QStringLiteral("' is not a compatible Tally Loom database!")));
-    EXPECT_EQ(Colour(p, "labelDBStatus"), Red());
+    EXPECT_EQ(Colour(p, "labelDBStatus"), ucDatabaseSettings::ColourOf(StatusColour::Red));
     // A foreign file is never taken over.
     EXPECT_FALSE(form.Save());
     EXPECT_TRUE(form.isVisible());
@@ -145,7 +108,7 @@ TEST_F(DatabasePanelTest, BadFoldersAreRefusedWithNothingSaved) {
         "Please specify a valid a network folder path where the database will be created or located!");
     const struct {
         QString folder;
-        QString message;
+        QString says;
     } cases[] = {
         {QStringLiteral("   "),
          QStringLiteral(
@@ -153,6 +116,8 @@ TEST_F(DatabasePanelTest, BadFoldersAreRefusedWithNothingSaved) {
         {dir + QStringLiteral("/missing"), invalid},
         {dir + QStringLiteral("/plain.txt"), invalid},
         {dir + QStringLiteral("/plain.txt/below"), invalid},
+        // A folder that exists but takes no new file (a kernel folder refuses even root).
+        {QStringLiteral("/proc"), QStringLiteral("does not allow new files")},
     };
     frmManagerSettings form;
     QWidget* p = OpenSetupPanel(form);
@@ -161,15 +126,8 @@ TEST_F(DatabasePanelTest, BadFoldersAreRefusedWithNothingSaved) {
         SCOPED_TRACE(c.folder.toStdString());
         Child<QLineEdit>(p, "txtMDBPath")->setText(c.folder);
         form.toolbarButton(QStringLiteral("Save"))->trigger();
-        EXPECT_EQ(Text(p, "lblStatus"), c.message);
-        EXPECT_EQ(Colour(p, "lblStatus"), Red());
+        EXPECT_TRUE(Text(p, "lblStatus").contains(c.says)) << Text(p, "lblStatus").toStdString();
         EXPECT_TRUE(form.isVisible());
-    }
-    // A folder that exists but takes no new file (a kernel folder refuses even root).
-    if (QFileInfo(QStringLiteral("/proc")).isDir()) {
-        Child<QLineEdit>(p, "txtMDBPath")->setText(QStringLiteral("/proc"));
-        EXPECT_FALSE(form.Save());
-        EXPECT_TRUE(Text(p, "lblStatus").contains(QStringLiteral("does not allow new files")));
     }
     EXPECT_FALSE(form.saved());
     EXPECT_FALSE(SettingsWritten());
@@ -179,13 +137,19 @@ TEST_F(DatabasePanelTest, BadFoldersAreRefusedWithNothingSaved) {
     form.Exit();
 }
 
+// The first run: the panel proposes the default folder, a cancelled browse keeps what is typed, and
+// Continue makes the folder and its database.
 TEST_F(DatabasePanelTest, FirstRunProposesTheDefaultFolderAndMakesIt) {
     const QString proposed = dir + QStringLiteral("/run/data");
     qputenv("TLM_DEFAULT_DATA_DIR", proposed.toLocal8Bit());
     QString shown;
     SetManagerSettingsDriver([&](frmManagerSettings& form) {
-        shown = Child<QLineEdit>(form.currentItem(), "txtMDBPath")->text();
-        Child<QPushButton>(form.currentItem(), "cmdContinue")->click();
+        QWidget* p = form.currentItem();
+        shown = Child<QLineEdit>(p, "txtMDBPath")->text();
+        DialogScript::queueFolder(QString());
+        Child<QPushButton>(p, "cmdBrowseMDBpath")->click();
+        EXPECT_EQ(Child<QLineEdit>(p, "txtMDBPath")->text(), shown);
+        Child<QPushButton>(p, "cmdContinue")->click();
     });
     bool showDialog = true;
     const QString connection = DB::GetCONN(showDialog);
@@ -194,10 +158,27 @@ TEST_F(DatabasePanelTest, FirstRunProposesTheDefaultFolderAndMakesIt) {
     EXPECT_EQ(connection, SqliteConnectionString(DbFile(proposed)));
     EXPECT_TRUE(QFileInfo::exists(DbFile(proposed)));
     EXPECT_EQ(Stored().DBConnectionString, proposed);
+    EXPECT_EQ(ExitCalls(), 0);
+    EXPECT_TRUE(PromptTexts().isEmpty());
 
     // Without the variable, the application data folder is proposed.
     EXPECT_EQ(DefaultDataFolder(), QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
     EXPECT_FALSE(DefaultDataFolder().isEmpty());
+}
+
+TEST_F(DatabasePanelTest, FirstRunBrowsedFolderIsTakenAndClosingUnsavedWritesNothing) {
+    const QString browsed = NewTempDir(QStringLiteral("browsed"));
+    SetManagerSettingsDriver([&](frmManagerSettings& form) {
+        DialogScript::queueFolder(browsed);
+        Child<QPushButton>(form.currentItem(), "cmdBrowseMDBpath")->click();
+        EXPECT_EQ(Child<QLineEdit>(form.currentItem(), "txtMDBPath")->text(), browsed);
+        form.close();
+    });
+    bool showDialog = true;
+    EXPECT_TRUE(DB::GetCONN(showDialog).isEmpty());
+    EXPECT_EQ(ExitCalls(), 1);
+    EXPECT_FALSE(SettingsWritten());
+    EXPECT_TRUE(QDir(browsed).isEmpty());
 }
 
 TEST_F(DatabasePanelTest, SetupSaveSwitchesToTheNewDatabaseAndReloadsTheStore) {
@@ -219,7 +200,6 @@ TEST_F(DatabasePanelTest, SetupSaveSwitchesToTheNewDatabaseAndReloadsTheStore) {
     ASSERT_TRUE(ok);
     ASSERT_EQ(store.Projects.Items.Count(), 1);
     store.GeneralSettings.SetValue(QStringLiteral("tpoProjectTitle"), QStringLiteral("Job"));
-
     const auto oldConnection = CurrentConnection();
     ASSERT_TRUE(oldConnection);
 
@@ -255,69 +235,67 @@ TEST_F(DatabasePanelTest, SetupSaveSwitchesToTheNewDatabaseAndReloadsTheStore) {
 TEST_F(DatabasePanelTest, BadServerFieldsAreRefusedBeforeAnyConnection) {
     const struct {
         int kind;  // 0 SQL Server, 1 PostgreSQL
-        QString server;
-        QString database;
-        QString password;
-        QString says;
+        const char *server, *database, *password, *says;
     } cases[] = {
-        {1, QStringLiteral("127.0.0.1,abc"), QString(), QStringLiteral("pw"),
-         QStringLiteral("The port 'abc'")},
-        {1, QStringLiteral("127.0.0.1,70000"), QString(), QStringLiteral("pw"),
-         QStringLiteral("The port '70000'")},
-        {0, QStringLiteral("my server"), QString(), QStringLiteral("pw"),
-         QStringLiteral("The server name 'my server'")},
-        {0, QStringLiteral("srv'x"), QString(), QStringLiteral("pw"),
-         QStringLiteral("may not hold blanks, quotes")},
-        {1, QStringLiteral("srv\"x"), QString(), QStringLiteral("pw"),
-         QStringLiteral("may not hold blanks, quotes")},
-        {1, QStringLiteral("host;Initial Catalog=x"), QString(), QStringLiteral("pw"),
-         QStringLiteral("The server name")},
-        {1, QStringLiteral("host\\inst"), QString(), QStringLiteral("pw"),
-         QStringLiteral("no instance name")},
-        {1, QStringLiteral("localhost"), QStringLiteral("a;Initial Catalog=b"), QStringLiteral("pw"),
-         QStringLiteral("The database name 'a;Initial Catalog=b' cannot be used")},
-        {1, QStringLiteral("localhost"), QString(), QStringLiteral("se;cret|x"),
-         QStringLiteral("The password may not")},
+        {1, "127.0.0.1,abc", "", "pw", "The port 'abc'"},
+        {1, "127.0.0.1,70000", "", "pw", "The port '70000'"},
+        {0, "my server", "", "pw", "The server name 'my server'"},
+        {0, "srv'x", "", "pw", "may not hold blanks, quotes"},
+        {1, "srv\"x", "", "pw", "may not hold blanks, quotes"},
+        {1, "host;Initial Catalog=x", "", "pw", "The server name"},
+        {1, "host\\inst", "", "pw", "no instance name"},
+        {1, "localhost", "a;Initial Catalog=b", "pw",
+         "The database name 'a;Initial Catalog=b' cannot be used"},
+        {1, "localhost", "", "se;cret|x", "The password may not"},
+        {1, "  ", "", "pw", "Server name is mandatory!"},
     };
     frmManagerSettings form;
     QWidget* p = OpenSetupPanel(form);
     ASSERT_TRUE(p);
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.server.toStdString() + " / " + c.database.toStdString());
-        FillServer(p, c.kind, c.server, c.database, QStringLiteral("me"), c.password);
+        SCOPED_TRACE(c.says);
+        FillServer(p, c.kind, QString::fromUtf8(c.server), QString::fromUtf8(c.database),
+                   QStringLiteral("me"), QString::fromUtf8(c.password));
         EXPECT_FALSE(form.Save());
-        EXPECT_TRUE(Text(p, "lblStatus").contains(c.says)) << Text(p, "lblStatus").toStdString();
-        EXPECT_EQ(Colour(p, "lblStatus"), Red());
+        EXPECT_TRUE(Text(p, "lblStatus").contains(QString::fromUtf8(c.says)))
+            << Text(p, "lblStatus").toStdString();
         EXPECT_FALSE(Seen(p).contains(QStringLiteral("se;cret")));
     }
-    // An empty server is the mandatory field.
-    Child<QLineEdit>(p, "txtServer")->setText(QStringLiteral("  "));
-    Child<QPushButton>(p, "cmdTest")->click();
-    EXPECT_TRUE(Text(p, "lblStatus").isEmpty());
-    EXPECT_FALSE(form.Save());
-    EXPECT_EQ(Text(p, "lblStatus"), QStringLiteral("Server name is mandatory!"));
-    EXPECT_EQ(Colour(p, "lblStatus"), Red());
-
     EXPECT_TRUE(form.isVisible());
     EXPECT_FALSE(SettingsWritten());
     EXPECT_EQ(settings.DBChoice, 0);
     EXPECT_TRUE(settings.Server.isEmpty());
     EXPECT_TRUE(settings.Password.isEmpty());
-    EXPECT_TRUE(DialogScript::shownMessages().isEmpty());
+    EXPECT_TRUE(PromptTexts().isEmpty());
     form.Exit();
 }
 
-TEST_F(DatabasePanelTest, UnreachableServerFailsTheTestAndTheSave) {
+// The stored server settings are shown with the password masked; an unreachable server then fails the
+// test and the save, and the password typed is never shown.
+TEST_F(DatabasePanelTest, StoredServerIsShownAndAnUnreachableOneFailsTheTestAndTheSave) {
+    settings.DBChoice = 1;
+    settings.DBConnectionString = QStringLiteral(
+        "Provider=PostgreSQL;Persist Security Info=True;Password=pw;User ID=me;Data Source=h,1;Initial "
+        "Catalog=D");
+    settings.Server = QStringLiteral("h,1");
+    settings.UserName = QStringLiteral("me");
+    settings.Password = QStringLiteral("pw");
     frmManagerSettings form;
     QWidget* p = OpenSetupPanel(form);
     ASSERT_TRUE(p);
+    EXPECT_EQ(Child<QComboBox>(p, "cboDatabaseTypes")->currentIndex(), 1);
+    EXPECT_EQ(Child<QComboBox>(p, "cboServerKind")->currentText(), QStringLiteral("PostgreSQL"));
+    EXPECT_EQ(Child<QLineEdit>(p, "txtServer")->text(), QStringLiteral("h,1"));
+    EXPECT_EQ(Child<QLineEdit>(p, "txtUserName")->text(), QStringLiteral("me"));
+    EXPECT_EQ(Child<QLineEdit>(p, "txtPassword")->echoMode(), QLineEdit::Password);
+    EXPECT_FALSE(Child<QCheckBox>(p, "chkIntegratedSecurity")->isChecked());
+
     for (int kind : {1, 0}) {
         SCOPED_TRACE(kind);
         FillServer(p, kind, QStringLiteral("127.0.0.1,%1").arg(ClosedPort()), QString(), QStringLiteral("me"),
                    QStringLiteral("unreachable-pw"));
         Child<QPushButton>(p, "cmdTest")->click();
         EXPECT_EQ(Text(p, "lblStatus"), kConnectionFailed);
-        EXPECT_EQ(Colour(p, "lblStatus"), Red());
         EXPECT_FALSE(form.Save());
     }
     EXPECT_FALSE(SettingsWritten());
@@ -337,10 +315,10 @@ class PostgresPanelTest : public SettingsFormsTest {
 };
 
 TEST_F(PostgresPanelTest, TestTellsServerAndDatabaseStates) {
-    const QString compatible = NewPgName();
-    const QString foreign = NewPgName();
-    const QString missing = NewPgName();
-    ASSERT_TRUE(PgAdmin(QStringLiteral("CREATE DATABASE \"%1\"").arg(foreign)));
+    const QString compatible = NewPostgresDatabaseName();
+    const QString foreign = NewPostgresDatabaseName();
+    const QString missing = NewPostgresDatabaseName();
+    ASSERT_TRUE(PostgresAdmin(QStringLiteral("CREATE DATABASE \"%1\"").arg(foreign)));
     // A compatible database, made by the creation flow.
     settings.DBChoice = 1;
     settings.Database = compatible;
@@ -362,30 +340,24 @@ TEST_F(PostgresPanelTest, TestTellsServerAndDatabaseStates) {
     FillPostgres(p, QString(), Pg().password);
     test->click();
     EXPECT_EQ(Text(p, "lblStatus"), serverOk);
-    EXPECT_EQ(Colour(p, "lblStatus"), Green());
     EXPECT_TRUE(Text(p, "labelDBStatus").isEmpty());
 
     FillPostgres(p, compatible, Pg().password);
     test->click();
     EXPECT_EQ(Text(p, "labelDBStatus"),
               QStringLiteral("Connection to database '") + compatible + QStringLiteral("' succeeded!"));
-    EXPECT_EQ(Colour(p, "labelDBStatus"), Green());
 
     FillPostgres(p, missing, Pg().password);
     test->click();
     EXPECT_EQ(Text(p, "labelDBStatus"),
               QStringLiteral("Database '") + missing + QStringLiteral("' does not exist!"));
-    EXPECT_EQ(Colour(p, "labelDBStatus"), Red());
 
     FillPostgres(p, foreign, Pg().password);
     test->click();
     EXPECT_EQ(Text(p, "lblStatus"), serverOk);
-    EXPECT_EQ(
-        Text(p, "labelDBStatus"),
-        QStringLiteral("It appears the specified database '") + foreign +
-            QStringLiteral("' is not a compatible Tally Loom database! Either leave the database name empty "
-                           "or specify a correct existing database and try again!"));
-    EXPECT_EQ(Colour(p, "labelDBStatus"), Red());
+    EXPECT_TRUE(Text(p, "labelDBStatus")
+                    .startsWith(QStringLiteral("It appears the specified database '") + foreign +
+                                QStringLiteral("' is not a compatible Tally Loom database!")));
     EXPECT_FALSE(form.Save());
     EXPECT_TRUE(form.isVisible());
     EXPECT_FALSE(SettingsWritten());
@@ -403,9 +375,8 @@ TEST_F(PostgresPanelTest, TestTellsServerAndDatabaseStates) {
 }
 
 TEST_F(PostgresPanelTest, SetupSaveOfAMissingDatabaseCreatesIt) {
-    const QString name = NewPgName();
-    DialogScript::queueAnswer(
-        PromptAnswer::Yes);  // "... does not exist! Do you want to continue with a new database?"
+    const QString name = NewPostgresDatabaseName();
+    prompter.queue(PromptAnswer::Yes);  // "... does not exist! Do you want to continue ...?"
     {
         frmManagerSettings form;
         QWidget* p = OpenSetupPanel(form);
@@ -430,34 +401,17 @@ TEST_F(PostgresPanelTest, SetupSaveOfAMissingDatabaseCreatesIt) {
     ASSERT_TRUE(CurrentConnection());
     EXPECT_EQ(CurrentConnection()->engine(), Engine::PostgreSQL);
     EXPECT_FALSE(Process().blnDatabaseSetup);
-    ASSERT_EQ(DialogScript::shownMessages().size(), 1);
-    EXPECT_TRUE(DialogScript::shownMessages()[0].contains(name));
+    ASSERT_EQ(PromptTexts().size(), 1);
+    EXPECT_TRUE(PromptTexts()[0].contains(name));
     EXPECT_TRUE(presenter.reports.isEmpty()) << presenter.reports.join(u'\n').toStdString();
     EXPECT_FALSE(Seen().contains(Pg().password));
-}
-
-TEST_F(PostgresPanelTest, FirstRunOnTheServerCreatesTheDatabaseAndGoesOn) {
-    const QString name = NewPgName();
-    SetManagerSettingsDriver([&](frmManagerSettings& form) {
-        FillPostgres(form.currentItem(), name, Pg().password);
-        Child<QPushButton>(form.currentItem(), "cmdContinue")->click();
-    });
-    bool showDialog = true;
-    const QString connection = DB::GetCONN(showDialog);
-    EXPECT_EQ(FormExitCalls(), 0);
-    EXPECT_EQ(ParseConnectionString(connection).database, name);
-    EXPECT_EQ(ParseConnectionString(connection).engine, Engine::PostgreSQL);
-    EXPECT_TRUE(CheckIfTableExists(connection, QStringLiteral("tReportedAppointments")));
-    EXPECT_EQ(Stored().DBChoice, 1);
-    EXPECT_EQ(ParseConnectionString(Stored().DBConnectionString).database, name);
-    EXPECT_TRUE(DialogScript::shownMessages().isEmpty());
 }
 
 // A name the creation script cannot take as it stands fails at the server, through the report, and
 // leaves the local settings as they were (the setup-mode save: the test below).
 TEST_F(PostgresPanelTest, DatabaseNameNeedingQuotesFailsTheFirstRunAndSavesNothing) {
     // The script quotes the name; a quote inside it ends the quoted name early.
-    const QString name = QStringLiteral("tlm\"forms_") + NewPgName().mid(9);
+    const QString name = QStringLiteral("tlm\"forms_") + NewPostgresDatabaseName().mid(8);
     pgDatabases.append(name);
 
     // First run: the flow reports, clears the attempt and asks again; closing then ends the process.
@@ -473,7 +427,7 @@ TEST_F(PostgresPanelTest, DatabaseNameNeedingQuotesFailsTheFirstRunAndSavesNothi
     bool showDialog = true;
     EXPECT_TRUE(DB::GetCONN(showDialog).isEmpty());
     EXPECT_EQ(shown, 2);
-    EXPECT_EQ(FormExitCalls(), 1);
+    EXPECT_EQ(ExitCalls(), 1);
     ASSERT_EQ(presenter.reports.size(), 1);
     EXPECT_TRUE(presenter.reports[0].contains(name)) << presenter.reports[0].toStdString();
     EXPECT_FALSE(SettingsWritten());
@@ -487,10 +441,10 @@ TEST_F(PostgresPanelTest, FailedSwitchOnAConfiguredMachineKeepsTheOldConfigurati
     settings.DBConnectionString = dir;
     settings.SaveSettings();
     ASSERT_TRUE(SettingsWritten());
-    const QString bad = QStringLiteral("tlm\"switch_") + NewPgName().mid(9);
+    const QString bad = QStringLiteral("tlm\"switch_") + NewPostgresDatabaseName().mid(8);
     pgDatabases.append(bad);
 
-    DialogScript::queueAnswer(PromptAnswer::Yes);  // "... does not exist! Do you want to continue ...?"
+    prompter.queue(PromptAnswer::Yes);  // "... does not exist! Do you want to continue ...?"
     {
         frmManagerSettings form;
         QWidget* p = OpenSetupPanel(form);
@@ -499,7 +453,6 @@ TEST_F(PostgresPanelTest, FailedSwitchOnAConfiguredMachineKeepsTheOldConfigurati
         EXPECT_FALSE(form.Save());
         EXPECT_TRUE(form.isVisible());
         EXPECT_TRUE(Text(p, "labelDBStatus").contains(QStringLiteral("The settings were not changed")));
-        EXPECT_EQ(Colour(p, "labelDBStatus"), Red());
         form.Exit();
     }
     ASSERT_EQ(presenter.reports.size(), 1);
@@ -518,103 +471,4 @@ TEST_F(PostgresPanelTest, FailedSwitchOnAConfiguredMachineKeepsTheOldConfigurati
     Process().blnDatabaseSetup = false;
     bool showDialog = false;
     EXPECT_FALSE(DB::GetCONN(showDialog).isEmpty());
-}
-
-// ---- the first run of the program ---------------------------------------------------------------
-
-namespace {
-
-// Main's steps as the program takes them, with the section's window recorded instead of shown.
-class FirstRunHooks : public StartupHooks {
-  public:
-    explicit FirstRunHooks(cMySettings& s) : settings_(s) {}
-    bool ReadLocalSettings() override {
-        Process().mySettings = &settings_;
-        settings_.ReadSettings();
-        return settings_.DBChoice == 0 && settings_.DBConnectionString.isEmpty();
-    }
-    bool LoadGlobalSettings() override {
-        store = std::make_unique<cDBSettings>();
-        SetDBSettings(store.get());
-        bool ok = false;
-        store->LoadGlobalSettings(true, ok);
-        return ok;
-    }
-    void LoadSection(qint32 section) override { sections.append(section); }
-    void DestroyAllObjects() override {
-        ++destroyed;
-        SetDBSettings(nullptr);
-    }
-
-    std::unique_ptr<cDBSettings> store;
-    QList<qint32> sections;
-    int destroyed = 0;
-
-  private:
-    cMySettings& settings_;
-};
-
-CommandLine Section(const char* text) {
-    return ParseCommandLine({QString::fromLatin1(text)});
-}
-
-}  // namespace
-
-TEST_F(DatabasePanelTest, FirstRunShowsThePanelOnceThenTheSection) {
-    for (const char* section : {"1", "14"}) {
-        SCOPED_TRACE(section);
-        FreshLocalSettings();
-        settings = cMySettings();
-        subCloseConnection();
-        ResetProcessStateForTests();
-        const QString folder = NewTempDir(QStringLiteral("first"));
-        int shown = 0;
-        SetManagerSettingsDriver([&](frmManagerSettings& form) {
-            ++shown;
-            EXPECT_EQ(form.windowTitle(), QStringLiteral("Administration Panel : Database Settings"));
-            QWidget* p = form.currentItem();
-            ASSERT_TRUE(Child<QPushButton>(p, "cmdContinue")->isVisible());
-            // The folder from the browse; a cancelled browse changes nothing.
-            Child<QLineEdit>(p, "txtMDBPath")->setText(QStringLiteral("typed"));
-            DialogScript::queueFolder(QString());
-            Child<QPushButton>(p, "cmdBrowseMDBpath")->click();
-            EXPECT_EQ(Child<QLineEdit>(p, "txtMDBPath")->text(), QStringLiteral("typed"));
-            DialogScript::queueFolder(folder);
-            Child<QPushButton>(p, "cmdBrowseMDBpath")->click();
-            EXPECT_EQ(Child<QLineEdit>(p, "txtMDBPath")->text(), folder);
-            Child<QPushButton>(p, "cmdContinue")->click();
-        });
-        FirstRunHooks hooks(settings);
-        EXPECT_EQ(RunMain(Section(section), hooks), kExitNormal);
-        EXPECT_EQ(shown, 1);
-        // After the panel, section 1 opens; 14 would be the same panel again.
-        EXPECT_EQ(hooks.sections, section == QLatin1String("1") ? QList<qint32>{1} : QList<qint32>{});
-        EXPECT_EQ(Stored().DBConnectionString, folder);
-        EXPECT_TRUE(QFileInfo::exists(DbFile(folder)));
-        // The new database took the built-in settings.
-        EXPECT_EQ(
-            hooks.store->GeneralSettings.GetValue(QStringLiteral("tpoProjectTitle"), cGeneralSettings::kText),
-            QStringLiteral("Project"));
-        EXPECT_EQ(FormExitCalls(), 0);
-        EXPECT_EQ(hooks.destroyed, 1);
-        EXPECT_TRUE(DialogScript::shownMessages().isEmpty());
-    }
-    SetDBSettings(nullptr);
-}
-
-TEST_F(DatabasePanelTest, FirstRunClosedUnsavedEndsWithNothingWrittenAndNoSection) {
-    int shown = 0;
-    SetManagerSettingsDriver([&](frmManagerSettings& form) {
-        ++shown;
-        Child<QLineEdit>(form.currentItem(), "txtMDBPath")->setText(dir);
-        form.close();
-    });
-    FirstRunHooks hooks(settings);
-    RunMain(Section("1"), hooks);
-    EXPECT_EQ(shown, 1);
-    EXPECT_EQ(FormExitCalls(), 1);
-    EXPECT_TRUE(hooks.sections.isEmpty());
-    EXPECT_FALSE(SettingsWritten());
-    EXPECT_TRUE(QDir(dir).isEmpty());
-    SetDBSettings(nullptr);
 }

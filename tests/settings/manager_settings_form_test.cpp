@@ -62,18 +62,18 @@ TEST_F(ShellTest, EachSectionGetsItsTitleAndItsPanel) {
         EXPECT_TRUE(form.toolbarButton(QStringLiteral("Save"))->isEnabled());
         form.Exit();
     }
-    EXPECT_TRUE(DialogScript::shownMessages().isEmpty());
+    EXPECT_TRUE(PromptTexts().isEmpty());
     EXPECT_TRUE(presenter.reports.isEmpty());
 }
 
 TEST_F(ShellTest, UnknownSectionShowsTheBareNumberThenAnEmptyWindow) {
     for (qint32 section : {5, 7, 99, -3}) {
         SCOPED_TRACE(section);
-        DialogScript::clear();
-        DialogScript::queueAnswer(PromptAnswer::Ok);
+        prompter.clear();
+        prompter.queue(PromptAnswer::Ok);
         frmManagerSettings form;
         Open(form, section);
-        EXPECT_EQ(DialogScript::shownMessages(), QStringList{QString::number(section)});
+        EXPECT_EQ(PromptTexts(), QStringList{QString::number(section)});
         EXPECT_TRUE(form.isVisible());
         EXPECT_FALSE(form.currentItem());
         EXPECT_EQ(form.windowTitle(), kPrefix);
@@ -107,7 +107,7 @@ TEST_F(ShellTest, PanelsThisProgramDoesNotHoldFailThroughTheSharedPath) {
         EXPECT_TRUE(form.isVisible());
         form.Exit();
     }
-    EXPECT_TRUE(DialogScript::shownMessages().isEmpty());
+    EXPECT_TRUE(PromptTexts().isEmpty());
 }
 
 TEST_F(ShellTest, ExitAndClosingLeaveTheSavedFlagFalseAndWriteNothing) {
