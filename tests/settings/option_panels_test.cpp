@@ -1,8 +1,6 @@
 #include <QAction>
-#include <QApplication>
 #include <QCheckBox>
 #include <QDir>
-#include <QKeyEvent>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -17,15 +15,6 @@
 
 namespace tlm::test {
 namespace {
-
-// Key strokes as the keyboard sends them.
-void Type(QWidget* w, const QString& text) {
-    for (const QChar c : text) {
-        const int key = c == u'\b' ? int(Qt::Key_Backspace) : int(c.toUpper().unicode());
-        QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier, QString(c));
-        QApplication::sendEvent(w, &press);
-    }
-}
 
 // Each panel in its shell: what the store holds is shown, a save writes it to tGeneralSettings, and a
 // refused save writes nothing. The values' rules and both engines are the option settings tests'.
@@ -96,12 +85,6 @@ class OptionPanelTest : public DomainDbTest {
     void Restart() {
         form_.reset();
         Reload();
-    }
-    QStringList Shown() const {
-        QStringList out;
-        for (const auto& s : prompter.shown())
-            out.append(s.text);
-        return out;
     }
     bool AdminIs(const QString& name) {
         return Column(QStringLiteral("SELECT Name FROM tMembers WHERE AdminAccess <> 0")) ==
@@ -175,12 +158,13 @@ TEST_P(OptionPanelTest, EachControlSavesItsKeyAndShowsItAfterARestart) {
         OpenSection(section);
         for (const Wire& w : WiresOf(section))
             Set(QString::fromLatin1(w.control), QString::fromLatin1(w.input));
-        ASSERT_TRUE(Save()) << Shown().join(u'\n').toStdString();
+        ASSERT_TRUE(Save()) << PromptTexts().join(u'\n').toStdString();
         EXPECT_TRUE(form_->saved());
+        EXPECT_FALSE(form_->isVisible());
         for (const Wire& w : WiresOf(section))
             EXPECT_EQ(Row(QString::fromLatin1(w.key)), QString::fromLatin1(w.stored)) << w.control;
     }
-    EXPECT_TRUE(Shown().isEmpty()) << Shown().join(u'\n').toStdString();
+    EXPECT_TRUE(PromptTexts().isEmpty()) << PromptTexts().join(u'\n').toStdString();
     EXPECT_EQ(Row(QStringLiteral("tpoAllowUpdatedToReportedData")), QStringLiteral("0"));  // left alone
     // The titles and switches reach the local settings the client reads.
     cMySettings local;
@@ -197,17 +181,6 @@ TEST_P(OptionPanelTest, EachControlSavesItsKeyAndShowsItAfterARestart) {
         for (const Wire& w : WiresOf(section))
             EXPECT_EQ(Value(QString::fromLatin1(w.control)), QString::fromLatin1(w.stored)) << w.control;
     }
-}
-
-TEST_P(OptionPanelTest, FieldsOptionShowsTheDefaultTitles) {
-    Put(QStringLiteral("tpoActivityTitle"), QString());
-    Put(QStringLiteral("tpoTitleCustomField9"), QStringLiteral(" "));
-    OpenSection(9);
-    EXPECT_EQ(Edit(QStringLiteral("txtProjectTitle"))->text(), QStringLiteral("Project"));
-    EXPECT_EQ(Edit(QStringLiteral("txtTaskTitle"))->text(),
-              QStringLiteral("Task"));  // not the store's "Activity"
-    EXPECT_EQ(Edit(QStringLiteral("txtCustomFields9"))->text(), QStringLiteral("Custom Field 9"));
-    EXPECT_TRUE(Box(QStringLiteral("chkAllowMemberToChooseProjectsTasks"))->isChecked());
 }
 
 TEST_P(OptionPanelTest, RefusedSavesSayWhyKeepTheWindowAndWriteNothing) {
@@ -233,29 +206,14 @@ TEST_P(OptionPanelTest, RefusedSavesSayWhyKeepTheWindowAndWriteNothing) {
         Set(QString::fromLatin1(c.set[2]), QString::fromLatin1(c.set[3]));
         prompter.clear();
         EXPECT_FALSE(Save());
-        ASSERT_EQ(Shown().size(), 1);
-        EXPECT_TRUE(Shown()[0].contains(QString::fromLatin1(c.says))) << Shown()[0].toStdString();
+        ASSERT_EQ(PromptTexts().size(), 1);
+        EXPECT_TRUE(PromptTexts()[0].contains(QString::fromLatin1(c.says))) << PromptTexts()[0].toStdString();
         EXPECT_TRUE(form_->isVisible());
         EXPECT_FALSE(form_->saved());
     }
     EXPECT_EQ(RowCount(), rows);
     EXPECT_EQ(Row(QStringLiteral("tpoTitleCustomField1")), QStringLiteral("Custom Field 1"));
     EXPECT_EQ(Row(QStringLiteral("tpoRateIntervalMode")), QString());
-}
-
-TEST_P(OptionPanelTest, MinutesTakeOnlyTypedDigitsAndTheBrowseFillsTheFolder) {
-    OpenSection(25);
-    Box(QStringLiteral("chkPreventPostingItemLessThan"))->setChecked(true);
-    QLineEdit* minutes = Edit(QStringLiteral("txtMinimumPostingWorkTime"));
-    // Typed keys: only digits and backspace get through; pasted text stays and is judged at the save.
-    Type(minutes, QStringLiteral("1a-5 \b"));
-    EXPECT_EQ(minutes->text(), QStringLiteral("1"));
-    minutes->insert(QStringLiteral("x"));
-    EXPECT_EQ(minutes->text(), QStringLiteral("1x"));
-    Box(QStringLiteral("chkCopyReportedTaskItemTo"))->setChecked(true);
-    DialogScript::queueFolder(dir);
-    Child<QPushButton>(QStringLiteral("cmdRepositoryTaskPublicFolder"))->click();
-    EXPECT_EQ(Edit(QStringLiteral("txtRepositoryTaskPublicFolder"))->text(), dir);
 }
 
 TEST_P(OptionPanelTest, AccessControlNeedsOneAdministratorAndSavesTheMembers) {
@@ -267,8 +225,6 @@ TEST_P(OptionPanelTest, AccessControlNeedsOneAdministratorAndSavesTheMembers) {
     auto* notAllowed = Child<QListWidget>(QStringLiteral("lstNotAllowed"));
     ASSERT_EQ(allowed->count(), 1);
     EXPECT_EQ(allowed->item(0)->text(), QStringLiteral("Kim"));
-    ASSERT_EQ(notAllowed->count(), 1);
-    EXPECT_EQ(notAllowed->item(0)->text(), QStringLiteral("Robin"));
 
     // Everyone moved out: refused, and nothing written.
     allowed->setCurrentRow(0);
@@ -276,7 +232,7 @@ TEST_P(OptionPanelTest, AccessControlNeedsOneAdministratorAndSavesTheMembers) {
     EXPECT_EQ(allowed->count(), 0);
     EXPECT_FALSE(Save());
     EXPECT_EQ(
-        Shown(),
+        PromptTexts(),
         QStringList{QStringLiteral("You need to add at least one member to the allowed list to continue!")});
     EXPECT_TRUE(form_->isVisible());
     EXPECT_TRUE(AdminIs(QStringLiteral("Kim")));
@@ -285,9 +241,6 @@ TEST_P(OptionPanelTest, AccessControlNeedsOneAdministratorAndSavesTheMembers) {
     Child<QPushButton>(QStringLiteral("cmdAddTechnician"))->click();
     EXPECT_TRUE(Save());
     EXPECT_TRUE(AdminIs(QStringLiteral("Robin")));
-    Restart();
-    OpenSection(0);
-    EXPECT_EQ(Child<QListWidget>(QStringLiteral("lstAllowed"))->item(0)->text(), QStringLiteral("Robin"));
 }
 
 TEST_P(OptionPanelTest, ApprovalSwitchStandsOnTwoPanelsAndTheLastSaveWins) {
@@ -296,11 +249,6 @@ TEST_P(OptionPanelTest, ApprovalSwitchStandsOnTwoPanelsAndTheLastSaveWins) {
     Box(QStringLiteral("chkRequiresManagerialApproval"))->setChecked(true);
     Box(approved)->setChecked(true);
     EXPECT_TRUE(Save());
-    EXPECT_EQ(Column(QStringLiteral("SELECT Enabled FROM tNotificationTemplates WHERE NotificationName = "
-                                    "'tpoNotifyMemberWhenApproved'"))
-                  .value(0)
-                  .toInt(),
-              1);
 
     // The notification panel shows the switch, and its save turns it off again.
     Restart();
