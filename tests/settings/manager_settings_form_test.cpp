@@ -4,7 +4,6 @@
 #include <QLocalSocket>
 #include <QtEndian>
 
-#include "app/section_loader.h"
 #include "desktop/client_notify.h"
 #include "settings_forms_fixture.h"
 
@@ -60,13 +59,6 @@ TEST_F(ShellTest, ExitAndClosingLeaveTheSavedFlagFalseAndWriteNothing) {
         EXPECT_FALSE(form.saved());
         EXPECT_EQ(form.result(), QDialog::Rejected);
     }
-    {
-        frmManagerSettings form;
-        Open(form, 14);
-        Child<QLineEdit>(form.currentItem(), "txtMDBPath")->setText(dir);
-        form.close();
-        EXPECT_FALSE(form.saved());
-    }
     EXPECT_FALSE(SettingsWritten());
     EXPECT_TRUE(Process().blnDatabaseSetup);
 }
@@ -102,27 +94,8 @@ TEST_F(ShellTest, SuccessfulSaveTellsTheClientAndTheManagerListener) {
     };
     EXPECT_EQ(received(client), 1);
     EXPECT_EQ(received(manager), 0);
-    client.close();
-    manager.close();
     if (oldTmp.isNull())
         qunsetenv("TMPDIR");
     else
         qputenv("TMPDIR", oldTmp);
-}
-
-TEST_F(ShellTest, SectionLoaderOpensTheShellModalForSettingsSections) {
-    ASSERT_EQ(OpenerFor(SectionWindow::ManagerSettings), &OpenManagerSettings);
-    QStringList titles;
-    bool setupSeen = false;
-    SetManagerSettingsDriver([&](frmManagerSettings& form) {
-        titles.append(form.windowTitle());
-        setupSeen = Process().blnDatabaseSetup;
-        // Left open on purpose: the runner must close it unsaved rather than wait.
-    });
-    subLoadSection(14);
-    subLoadSection(9);
-    EXPECT_EQ(titles, (QStringList{kPrefix + QStringLiteral("Database Settings"),
-                                   kPrefix + QStringLiteral("Fields Option")}));
-    EXPECT_TRUE(setupSeen);
-    EXPECT_FALSE(SettingsWritten());
 }

@@ -47,9 +47,6 @@ class SettingsFormsTest : public ::testing::Test, public DatabaseEnv {
         return w;
     }
     static QString Text(QWidget* panel, const char* label) { return Child<QLabel>(panel, label)->text(); }
-    static QColor Colour(QWidget* panel, const char* label) {
-        return Child<QLabel>(panel, label)->palette().color(QPalette::WindowText);
-    }
 
     // The form of a section, loaded and shown, as the modal runner would show it.
     static void Open(frmManagerSettings& form, qint32 section) {

@@ -68,18 +68,6 @@ TEST_P(GlobalSettingsTest, KeysDifferingInCaseAreTwoInMemoryAndOneRow) {
               QStringList{"5"});
 }
 
-TEST_P(GlobalSettingsTest, UnknownSaveCodesSaveNothing) {
-    cDBSettings& g = *global;
-    g.Projects.FromArray(Rows({{"Never"}}));
-    g.GeneralSettings.SetValue(QStringLiteral("tpoProjectTitle"), QStringLiteral("Job"));
-    for (qint32 code : {0, 6, 7, 8, 14, 15, 17, -1})
-        EXPECT_FALSE(g.SaveGlobalSettings(code));
-    EXPECT_EQ(Count(QStringLiteral("tProjects")), 0);
-    EXPECT_EQ(Column(QStringLiteral("SELECT KeyVal FROM tGeneralSettings WHERE KeyID = 'tpoProjectTitle'")),
-              QStringList{"Project"});
-    EXPECT_TRUE(presenter.reports.isEmpty());
-}
-
 TEST_P(GlobalSettingsTest, FirstRunAgainstAnExistingDatabaseRestoresDefaults) {
     cDBSettings& g = *global;
     g.GeneralSettings.SetValue(QStringLiteral("tpoProjectTitle"), QStringLiteral("Job"));
