@@ -1,9 +1,9 @@
 #include <QAction>
-#include <QDir>
 #include <QFile>
 #include <QStandardPaths>
 
 #include "database/recordset.h"
+#include "domain/domain_test_fixture.h"
 #include "settings/global_settings.h"
 #include "settings_forms_fixture.h"
 
@@ -145,21 +145,6 @@ TEST_F(DatabasePanelTest, FirstRunProposesTheDefaultFolderAndMakesIt) {
     EXPECT_FALSE(DefaultDataFolder().isEmpty());
 }
 
-TEST_F(DatabasePanelTest, FirstRunBrowsedFolderIsTakenAndClosingUnsavedWritesNothing) {
-    const QString browsed = NewTempDir(QStringLiteral("browsed"));
-    SetManagerSettingsDriver([&](frmManagerSettings& form) {
-        DialogScript::queueFolder(browsed);
-        Child<QPushButton>(form.currentItem(), "cmdBrowseMDBpath")->click();
-        EXPECT_EQ(Child<QLineEdit>(form.currentItem(), "txtMDBPath")->text(), browsed);
-        form.close();
-    });
-    bool showDialog = true;
-    EXPECT_TRUE(DB::GetCONN(showDialog).isEmpty());
-    EXPECT_EQ(ExitCalls(), 1);
-    EXPECT_FALSE(SettingsWritten());
-    EXPECT_TRUE(QDir(browsed).isEmpty());
-}
-
 // ---- server input -----------------------------------------------------------------------------
 
 TEST_F(DatabasePanelTest, BadServerFieldsAreRefusedBeforeAnyConnection) {
@@ -266,23 +251,14 @@ TEST_F(PostgresPanelTest, TestTellsAMissingDatabaseAndNeverShowsAWrongPassword) 
 // A machine on a database file switches to a new server database: the save creates it, the store
 // reloads its lists from it and hands it the settings held in memory, and the panel then finds it ours.
 TEST_F(PostgresPanelTest, SetupSaveOfAMissingDatabaseCreatesItAndReloadsTheStore) {
-    const QString oldDir = NewTempDir(QStringLiteral("old"));
-    ASSERT_TRUE(DB::fncCopyNewMDBToFile(DbFile(oldDir)));
-    {
-        Connection old;
-        Failure f;
-        ASSERT_TRUE(old.Open(SqliteConnectionString(DbFile(oldDir))));
-        ASSERT_EQ(old.Execute(QStringLiteral("INSERT INTO tProjects (ProjectName) VALUES ('Alpha')"), {},
-                              false, &f),
-                  1);
-    }
-    settings.DBConnectionString = oldDir;
+    ASSERT_TRUE(DB::fncCopyNewMDBToFile(DbFile(dir)));
+    settings.DBConnectionString = dir;
     cDBSettings store;
     SetDBSettings(&store);
     bool ok = false;
     store.LoadGlobalSettings(false, ok);
     ASSERT_TRUE(ok);
-    ASSERT_EQ(store.Projects.Items.Count(), 1);
+    store.Projects.FromArray(Rows({{"Alpha"}}));
     store.GeneralSettings.SetValue(QStringLiteral("tpoProjectTitle"), QStringLiteral("Job"));
     InstallManagerSettingsDialogHost();  // as the program does: the reload is the store's load
 

@@ -1,5 +1,4 @@
 #include <QAction>
-#include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QtEndian>
@@ -48,12 +47,15 @@ TEST_F(ShellTest, SectionsGetTheirTitleAndAnUnknownOneTheBareNumber) {
     EXPECT_TRUE(presenter.reports.isEmpty());
 }
 
-TEST_F(ShellTest, ExitAndClosingLeaveTheSavedFlagFalseAndWriteNothing) {
+// A folder taken from the browse, then Exit: nothing is saved.
+TEST_F(ShellTest, ExitLeavesTheSavedFlagFalseAndWritesNothing) {
     Process().blnDatabaseSetup = true;
     {
         frmManagerSettings form;
         Open(form, 14);
-        Child<QLineEdit>(form.currentItem(), "txtMDBPath")->setText(dir);
+        DialogScript::queueFolder(dir);
+        Child<QPushButton>(form.currentItem(), "cmdBrowseMDBpath")->click();
+        EXPECT_EQ(Child<QLineEdit>(form.currentItem(), "txtMDBPath")->text(), dir);
         form.toolbarButton(QStringLiteral("Exit"))->trigger();
         EXPECT_FALSE(form.isVisible());
         EXPECT_FALSE(form.saved());
