@@ -1,11 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTcpServer>
 
 #include "core/error_report.h"
 #include "core/local_settings.h"
@@ -41,15 +39,18 @@ class MailOutboxTest : public ::testing::Test {
         outbox = test::NewTempDir(QStringLiteral("outbox"));
         ResetErrorReportingForTests();
     }
+    static MailProfile NoHost() {
+        MailProfile p = LocalProfile(25);
+        p.host.clear();
+        return p;
+    }
     QString outbox;
     const MailMessage mail{QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org;cy@z.org"),
                            QStringLiteral("Timesheet approved"), QStringLiteral("<p>Approved.</p>")};
 };
 
 TEST_F(MailOutboxTest, NoHostKeepsTheWireBytesWithTheirRecipients) {
-    MailProfile p = LocalProfile(25);
-    p.host.clear();
-    const MailSendResult r = SmtpTransport(p, outbox).send(mail);
+    const MailSendResult r = SmtpTransport(NoHost(), outbox).send(mail);
     ASSERT_EQ(r.status, MailSendResult::Status::KeptInOutbox) << r.reason.toStdString();
     EXPECT_TRUE(r.reason.contains(QStringLiteral("SMTP server"))) << r.reason.toStdString();
     ASSERT_EQ(OutboxFiles(outbox), QStringList{r.outboxFile});
@@ -64,44 +65,22 @@ TEST_F(MailOutboxTest, NoHostKeepsTheWireBytesWithTheirRecipients) {
     EXPECT_TRUE(CurrentAction().contains(r.outboxFile)) << "the trace names the kept file";
 }
 
-TEST_F(MailOutboxTest, ClosedPortAndMissingSenderKeepTheMail) {
-    QElapsedTimer timer;
-    timer.start();
-    const MailSendResult closed = SmtpTransport(LocalProfile(ClosedPort()), outbox).send(mail);
-    EXPECT_EQ(closed.status, MailSendResult::Status::KeptInOutbox) << closed.reason.toStdString();
-    EXPECT_LT(timer.elapsed(), 10000) << "a refused connection must not hang the caller";
-
-    MailProfile noSender = LocalProfile(ClosedPort());
-    noSender.senderAddress.clear();
-    const MailSendResult kept = SmtpTransport(noSender, outbox).send(mail);
-    ASSERT_EQ(kept.status, MailSendResult::Status::KeptInOutbox);
-    EXPECT_TRUE(kept.reason.contains(QStringLiteral("no sender address"))) << kept.reason.toStdString();
-    EXPECT_TRUE(ReadAll(kept.outboxFile).contains("\r\nFrom: "));
-    EXPECT_EQ(OutboxFiles(outbox).size(), 2);
-}
-
-TEST_F(MailOutboxTest, RefusedInputIsNotSentNorKept) {
-    MailMessage bad = mail;
-    bad.subject = QStringLiteral("Hi\r\nBcc: evil@x.org");
-    const MailSendResult r = SmtpTransport(LocalProfile(ClosedPort()), outbox).send(bad);
-    EXPECT_EQ(r.status, MailSendResult::Status::Refused);
-    EXPECT_TRUE(r.reason.contains(QStringLiteral("line break"))) << r.reason.toStdString();
-    bad = mail;
-    bad.bcc = QStringLiteral("bo@y.org;no-at-sign");
-    const MailSendResult r2 = SmtpTransport(LocalProfile(ClosedPort()), outbox).send(bad);
-    EXPECT_EQ(r2.status, MailSendResult::Status::Refused);
-    EXPECT_TRUE(r2.reason.contains(QStringLiteral("no-at-sign"))) << r2.reason.toStdString();
+TEST_F(MailOutboxTest, RefusedInputIsNotKeptAndAnUnwritableOutboxIsReportedAsLost) {
+    MailMessage subject = mail, bcc = mail;
+    subject.subject = QStringLiteral("Hi\r\nBcc: evil@x.org");
+    bcc.bcc = QStringLiteral("bo@y.org;no-at-sign");
+    for (const auto& [bad, named] : {std::pair{subject, "line break"}, std::pair{bcc, "no-at-sign"}}) {
+        const MailSendResult r = SmtpTransport(LocalProfile(ClosedPort()), outbox).send(bad);
+        EXPECT_EQ(r.status, MailSendResult::Status::Refused);
+        EXPECT_TRUE(r.reason.contains(QLatin1String(named))) << r.reason.toStdString();
+    }
     EXPECT_TRUE(OutboxFiles(outbox).isEmpty());
-}
 
-TEST_F(MailOutboxTest, UnwritableOutboxIsReportedAsLost) {
     const QString blocker = outbox + QStringLiteral("/file");
     QFile f(blocker);
     ASSERT_TRUE(f.open(QIODevice::WriteOnly));
     f.close();
-    MailProfile p = LocalProfile(25);
-    p.host.clear();
-    const MailSendResult r = SmtpTransport(p, blocker + QStringLiteral("/outbox")).send(mail);
+    const MailSendResult r = SmtpTransport(NoHost(), blocker + QStringLiteral("/outbox")).send(mail);
     EXPECT_EQ(r.status, MailSendResult::Status::Lost);
     EXPECT_TRUE(r.reason.contains(QStringLiteral("outbox"))) << r.reason.toStdString();
 }
@@ -141,12 +120,17 @@ TEST(MailProfileStore, RoundTripPrivateFileAndMaskedPassword) {
 }
 
 TEST(MailProfileStore, UserNames) {
-    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral("Mailbox - Ann Lee ")), QStringLiteral("Ann Lee"));
-    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral("Lee, Ann")), QStringLiteral("Lee, Ann"));
-    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral("ann@x.org")), QStringLiteral("ann@x.org"));
     // Neither " - ", "," nor "@": no name, so nothing is matched by substring.
-    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral("Ann")), QString());
-    EXPECT_EQ(UserNameFromMailboxName(QStringLiteral("Ann Lee")), QString());
+    const std::pair<const char*, const char*> names[] = {
+        {"Mailbox - Ann Lee ", "Ann Lee"},
+        {"Lee, Ann", "Lee, Ann"},
+        {"ann@x.org", "ann@x.org"},
+        {"Ann", ""},
+        {"Ann Lee", ""},
+    };
+    for (const auto& [mailbox, name] : names)
+        EXPECT_EQ(UserNameFromMailboxName(QString::fromLatin1(mailbox)), QString::fromLatin1(name))
+            << mailbox;
     test::FreshLocalSettings();
     MailProfile p = LocalProfile(25);
     p.senderName = QStringLiteral("Projects - Bo Chen");
@@ -172,15 +156,8 @@ class SmtpSinkTest : public ::testing::Test {
         outbox = test::NewTempDir(QStringLiteral("outbox"));
         ResetErrorReportingForTests();
     }
-
     QJsonObject Arrived(const QString& messageId, QString* rawPath = nullptr) const {
         return test::SpooledMail(spool, messageId, rawPath);
-    }
-    static bool HasHeader(const QJsonObject& o, const QString& name) {
-        for (const QJsonValue& h : o.value(QStringLiteral("headers")).toArray())
-            if (h.toArray().at(0).toString().compare(name, Qt::CaseInsensitive) == 0)
-                return true;
-        return false;
     }
 
     int port = 0;
@@ -208,7 +185,8 @@ TEST_F(SmtpSinkTest, NotificationArrivesWithSplitRecipientsEncodedSubjectAndBody
     EXPECT_EQ(o.value(QStringLiteral("mail_from")).toString(), QStringLiteral("desk@example.org"));
     EXPECT_EQ(o.value(QStringLiteral("to")).toString(), QStringLiteral("ann@x.org"));
     EXPECT_EQ(o.value(QStringLiteral("from")).toString(), QStringLiteral("Tally Desk <desk@example.org>"));
-    EXPECT_FALSE(HasHeader(o, QStringLiteral("Bcc")));
+    for (const QJsonValue& h : o.value(QStringLiteral("headers")).toArray())
+        EXPECT_NE(h.toArray().at(0).toString().toLower(), QStringLiteral("bcc"));
     EXPECT_EQ(o.value(QStringLiteral("subject")).toString(), subject);
     EXPECT_EQ(o.value(QStringLiteral("content_type")).toString(), QStringLiteral("text/html"));
     // The body comes back whole only if its charset and quoted-printable encoding were read as such.
@@ -216,22 +194,6 @@ TEST_F(SmtpSinkTest, NotificationArrivesWithSplitRecipientsEncodedSubjectAndBody
     EXPECT_TRUE(o.value(QStringLiteral("defects")).toArray().isEmpty())
         << QJsonDocument(o.value(QStringLiteral("defects")).toArray()).toJson().constData();
     EXPECT_TRUE(OutboxFiles(outbox).isEmpty());
-}
-
-TEST_F(SmtpSinkTest, FiveMegabyteBodyArrivesWhole) {
-    QString html = QStringLiteral("<html><body>\n");
-    const QString row = QStringLiteral("<tr><td>Projekt Ä</td><td>12.50</td><td>a=b</td></tr>\n");
-    while (html.size() < 5 * 1024 * 1024)
-        html += row;
-    html += QStringLiteral("</body></html>");
-    const MailSendResult r = SmtpTransport(LocalProfile(port), outbox)
-                                 .send({QStringLiteral("big@x.org"), {}, QStringLiteral("Big"), html});
-    ASSERT_EQ(r.status, MailSendResult::Status::Sent) << r.reason.toStdString();
-    const QJsonObject o = Arrived(r.messageId);
-    ASSERT_FALSE(o.isEmpty());
-    const QString body = Crlf(o.value(QStringLiteral("body")).toString());
-    EXPECT_EQ(body.size(), html.size());
-    EXPECT_TRUE(body == html);
 }
 
 TEST_F(SmtpSinkTest, LoginWithTheRightPasswordAndRefusedLoginKeepsTheMail) {
@@ -259,19 +221,17 @@ TEST_F(SmtpSinkTest, LoginWithTheRightPasswordAndRefusedLoginKeepsTheMail) {
         EXPECT_FALSE(text.contains(p.password)) << text.left(300).toStdString();
 }
 
-TEST_F(SmtpSinkTest, RequiredStartTlsIsNeverDowngraded) {
-    // The sink offers no STARTTLS: the mail must wait in the outbox, not go out in the clear.
+TEST_F(SmtpSinkTest, RequiredTlsIsNeverDowngraded) {
+    // The sink offers no STARTTLS and speaks no TLS: the mail must wait in the outbox, not go out
+    // in the clear.
     MailProfile p = LocalProfile(port);
-    p.tls = MailTlsMode::StartTls;
-    const MailSendResult r =
-        SmtpTransport(p, outbox).send({QStringLiteral("ann@x.org"), {}, QStringLiteral("TLS"), {}});
-    EXPECT_EQ(r.status, MailSendResult::Status::KeptInOutbox) << r.reason.toStdString();
-    EXPECT_TRUE(Arrived(r.messageId).isEmpty());
-    // Implicit TLS against a plain server fails the handshake the same way.
-    p.tls = MailTlsMode::Implicit;
-    EXPECT_EQ(
-        SmtpTransport(p, outbox).send({QStringLiteral("ann@x.org"), {}, QStringLiteral("TLS"), {}}).status,
-        MailSendResult::Status::KeptInOutbox);
+    for (const MailTlsMode mode : {MailTlsMode::StartTls, MailTlsMode::Implicit}) {
+        p.tls = mode;
+        const MailSendResult r =
+            SmtpTransport(p, outbox).send({QStringLiteral("ann@x.org"), {}, QStringLiteral("TLS"), {}});
+        EXPECT_EQ(r.status, MailSendResult::Status::KeptInOutbox) << r.reason.toStdString();
+        EXPECT_TRUE(Arrived(r.messageId).isEmpty());
+    }
 }
 
 TEST_F(SmtpSinkTest, ErrorReportGoesToTheMailboxWithoutSecrets) {
@@ -308,14 +268,4 @@ TEST_F(SmtpSinkTest, ErrorReportGoesToTheMailboxWithoutSecrets) {
     const QByteArray raw = ReadAll(rawPath);
     ASSERT_FALSE(raw.isEmpty());
     EXPECT_FALSE(raw.contains("Profile-pw-77"));
-
-    // Not sending directly hands the mail to the compose window when there is one.
-    MailMessage shown;
-    mailer.setDisplayHook([&](const MailMessage& m) {
-        shown = m;
-        return true;
-    });
-    EXPECT_TRUE(mailer.send(QStringLiteral("S"), QStringLiteral("Password=abc"), false));
-    EXPECT_EQ(shown.to, QStringLiteral("errors@example.org"));
-    EXPECT_FALSE(shown.html.contains(QStringLiteral("abc")));
 }
