@@ -70,7 +70,6 @@ TEST_P(TemplateFormTest, ExitDropsEveryEditSwitchingKeepsThemAndSaveWritesThem) 
         EXPECT_EQ(form.subjectField()->text(), QStringLiteral("New work: TLM_NEW_PROJECTS"));
         EXPECT_EQ(form.htmlEditor()->toPlainText(), QStringLiteral("<p>Hello TLM_ADMIN</p>"));
         form.toolbarButton(QStringLiteral("Save"))->trigger();
-        EXPECT_FALSE(form.isVisible());
     });
     EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
     EXPECT_EQ(Stored(QStringLiteral("tpoNotifyMembersWhenNewProjectsAddedSubject")),

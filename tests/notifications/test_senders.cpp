@@ -70,7 +70,6 @@ TEST_P(SenderTest, SavesTellManagersCoordinatorsAndMembersButNotTheCurrentUser) 
     const MailMessage& assigned = transport.mails[0];
     EXPECT_EQ(Recipients(assigned), QStringList{"kim@example.org"});
     EXPECT_EQ(assigned.subject, QStringLiteral("Notification: Project 'Apollo' Assignment"));
-    EXPECT_TRUE(assigned.html.contains(QStringLiteral("Dear kim lee,")));
     EXPECT_TRUE(assigned.html.contains(QStringLiteral("<p>Robin</p>")));
 
     const MailMessage& newProjects = transport.mails[1];
@@ -149,6 +148,7 @@ TEST_P(SenderTest, ApprovalAndDeclineReachTheReporterByFlagAndDisplaySetting) {
     cTaskData task;
     task.ID = QStringLiteral("7");
     task.ReportedBy = QStringLiteral("Kim Lee");
+    task.Subject = QStringLiteral("Design review");
     cAppointmentData appt;
     appt.ID = QStringLiteral("8");
     appt.ReportedBy = QStringLiteral("Ann");
@@ -160,6 +160,8 @@ TEST_P(SenderTest, ApprovalAndDeclineReachTheReporterByFlagAndDisplaySetting) {
     SendEmailNotificationToMemberWhenApproved(task, QStringLiteral("Task"));
     ASSERT_EQ(transport.mails.size(), 1);
     EXPECT_EQ(transport.mails[0].to, QStringLiteral("kim@example.org"));
+    EXPECT_EQ(transport.mails[0].subject, QStringLiteral("Notification: Your Timesheet (#7) is approved!"));
+    EXPECT_TRUE(transport.mails[0].html.contains(QStringLiteral("'Design review' ID# 7")));
 
     global->GeneralSettings.SetValue(QStringLiteral("tpoAuditDisplayDeclinedEmail"), 1);
     SendEmailNotificationToMemberWhenDeclined(appt, QStringLiteral("Appointment"));
