@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QDir>
 #include <QList>
 #include <QStringList>
 #include <ostream>
@@ -48,12 +47,5 @@ class RecordingDisplay : public NotificationDisplay {
     }
     QList<MailMessage> shown;
 };
-
-inline QStringList EmlFiles(const QString& folder) {
-    QStringList files;
-    for (const QString& f : QDir(folder).entryList({QStringLiteral("*.eml")}, QDir::Files))
-        files << QDir(folder).absoluteFilePath(f);
-    return files;
-}
 
 }  // namespace tlm::test

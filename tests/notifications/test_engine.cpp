@@ -1,12 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <QFile>
+
 #include "core/error_report.h"
 #include "core/money.h"
 #include "domain/domain_test_fixture.h"
 #include "mail/mail_profile.h"
+#include "mail/outbox.h"
 #include "notifications/notification_doubles.h"
 #include "notifications/notification_engine.h"
-#include "reported/task_data.h"
+#include "notifications/templates.h"
 #include "support/mail_sink.h"
 #include "support/test_env.h"
 
@@ -53,10 +56,11 @@ class EngineFixture : public DomainMemoryTest {
     QString outbox;
 };
 
+// The first address is the visible one, the rest go as blind copies; nothing usable sends nothing.
 TEST_F(EngineFixture, RecipientsSplitIntoToAndBlindCopies) {
     struct Case {
         const char* list;
-        const char* to;
+        const char* to;  // nullptr: refused
         const char* bcc;
     };
     const Case cases[] = {
@@ -68,27 +72,24 @@ TEST_F(EngineFixture, RecipientsSplitIntoToAndBlindCopies) {
         // A typo is left out, the others still hear of it.
         {"ann@x.org;not an address;cy@z.org", "ann@x.org", "cy@z.org"},
         {"Ann Lee <ann@x.org>;bo@", "Ann Lee <ann@x.org>", ""},
+        {"", nullptr, nullptr},
+        {" ; ", nullptr, nullptr},
+        {"nobody", nullptr, nullptr},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.list);
+        const qsizetype before = transport.mails.size();
         const NotificationOutcome out = Send(11, QString::fromLatin1(c.list));
+        if (!c.to) {
+            EXPECT_EQ(out.status, NotificationOutcome::Status::Refused);
+            EXPECT_EQ(transport.mails.size(), before);
+            continue;
+        }
         EXPECT_EQ(out.status, NotificationOutcome::Status::Sent);
-        ASSERT_FALSE(transport.mails.isEmpty());
+        ASSERT_EQ(transport.mails.size(), before + 1);
         EXPECT_EQ(transport.mails.last().to, QString::fromLatin1(c.to));
         EXPECT_EQ(transport.mails.last().bcc, QString::fromLatin1(c.bcc));
     }
-    EXPECT_EQ(GetBCCEmailsPortion(QStringLiteral("a@x.org")), QString());
-    EXPECT_EQ(GetBCCEmailsPortion(QStringLiteral("a@x.org;b@x.org;c@x.org")),
-              QStringLiteral("b@x.org;c@x.org"));
-}
-
-TEST_F(EngineFixture, NoUsableRecipientSendsNothing) {
-    for (const char* list : {"", ";;", " ; ", "nobody"}) {
-        SCOPED_TRACE(list);
-        const NotificationOutcome out = Send(11, QString::fromLatin1(list));
-        EXPECT_EQ(out.status, NotificationOutcome::Status::Refused);
-    }
-    EXPECT_TRUE(transport.mails.isEmpty());
     EXPECT_TRUE(CurrentAction().contains(QStringLiteral("no valid recipient")));
 }
 
@@ -105,11 +106,9 @@ TEST_F(EngineFixture, LineBreakInSubjectOrAddressIsRefusedNotSentAsHeader) {
         SCOPED_TRACE(list);
         out = Send(5, QString::fromLatin1(list), &plain);
         EXPECT_EQ(out.status, NotificationOutcome::Status::Refused);
-        EXPECT_TRUE(out.message.to.isEmpty() && out.message.bcc.isEmpty());
     }
     EXPECT_TRUE(transport.mails.isEmpty());
-    EXPECT_TRUE(display.shown.isEmpty());
-    EXPECT_TRUE(EmlFiles(outbox).isEmpty());
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty());
     // The same tag with a line break in the body only is harmless and goes out.
     SetTexts(5, QStringLiteral("Assignment"), QStringLiteral("<p>TLM_PROJECT</p>"));
     EXPECT_EQ(Send(5, QStringLiteral("ann@x.org"), &evil).status, NotificationOutcome::Status::Sent);
@@ -141,61 +140,15 @@ TEST_F(EngineFixture, TagsReplaceInOrderOfAddingAndPrefixesBreakLongerTags) {
     EXPECT_EQ(TagValueText(QVariant::fromValue(*Money::parse("90"))), QStringLiteral("90"));
 }
 
-TEST_F(EngineFixture, DefaultTextsOfEveryDictionaryKindLoseTheirSuppliedTags) {
-    const NotificationTags tags = Tags({{"TLM_ADMIN", QStringLiteral("Robin")},
-                                        {"TLM_NEW_PROJECTS", QStringLiteral("Apollo (Manager: Kim)")},
-                                        {"TLM_NOW", QDateTime::currentDateTime()}});
-    ASSERT_EQ(Send(3, QStringLiteral("ann@x.org"), &tags).status, NotificationOutcome::Status::Sent);
-    const MailMessage& m = transport.mails[0];
-    EXPECT_EQ(m.subject, QStringLiteral("Notification: New Projects Available"));
-    EXPECT_TRUE(m.html.contains(QStringLiteral("Apollo (Manager: Kim)")));
-    EXPECT_TRUE(m.html.contains(QStringLiteral("<p>Robin</p>")));
-    EXPECT_FALSE(m.html.contains(QStringLiteral("TLM_")));
-}
-
-TEST_F(EngineFixture, RecordKindsSubstituteFromTheRecord) {
-    cTaskData item;
-    item.ID = QStringLiteral("42");
-    item.Subject = QStringLiteral("Design review");
-    item.ReportedBy = QStringLiteral("Ann");
-    const NotificationOutcome out = EmailNotificationManager(12, QStringLiteral("ann@x.org"), item, nullptr,
-                                                             QStringLiteral("Task"), true);
-    ASSERT_EQ(out.status, NotificationOutcome::Status::Sent);
-    EXPECT_EQ(transport.mails[0].subject, QStringLiteral("Notification: Your Timesheet (#42) is approved!"));
-    EXPECT_TRUE(transport.mails[0].html.contains(QStringLiteral("'Design review' ID# 42")));
-    // A record kind reads no dictionary.
-    const NotificationTags tags = Tags({{"TLM_REPORTED_ID", QStringLiteral("99")}});
-    EmailNotificationManager(13, QStringLiteral("ann@x.org"), item, &tags, QString(), true);
-    EXPECT_TRUE(transport.mails[1].subject.contains(QStringLiteral("#42")));
-}
-
-TEST_F(EngineFixture, UnknownKindSaysNotTrappedTwiceAndSendsEmptyTexts) {
-    const NotificationOutcome out = Send(14, QStringLiteral("ann@x.org"));
-    ASSERT_EQ(prompter.shown().size(), 2);
-    EXPECT_EQ(prompter.shown()[0].text, QStringLiteral("NOT TRAPPED 14"));
-    EXPECT_EQ(prompter.shown()[1].text, QStringLiteral("NOT TRAPPED 14"));
-    EXPECT_EQ(out.status, NotificationOutcome::Status::Sent);
-    EXPECT_TRUE(transport.mails[0].subject.isEmpty());
-    EXPECT_TRUE(transport.mails[0].html.isEmpty());
-    EXPECT_EQ(GetEmailTemplate(0), QString());
-    EXPECT_EQ(GetEmailNotificationSubject(17), QString());
-}
-
+// A shown mail keeps what the sender built: a typo stays in view, and no valid address at all
+// still opens the mail.
 TEST_F(EngineFixture, ShownMailGoesToTheDisplayAndIsNotSent) {
-    const NotificationOutcome out = Send(11, QStringLiteral("ann@x.org;bo@y.org"), nullptr, false);
-    EXPECT_EQ(out.status, NotificationOutcome::Status::Displayed);
-    EXPECT_TRUE(transport.mails.isEmpty());
-    ASSERT_EQ(display.shown.size(), 1);
-    EXPECT_EQ(display.shown[0].to, QStringLiteral("ann@x.org"));
-    EXPECT_EQ(display.shown[0].bcc, QStringLiteral("bo@y.org"));
-
-    // A shown mail keeps what the sender built: a typo stays in view, and no valid address at
-    // all still opens the mail.
-    for (const char* list : {"ann@x.org;not an address;cy@z.org", "nobody"}) {
+    for (const char* list : {"ann@x.org;bo@y.org", "ann@x.org;not an address;cy@z.org", "nobody"}) {
         SCOPED_TRACE(list);
         const RecipientSplit split = SplitNotificationRecipients(QString::fromLatin1(list));
         EXPECT_EQ(Send(11, QString::fromLatin1(list), nullptr, false).status,
                   NotificationOutcome::Status::Displayed);
+        ASSERT_FALSE(display.shown.isEmpty());
         EXPECT_EQ(display.shown.last().to, split.to);
         EXPECT_EQ(display.shown.last().bcc, split.bcc);
     }
@@ -203,20 +156,14 @@ TEST_F(EngineFixture, ShownMailGoesToTheDisplayAndIsNotSent) {
     EXPECT_TRUE(transport.mails.isEmpty());
 }
 
-TEST_F(EngineFixture, WithoutAWindowAShownMailWaitsInTheOutbox) {
+// Nothing to show it or send it with: the mail waits in the outbox, the password nowhere.
+TEST_F(EngineFixture, WithoutAWindowOrAServerTheMailWaitsInTheOutbox) {
     SetNotificationDisplay(nullptr);
-    const NotificationOutcome out = Send(11, QStringLiteral("ann@x.org"), nullptr, false);
-    EXPECT_EQ(out.status, NotificationOutcome::Status::KeptInOutbox);
-    EXPECT_TRUE(transport.mails.isEmpty());
-    const QStringList files = EmlFiles(outbox);
-    ASSERT_EQ(files.size(), 1);
-    EXPECT_EQ(out.outboxFile, files[0]);
-    const QByteArray eml = ReadAll(files[0]);
-    EXPECT_TRUE(eml.contains("X-Tlm-Recipients: ann@x.org"));
-    EXPECT_TRUE(eml.contains("Subject: Notification: Report all Timesheets"));
-}
+    const NotificationOutcome shown = Send(11, QStringLiteral("ann@x.org"), nullptr, false);
+    EXPECT_EQ(shown.status, NotificationOutcome::Status::KeptInOutbox);
+    ASSERT_EQ(OutboxFiles(outbox), QStringList{shown.outboxFile});
+    EXPECT_TRUE(ReadAll(shown.outboxFile).contains("Subject: Notification: Report all Timesheets"));
 
-TEST_F(EngineFixture, ProfileWithoutServerKeepsTheMailAndTheCallerGoesOn) {
     // The stored profile: a sender and a password, but no server.
     MailProfile p;
     p.senderAddress = QStringLiteral("desk@example.org");
@@ -226,9 +173,7 @@ TEST_F(EngineFixture, ProfileWithoutServerKeepsTheMailAndTheCallerGoesOn) {
     SetNotificationTransport(nullptr);
     const NotificationOutcome out = Send(11, QStringLiteral("ann@x.org;bo@y.org"));
     EXPECT_EQ(out.status, NotificationOutcome::Status::KeptInOutbox);
-    const QStringList files = EmlFiles(outbox);
-    ASSERT_EQ(files.size(), 1);
-    const QByteArray eml = ReadAll(files[0]);
+    const QByteArray eml = ReadAll(out.outboxFile);
     EXPECT_TRUE(eml.contains("X-Tlm-Recipients: ann@x.org, bo@y.org"));
     EXPECT_TRUE(eml.contains("names no SMTP server"));
     EXPECT_FALSE(eml.contains("s3cret-Pw"));
@@ -236,7 +181,57 @@ TEST_F(EngineFixture, ProfileWithoutServerKeepsTheMailAndTheCallerGoesOn) {
     EXPECT_FALSE(CurrentAction().contains(QStringLiteral("s3cret-Pw")));
     EXPECT_TRUE(presenter.reports.isEmpty());
     EXPECT_TRUE(prompter.shown().isEmpty());
+    EXPECT_TRUE(transport.mails.isEmpty());
 }
+
+QString Resource(const char* name) {
+    QFile f(QStringLiteral(":/templates/") + QString::fromLatin1(name));
+    return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QString();
+}
+
+TEST(TemplateStore, BlankTextsReturnToTheirDefaultAndNamesAreLookedUp) {
+    cMessageTemplates t;
+    t.SetValue(QStringLiteral("tpoNotifyMemberToReport"), QStringLiteral("   "));
+    t.SetValue(QStringLiteral("tpoNotifyMemberWhenApproved"), QStringLiteral("x"));
+    t.SetValue(QStringLiteral("tpoNotifyMemberWhenApprovedSubject"), QString());
+    LoadDefaultTemplates(t);
+    EXPECT_EQ(t.GetValue(QStringLiteral("tpoNotifyMemberToReport")).toString(),
+              Resource("NOTIFY_MEMBER_TO_REPORT.TXT"));
+    EXPECT_EQ(t.GetValue(QStringLiteral("tpoNotifyMemberWhenApproved")).toString(), QStringLiteral("x"));
+    EXPECT_EQ(t.GetValue(QStringLiteral("tpoNotifyMemberWhenApprovedSubject")).toString(),
+              QStringLiteral("Notification: Your Timesheet (#TLM_REPORTED_ID) is approved!"));
+    EXPECT_FALSE(t.IsChecked(QStringLiteral("tpoNotifyMemberToReport")));
+    EXPECT_EQ(TemplateOfKind(14), nullptr);
+
+    // A display name is matched exactly, case included; a name the store lacks reads as a blank.
+    t.SetNotificaionEnabledValue(QStringLiteral("Email Coordintator when assigned an activity"), true);
+    EXPECT_TRUE(t.IsChecked(QStringLiteral("TPONOTIFYCOORDINTORWHENASSIGNEDACTIVITY")));
+    EXPECT_EQ(t.GetValue(QStringLiteral("print")).toString(), QStringLiteral(" "));
+}
+
+using TemplateDbTest = DomainDbTest;
+
+TEST_P(TemplateDbTest, StoredMinusOneIsSetAndChangesReachTheirRowsOnly) {
+    Exec(QStringLiteral(
+        "UPDATE tNotificationTemplates SET Enabled = -1 WHERE NotificationName = 'tpoPrintTemplate'"));
+    cDBSettings& g = Reload();
+    EXPECT_TRUE(g.MessageTemplates.IsChecked(QStringLiteral("Print")));
+    const QStringList before = Column(QStringLiteral("SELECT ID FROM tNotificationTemplates ORDER BY ID"));
+    g.MessageTemplates.SetValue(QStringLiteral("tpoNotifyMemberWhenDeclineSubject"), QStringLiteral("No!"));
+    g.MessageTemplates.SetValue(QStringLiteral("tpoBrandNew"), QStringLiteral("new"));
+    g.SaveGlobalSettings(4);
+    ASSERT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+    const QStringList after = Column(QStringLiteral("SELECT ID FROM tNotificationTemplates ORDER BY ID"));
+    EXPECT_EQ(after.mid(0, before.size()), before);
+    EXPECT_EQ(after.size(), before.size() + 1);
+    const cDBSettings& again = Reload();
+    EXPECT_EQ(again.MessageTemplates.GetValue(QStringLiteral("tpoNotifyMemberWhenDeclineSubject")).toString(),
+              QStringLiteral("No!"));
+    EXPECT_FALSE(again.MessageTemplates.IsChecked(QStringLiteral("tpoBrandNew")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Engines, TemplateDbTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
+                         EngineName);
 
 }  // namespace
 }  // namespace tlm::test

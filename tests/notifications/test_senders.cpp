@@ -15,8 +15,6 @@ namespace {
 
 const QString kNewProjectsFlag = QStringLiteral("tpoNotifyMembersWhenNewProjectsAdded");
 const QString kNewActivitiesFlag = QStringLiteral("tpoNotifyMembersWhenNewActivitiesAdded");
-const QString kManagerFlag = QStringLiteral("tpoNotifyManagerWhenAssignedProject");
-const QString kCoordinatorFlag = QStringLiteral("tpoNotifyCoordintorWhenAssignedActivity");
 
 // The real senders behind list saves, over a fresh database; mails are recorded.
 class SenderTest : public DomainDbTest {
@@ -27,13 +25,10 @@ class SenderTest : public DomainDbTest {
             return;
         InstallNotificationSenders(&display);
         SetNotificationTransport(&transport);
-        outbox = NewTempDir(QStringLiteral("outbox"));
-        SetOutboxFolder(outbox);
     }
     void TearDown() override {
         SetNotificationTransport(nullptr);
         SetNotificationDisplay(nullptr);
-        SetOutboxFolder(QString());
         DomainDbTest::TearDown();
     }
     // Robin runs the program; the others are members with addresses.
@@ -50,9 +45,6 @@ class SenderTest : public DomainDbTest {
         for (const auto& info : TemplateVocabulary())
             global->MessageTemplates.SetNotificaionEnabledValue(info.key, on);
     }
-    void SetBody(qint32 kind, const QString& body) {
-        global->MessageTemplates.SetValue(TemplateOfKind(kind)->key, body);
-    }
     static QStringList Recipients(const MailMessage& m) {
         QStringList all{m.to};
         if (!m.bcc.isEmpty())
@@ -62,13 +54,13 @@ class SenderTest : public DomainDbTest {
 
     RecordingTransport transport;
     RecordingDisplay display;
-    QString outbox;
 };
 
 TEST_P(SenderTest, SavesTellManagersCoordinatorsAndMembersButNotTheCurrentUser) {
     SaveTeam();
     SetFlags(true);
-    global->Projects.FromArray(Rows({{"Apollo", "kim lee", "90"}}));
+    // A project without a manager tells no manager but is among the new ones, one line each.
+    global->Projects.FromArray(Rows({{"Apollo", "kim lee", "90"}, {"Borealis", "", "2"}}));
     global->SaveGlobalSettings(1);
     global->Tasks.FromArray(Rows({{"Design", "Apollo", "5", "Ann"}}));
     global->SaveGlobalSettings(2);
@@ -78,13 +70,13 @@ TEST_P(SenderTest, SavesTellManagersCoordinatorsAndMembersButNotTheCurrentUser) 
     const MailMessage& assigned = transport.mails[0];
     EXPECT_EQ(Recipients(assigned), QStringList{"kim@example.org"});
     EXPECT_EQ(assigned.subject, QStringLiteral("Notification: Project 'Apollo' Assignment"));
-    EXPECT_TRUE(assigned.html.contains(QStringLiteral("Dear kim lee,")));
     EXPECT_TRUE(assigned.html.contains(QStringLiteral("<p>Robin</p>")));
 
     const MailMessage& newProjects = transport.mails[1];
     EXPECT_EQ(newProjects.to, QStringLiteral("kim@example.org"));
     EXPECT_EQ(newProjects.bcc, QStringLiteral("ann@example.org"));
-    EXPECT_TRUE(newProjects.html.contains(QStringLiteral("Apollo (Manager: kim lee)")));
+    EXPECT_TRUE(
+        newProjects.html.contains(QStringLiteral("Borealis (Manager: )<BR>Apollo (Manager: kim lee)")));
 
     const MailMessage& coordinator = transport.mails[2];
     EXPECT_EQ(Recipients(coordinator), QStringList{"ann@example.org"});
@@ -100,18 +92,14 @@ TEST_P(SenderTest, SavesTellManagersCoordinatorsAndMembersButNotTheCurrentUser) 
         EXPECT_FALSE(Recipients(m).contains(QStringLiteral("robin@example.org"))) << m.subject.toStdString();
 }
 
-TEST_P(SenderTest, SeveralNewProjectsAreOneMailWithLineBreaks) {
+// Flags off, or a manager or coordinator who is no member: no mail, and the rows are saved all the
+// same.
+TEST_P(SenderTest, ListSavesWithoutAFlagOrAKnownAddressSendNothingAndSave) {
     SaveTeam();
-    global->MessageTemplates.SetNotificaionEnabledValue(kNewProjectsFlag, true);
-    global->Projects.FromArray(Rows({{"Apollo", "Kim Lee", "1"}, {"Borealis", "", "2"}}));
-    global->SaveGlobalSettings(1);
-    ASSERT_EQ(transport.mails.size(), 1);
-    EXPECT_TRUE(transport.mails[0].html.contains(
-        QStringLiteral("Borealis (Manager: )<BR>Apollo (Manager: Kim Lee)")));
-}
-
-TEST_P(SenderTest, UnknownManagerOrCoordinatorGetsNoMailAndTheRowsAreSaved) {
-    SaveTeam();
+    SetFlags(false);
+    global->Projects.FromArray(Rows({{"Apollo", "Kim Lee", "1"}}));
+    global->Tasks.FromArray(Rows({{"Design", "Apollo", "5", "Ann"}}));
+    global->SaveGlobalSettings(16);
     SetFlags(true);
     global->MessageTemplates.SetNotificaionEnabledValue(kNewProjectsFlag, false);
     global->MessageTemplates.SetNotificaionEnabledValue(kNewActivitiesFlag, false);
@@ -121,21 +109,6 @@ TEST_P(SenderTest, UnknownManagerOrCoordinatorGetsNoMailAndTheRowsAreSaved) {
     EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
     EXPECT_EQ(Column(QStringLiteral("SELECT ProjectManager FROM tProjects")), QStringList{"Nobody"});
     EXPECT_EQ(Column(QStringLiteral("SELECT Coordinator FROM tActivities")), QStringList{"Nobody Either"});
-    EXPECT_TRUE(transport.mails.isEmpty());
-}
-
-TEST_P(SenderTest, ListSaveEventsStayQuietWithTheirFlagsOff) {
-    SaveTeam();
-    SetFlags(false);
-    global->Projects.FromArray(Rows({{"Apollo", "Kim Lee", "1"}}));
-    global->Tasks.FromArray(Rows({{"Design", "Apollo", "5", "Ann"}}));
-    global->SaveGlobalSettings(16);
-    EXPECT_TRUE(transport.mails.isEmpty());
-    // A member without an address is no recipient either.
-    SaveMembers({{"Robin", ""}, {"Kim Lee", ""}});
-    SetFlags(true);
-    global->Projects.FromArray(Rows({{"Apollo", "Kim Lee", "1"}, {"Borealis", "Kim Lee", "1"}}));
-    global->SaveGlobalSettings(1);
     EXPECT_TRUE(transport.mails.isEmpty());
 }
 
@@ -170,53 +143,12 @@ TEST_P(SenderTest, RequestsToReportGoOutWithTheirFlagsOff) {
     EXPECT_TRUE(transport.mails[2].html.contains(QStringLiteral("Dear Ann")));
 }
 
-TEST_P(SenderTest, RequestsStopSilentlyWithoutRecipientMemberOrAddress) {
-    SaveMembers({{"Robin", "robin@example.org"}, {"Kim Lee", ""}});
-    cProject p;
-    p.ProjectName = QStringLiteral("Apollo");
-    SendEmailToMembersToRequestReportOnAProject(p, QString());
-    cTask t;
-    t.ActivityName = QStringLiteral("Design");
-    SendEmailToMembersToRequestReportOnATask(t, QString());
-    SendEmailToMemberToReport(QString());
-    SendEmailToMemberToReport(QStringLiteral("Stranger"));
-    SendEmailToMemberToReport(QStringLiteral("Kim Lee"));
-    EXPECT_TRUE(transport.mails.isEmpty());
-    EXPECT_TRUE(display.shown.isEmpty());
-    EXPECT_TRUE(prompter.shown().isEmpty());
-}
-
-TEST_P(SenderTest, ActivityOfAnUnknownProjectLeavesTheProjectTagsEmpty) {
-    SaveTeam();
-    SetBody(10,
-            QStringLiteral("[TLM_MANAGER][TLM_PROJECT][TLM_PROJECT_RATE][TLM_ACTIVITY][TLM_COORDINATOR]"));
-    cTask t;
-    t.ActivityName = QStringLiteral("Design");
-    t.Project = QStringLiteral("Gone");
-    t.Coordinator = QStringLiteral("Ann");
-    SendEmailToMembersToRequestReportOnATask(t, QStringLiteral("ann@example.org"));
-    ASSERT_EQ(transport.mails.size(), 1);
-    // TLM_PROJECT goes before TLM_PROJECT_RATE, so the rate tag keeps its tail.
-    EXPECT_EQ(transport.mails[0].html.toStdString(), "[][][_RATE][Design][Ann]");
-}
-
-TEST_P(SenderTest, EditingSettingShowsTheRequestInsteadOfSendingIt) {
-    SaveTeam();
-    global->GeneralSettings.SetValue(QStringLiteral("tpoAllowEditOfEmailToReport"), QStringLiteral("1"));
-    SendEmailToMemberToReport(QStringLiteral("Kim Lee"));
-    EXPECT_TRUE(transport.mails.isEmpty());
-    ASSERT_EQ(display.shown.size(), 1);
-    EXPECT_EQ(display.shown[0].to, QStringLiteral("kim@example.org"));
-    global->GeneralSettings.SetValue(QStringLiteral("tpoAllowEditOfEmailToReport"), QStringLiteral("0"));
-    SendEmailToMemberToReport(QStringLiteral("Kim Lee"));
-    EXPECT_EQ(transport.mails.size(), 1);
-}
-
 TEST_P(SenderTest, ApprovalAndDeclineReachTheReporterByFlagAndDisplaySetting) {
     SaveTeam();
     cTaskData task;
     task.ID = QStringLiteral("7");
     task.ReportedBy = QStringLiteral("Kim Lee");
+    task.Subject = QStringLiteral("Design review");
     cAppointmentData appt;
     appt.ID = QStringLiteral("8");
     appt.ReportedBy = QStringLiteral("Ann");
@@ -224,29 +156,22 @@ TEST_P(SenderTest, ApprovalAndDeclineReachTheReporterByFlagAndDisplaySetting) {
     SetFlags(false);
     SendEmailNotificationToMemberWhenApproved(task, QStringLiteral("Task"));
     EXPECT_TRUE(transport.mails.isEmpty());
-
     SetFlags(true);
     SendEmailNotificationToMemberWhenApproved(task, QStringLiteral("Task"));
     ASSERT_EQ(transport.mails.size(), 1);
     EXPECT_EQ(transport.mails[0].to, QStringLiteral("kim@example.org"));
     EXPECT_EQ(transport.mails[0].subject, QStringLiteral("Notification: Your Timesheet (#7) is approved!"));
+    EXPECT_TRUE(transport.mails[0].html.contains(QStringLiteral("'Design review' ID# 7")));
 
     global->GeneralSettings.SetValue(QStringLiteral("tpoAuditDisplayDeclinedEmail"), 1);
     SendEmailNotificationToMemberWhenDeclined(appt, QStringLiteral("Appointment"));
     ASSERT_EQ(display.shown.size(), 1);
     EXPECT_EQ(display.shown[0].to, QStringLiteral("ann@example.org"));
     EXPECT_EQ(display.shown[0].subject, QStringLiteral("Notification: Your Timesheet (#8) is declined!"));
-
-    // No record, or a reporter who is nobody, ends the sender.
-    SendEmailNotificationToMemberWhenApproved(ReportedItemRef(), QStringLiteral("Task"));
-    task.ReportedBy = QStringLiteral("Stranger");
-    SendEmailNotificationToMemberWhenApproved(task, QStringLiteral("Task"));
     EXPECT_EQ(transport.mails.size(), 1);
-    EXPECT_EQ(display.shown.size(), 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, SenderTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
-                         EngineName);
+INSTANTIATE_TEST_SUITE_P(Engines, SenderTest, ::testing::Values(Engine::SQLite), EngineName);
 
 }  // namespace
 }  // namespace tlm::test

@@ -1,0 +1,456 @@
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include "core/error_report.h"
+#include "core/local_settings.h"
+#include "domain/domain_test_fixture.h"
+#include "domain/members.h"
+#include "mail/mail_transport.h"
+#include "mail/outbox.h"
+#include "notifications/notification_engine.h"
+#include "notifications/senders.h"
+#include "notifications/templates.h"
+#include "support/mail_sink.h"
+#include "support/test_env.h"
+
+namespace tlm::test {
+namespace {
+
+QString Crlf(QString s) {
+    return s.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+}
+
+bool IsPrivateFile(const QString& path) {
+    const auto p = QFile::permissions(path);
+    return (p & (QFileDevice::ReadOwner | QFileDevice::WriteOwner)) &&
+           !(p & (QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ReadOther |
+                  QFileDevice::WriteOther));
+}
+
+MailMessage Mail(int n) {
+    return {QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org"), QStringLiteral("Mail %1").arg(n),
+            QStringLiteral("<p>%1</p>").arg(n)};
+}
+
+MailProfile NoServer() {
+    MailProfile p = LocalProfile(25);
+    p.host.clear();
+    return p;
+}
+
+// Waits for the worker while this thread's event loop runs (a local server here needs it).
+bool WaitIdle(OutboxSender& sender, int ms = 20000) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!sender.waitIdle(10)) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        if (timer.elapsed() > ms)
+            return false;
+    }
+    return true;
+}
+
+// A server that takes each connection and hangs up at once.
+class HangUpServer {
+  public:
+    HangUpServer() {
+        server_.listen(QHostAddress::LocalHost, 0);
+        QObject::connect(&server_, &QTcpServer::newConnection, [this] {
+            while (QTcpSocket* s = server_.nextPendingConnection()) {
+                ++connections;
+                s->abort();
+            }
+        });
+    }
+    int port() const { return server_.serverPort(); }
+    int connections = 0;
+
+  private:
+    QTcpServer server_;
+};
+
+QStringList IdsIn(const QStringList& files) {
+    QStringList ids;
+    for (const QString& f : files) {
+        OutboxMail m;
+        EXPECT_TRUE(ReadOutboxMail(f, &m)) << f.toStdString();
+        ids << QLatin1Char('<') + m.messageId + QLatin1Char('>');
+    }
+    return ids;
+}
+
+// Each of `ids` once in `arrived`, in the same order.
+void ExpectEachOnceInOrder(const QStringList& ids, const QStringList& arrived) {
+    QStringList seen;
+    for (const QString& id : arrived)
+        if (ids.contains(id))
+            seen << id;
+    EXPECT_EQ(seen, ids);
+}
+
+}  // namespace
+
+// Sending into an outbox of its own; without a server the mail must end there, never lost.
+class Sending : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        outbox = NewTempDir(QStringLiteral("outbox"));
+        ResetErrorReportingForTests();
+    }
+    QString outbox;
+    const MailMessage mail{QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org;cy@z.org"),
+                           QStringLiteral("Timesheet approved"), QStringLiteral("<p>Approved.</p>")};
+};
+
+// Against the SMTP sink that `make test` starts: what arrived is read back by Python's own mail
+// parser (the .json beside each spooled mail).
+class SinkTest : public Sending {
+  protected:
+    void SetUp() override {
+        Sending::SetUp();
+        port = SmtpPort().toInt();
+        spool = SmtpSpoolDir();
+        if (port <= 0 || spool.isEmpty())
+            TLM_NEED_SERVER(false, "the SMTP sink: TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL");
+    }
+    QJsonObject Arrived(const QString& messageId, QString* rawPath = nullptr) const {
+        return SpooledMail(spool, messageId, rawPath);
+    }
+    int port = 0;
+    QString spool;
+};
+
+TEST_F(Sending, NoHostKeepsTheWireBytesWithTheirRecipients) {
+    const MailSendResult r = SmtpTransport(NoServer(), outbox).send(mail);
+    ASSERT_EQ(r.status, MailSendResult::Status::KeptInOutbox) << r.reason.toStdString();
+    EXPECT_TRUE(r.reason.contains(QStringLiteral("SMTP server"))) << r.reason.toStdString();
+    ASSERT_EQ(OutboxFiles(outbox), QStringList{r.outboxFile});
+    EXPECT_TRUE(IsPrivateFile(r.outboxFile));
+    const QByteArray eml = ReadAll(r.outboxFile);
+    EXPECT_TRUE(eml.startsWith("X-Tlm-Recipients: ann@x.org, bo@y.org, cy@z.org\r\nX-Tlm-Failure: "))
+        << eml.left(200).constData();
+    EXPECT_TRUE(eml.contains("\r\nMessage-ID: <" + r.messageId.toLatin1() + ">\r\n"));
+    EXPECT_TRUE(eml.endsWith("<p>Approved.</p>=\r\n"));
+    EXPECT_TRUE(CurrentAction().contains(r.outboxFile)) << "the trace names the kept file";
+}
+
+TEST_F(Sending, AnUnwritableOutboxIsReportedAsLost) {
+    const QString blocker = outbox + QStringLiteral("/file");
+    QFile f(blocker);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.close();
+    const MailSendResult r = SmtpTransport(NoServer(), blocker + QStringLiteral("/outbox")).send(mail);
+    EXPECT_EQ(r.status, MailSendResult::Status::Lost);
+    EXPECT_TRUE(r.reason.contains(QStringLiteral("outbox"))) << r.reason.toStdString();
+}
+
+TEST(MailProfileStore, RoundTripPrivateFileAndMaskedPassword) {
+    const QString file = FreshLocalSettings();
+    MailProfile p = LocalProfile(2525);
+    p.tls = MailTlsMode::Implicit;
+    p.user = QStringLiteral("desk");
+    p.password = QStringLiteral("s3cret-Mail-pw");
+    p.verifyCertificate = false;
+    p.errorReportMailbox = QStringLiteral("errors@example.org");
+    ASSERT_TRUE(SaveMailProfile(p));
+    EXPECT_EQ(LocalSettingsFilePath(), file);
+    EXPECT_TRUE(IsPrivateFile(file)) << file.toStdString();
+
+    const MailProfile back = LoadMailProfile();
+    EXPECT_EQ(back.host, p.host);
+    EXPECT_EQ(back.port, 2525);
+    EXPECT_EQ(back.tls, MailTlsMode::Implicit);
+    EXPECT_EQ(back.user, p.user);
+    EXPECT_EQ(back.password, p.password);
+    EXPECT_FALSE(back.verifyCertificate);
+    EXPECT_EQ(back.errorReportMailbox, p.errorReportMailbox);
+    EXPECT_EQ(GetSetting(QStringLiteral("TLM"), QStringLiteral("MailProfile"), QStringLiteral("SmtpHost"),
+                         QString()),
+              QStringLiteral("127.0.0.1"));
+    EXPECT_FALSE(MaskSecrets(QStringLiteral("login failed for s3cret-Mail-pw")).contains(p.password));
+
+    // Defaults of an empty profile: STARTTLS on its usual port, certificates checked.
+    FreshLocalSettings();
+    const MailProfile empty = LoadMailProfile();
+    EXPECT_EQ(empty.tls, MailTlsMode::StartTls);
+    EXPECT_EQ(empty.effectivePort(), 587);
+    EXPECT_TRUE(empty.verifyCertificate);
+    EXPECT_GT(empty.connectTimeoutSeconds, 0);
+}
+
+TEST(MailProfileStore, UserNamesFromMailboxNames) {
+    // Neither " - ", "," nor "@": no name, so nothing is matched by substring.
+    const std::pair<const char*, const char*> names[] = {
+        {"Mailbox - Ann Lee ", "Ann Lee"},
+        {"Lee, Ann", "Lee, Ann"},
+        {"ann@x.org", "ann@x.org"},
+        {"Ann", ""},
+        {"Ann Lee", ""},
+    };
+    for (const auto& [mailbox, name] : names)
+        EXPECT_EQ(UserNameFromMailboxName(QString::fromLatin1(mailbox)), QString::fromLatin1(name))
+            << mailbox;
+}
+
+TEST_F(Sending, FirstConnectionFailureLeavesTheRestForTheNextAttempt) {
+    HangUpServer server;
+    OutboxSender sender(outbox);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(sender.queue(Mail(i), LocalProfile(server.port())).status,
+                  MailSendResult::Status::KeptInOutbox);
+    ASSERT_TRUE(WaitIdle(sender));
+    OutboxStatus s = sender.status();
+    EXPECT_EQ(s.waiting, 5);
+    EXPECT_TRUE(s.serverDown);
+    EXPECT_FALSE(s.lastError.isEmpty());
+    // Mails queued while the server was down went straight to the outbox without another try.
+    const int tries = server.connections;
+    EXPECT_EQ(tries, 1) << "one try for the batch, not one connection per mail";
+    const MailSendResult later = sender.queue(Mail(9), LocalProfile(server.port()));
+    EXPECT_FALSE(later.queued);
+    ASSERT_TRUE(WaitIdle(sender));
+    EXPECT_EQ(server.connections, tries);
+    // An explicit retry tries again.
+    sender.kick(LocalProfile(server.port()));
+    ASSERT_TRUE(WaitIdle(sender));
+    EXPECT_GT(server.connections, tries);
+    EXPECT_EQ(sender.status().waiting, 6);
+}
+
+TEST_F(SinkTest, NotificationArrivesWithSplitRecipientsEncodedSubjectAndBody) {
+    const QString subject =
+        QStringLiteral("Bericht für Jürgen – 報告 =?x?= ") + QStringLiteral("long ").repeated(20);
+    QString html = QStringLiteral("<html><body><p>Grüße, 100% = done</p>\n<pre>\tTab and trailing blank \n");
+    html += QStringLiteral("<td>") + QStringLiteral("x").repeated(500) +
+            QStringLiteral("</td>\n.dot line\n</pre>");
+    const MailMessage msg = MakeNotificationMail(QStringLiteral("ann@x.org;bo@y.org;cy@z.org"), subject,
+                                                 html + QStringLiteral("</body></html>"));
+    const MailSendResult r = SmtpTransport(LocalProfile(port), outbox).send(msg);
+    ASSERT_EQ(r.status, MailSendResult::Status::Sent) << r.reason.toStdString();
+    const QJsonObject o = Arrived(r.messageId);
+    ASSERT_FALSE(o.isEmpty()) << "no mail with Message-ID " << r.messageId.toStdString() << " in "
+                              << spool.toStdString();
+
+    EXPECT_EQ(
+        JsonStrings(o.value(QStringLiteral("rcpt_tos"))),
+        (QStringList{QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org"), QStringLiteral("cy@z.org")}));
+    EXPECT_EQ(o.value(QStringLiteral("mail_from")).toString(), QStringLiteral("desk@example.org"));
+    EXPECT_EQ(o.value(QStringLiteral("to")).toString(), QStringLiteral("ann@x.org"));
+    EXPECT_EQ(o.value(QStringLiteral("from")).toString(), QStringLiteral("Tally Desk <desk@example.org>"));
+    for (const QJsonValue& h : o.value(QStringLiteral("headers")).toArray())
+        EXPECT_NE(h.toArray().at(0).toString().toLower(), QStringLiteral("bcc"));
+    EXPECT_EQ(o.value(QStringLiteral("subject")).toString(), subject);
+    EXPECT_EQ(o.value(QStringLiteral("content_type")).toString(), QStringLiteral("text/html"));
+    // The body comes back whole only if its charset and quoted-printable encoding were read as such.
+    EXPECT_EQ(Crlf(o.value(QStringLiteral("body")).toString()), msg.html);
+    EXPECT_TRUE(o.value(QStringLiteral("defects")).toArray().isEmpty())
+        << QJsonDocument(o.value(QStringLiteral("defects")).toArray()).toJson().constData();
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty());
+}
+
+TEST_F(SinkTest, RefusedLoginKeepsTheMailAndShowsNoPassword) {
+    const QString user = qEnvironmentVariable("TLM_TEST_SMTP_USER");
+    const QString password = qEnvironmentVariable("TLM_TEST_SMTP_PASSWORD");
+    if (user.isEmpty())
+        TLM_NEED_SERVER(false, "the SMTP sink's user: TLM_TEST_SMTP_USER");
+    MailProfile p = LocalProfile(port);
+    p.user = user;
+    const MailMessage msg{QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org"), QStringLiteral("Login"),
+                          QStringLiteral("<p>x</p>")};
+    p.password = QStringLiteral("Wrong-pw-") + password;
+    const MailSendResult refused = SmtpTransport(p, outbox).send(msg);
+    ASSERT_EQ(refused.status, MailSendResult::Status::KeptInOutbox) << refused.reason.toStdString();
+    EXPECT_TRUE(Arrived(refused.messageId).isEmpty());
+    EXPECT_TRUE(refused.reason.contains(QStringLiteral("535"))) << refused.reason.toStdString();
+    const QByteArray eml = ReadAll(refused.outboxFile);
+    EXPECT_TRUE(eml.startsWith("X-Tlm-Recipients: ann@x.org, bo@y.org\r\n"));
+    for (const QString& text : {refused.reason, QString::fromUtf8(eml), CurrentAction()})
+        EXPECT_FALSE(text.contains(p.password)) << text.left(300).toStdString();
+}
+
+TEST_F(SinkTest, RequiredTlsIsNeverDowngraded) {
+    // The sink offers no STARTTLS and speaks no TLS: the mail must wait in the outbox, not go out
+    // in the clear.
+    MailProfile p = LocalProfile(port);
+    for (const MailTlsMode mode : {MailTlsMode::StartTls, MailTlsMode::Implicit}) {
+        p.tls = mode;
+        const MailSendResult r =
+            SmtpTransport(p, outbox).send({QStringLiteral("ann@x.org"), {}, QStringLiteral("TLS"), {}});
+        EXPECT_EQ(r.status, MailSendResult::Status::KeptInOutbox) << r.reason.toStdString();
+        EXPECT_TRUE(Arrived(r.messageId).isEmpty());
+    }
+}
+
+TEST_F(SinkTest, ErrorReportGoesToTheMailboxWithoutSecrets) {
+    FreshLocalSettings();
+    MailProfile p = LocalProfile(port);
+    p.password = QStringLiteral("Profile-pw-77");
+    p.user.clear();  // no login: the sink takes it, and the password must still not travel
+    p.errorReportMailbox = QStringLiteral("errors@example.org");
+    ASSERT_TRUE(SaveMailProfile(p));
+    SetOutboxFolder(outbox);
+
+    MailErrorReportMailer mailer;
+    EXPECT_TRUE(mailer.available());
+    const QString report = QStringLiteral(
+        "At Line: 4\r\nIn Function: DB.GetCONN <x>\r\n"
+        "Exception Description: Data Source=srv;Password=db-pw-9;\r\n"
+        "smtp said Profile-pw-77\r\n");
+    ASSERT_TRUE(mailer.send(QStringLiteral("Exception (1.0.0) : Tally Loom Manager Process"), report, true))
+        << mailer.lastResult().reason.toStdString();
+    // The report goes through the outbox like every mail; the worker delivers it.
+    EXPECT_TRUE(mailer.lastResult().queued);
+    ASSERT_TRUE(MailDelivery().waitIdle(20000));
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty()) << MailDelivery().status().lastError.toStdString();
+    SetOutboxFolder(QString());
+    QString rawPath;
+    const QJsonObject o = Arrived(mailer.lastResult().messageId, &rawPath);
+    ASSERT_FALSE(o.isEmpty());
+    EXPECT_EQ(JsonStrings(o.value(QStringLiteral("rcpt_tos"))),
+              QStringList{QStringLiteral("errors@example.org")});
+    const QString body = o.value(QStringLiteral("body")).toString();
+    EXPECT_TRUE(body.contains(QStringLiteral("In Function: DB.GetCONN &lt;x&gt;"))) << body.toStdString();
+    EXPECT_FALSE(body.contains(QStringLiteral("db-pw-9")));
+    EXPECT_FALSE(body.contains(QStringLiteral("Profile-pw-77")));
+    const QByteArray raw = ReadAll(rawPath);
+    ASSERT_FALSE(raw.isEmpty());
+    EXPECT_FALSE(raw.contains("Profile-pw-77"));
+}
+TEST_F(SinkTest, QueuedMailWaitsThenArrivesAsWrittenInOrderOnceOverOneConnection) {
+    OutboxSender sender(outbox);
+    QStringList ids;
+    for (int i = 0; i < 12; ++i) {
+        const MailSendResult r = sender.queue(Mail(i), NoServer());
+        ASSERT_EQ(r.status, MailSendResult::Status::KeptInOutbox) << r.reason.toStdString();
+        EXPECT_FALSE(r.queued) << "nothing can deliver it";
+        ids << QLatin1Char('<') + r.messageId + QLatin1Char('>');
+    }
+    EXPECT_EQ(IdsIn(OutboxFiles(outbox)), ids) << "file order = queue order";
+    EXPECT_TRUE(sender.status().noServer);
+    EXPECT_EQ(sender.status().waiting, 12);
+    // Refused input leaves nothing behind.
+    EXPECT_EQ(sender.queue({QStringLiteral("no-at-sign"), {}, QStringLiteral("x"), {}}, NoServer()).status,
+              MailSendResult::Status::Refused);
+
+    sender.kick(LocalProfile(port));
+    ASSERT_TRUE(WaitIdle(sender));
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty()) << sender.status().lastError.toStdString();
+    EXPECT_EQ(sender.status().delivered, 12);
+    EXPECT_EQ(sender.status().connections, 1);
+    ExpectEachOnceInOrder(ids, SpoolIds(spool));
+    // The kept mail went out to its envelope, without the outbox's own header lines.
+    QString raw;
+    const QJsonObject first = SpooledMail(spool, ids[0].mid(1).chopped(1), &raw);
+    EXPECT_EQ(JsonStrings(first.value(QStringLiteral("rcpt_tos"))), (QStringList{"ann@x.org", "bo@y.org"}));
+    EXPECT_EQ(first.value(QStringLiteral("subject")).toString(), QStringLiteral("Mail 0"));
+    EXPECT_FALSE(ReadAll(raw).contains("X-Tlm-"));
+
+    // A crash after the server took a mail and before its file went: that one mail comes again,
+    // with the same Message-ID, and nothing else does.
+    const MailSendResult r = sender.queue(Mail(99), NoServer());
+    QFile::copy(r.outboxFile, r.outboxFile + QStringLiteral(".copy"));
+    sender.kick(LocalProfile(port));
+    ASSERT_TRUE(WaitIdle(sender));
+    QFile::rename(r.outboxFile + QStringLiteral(".copy"), r.outboxFile);
+    sender.kick(LocalProfile(port));
+    ASSERT_TRUE(WaitIdle(sender));
+    const QStringList arrived = SpoolIds(spool);
+    EXPECT_EQ(arrived.count(QLatin1Char('<') + r.messageId + QLatin1Char('>')), 2);
+    for (const QString& id : ids)
+        EXPECT_EQ(arrived.count(id), 1) << id.toStdString();
+}
+
+TEST_F(SinkTest, TwoProcessesSharingTheOutboxDeliverEachMailOnce) {
+    OutboxSender a(outbox), b(outbox);
+    for (int i = 0; i < 20; ++i)
+        (i % 2 ? a : b).queue(Mail(i), NoServer());
+    const QStringList ids = IdsIn(OutboxFiles(outbox));
+    a.kick(LocalProfile(port));
+    b.kick(LocalProfile(port));
+    ASSERT_TRUE(WaitIdle(a));
+    ASSERT_TRUE(WaitIdle(b));
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty());
+    EXPECT_EQ(a.status().delivered + b.status().delivered, 20);
+    const QStringList arrived = SpoolIds(spool);
+    for (const QString& id : ids)
+        EXPECT_EQ(arrived.count(id), 1) << id.toStdString();
+}
+
+// A list save with notifications through the stored profile and the delivery worker.
+class SaveWithMailTest : public DomainDbTest {
+  protected:
+    void SetUp() override {
+        DomainDbTest::SetUp();
+        if (IsSkipped())
+            return;
+        InstallNotificationSenders();
+        SetNotificationTransport(nullptr);
+        outbox = NewTempDir(QStringLiteral("outbox"));
+        sender = std::make_unique<OutboxSender>(outbox);
+        SetMailDelivery(sender.get());
+        std::vector<QVariantList> members{{"Robin", "robin@example.org"}};
+        for (int i = 0; i < kManagers; ++i)
+            members.push_back(
+                {QStringLiteral("Manager %1").arg(i), QStringLiteral("m%1@example.org").arg(i)});
+        global->Members.FromArray(Rows(members));
+        global->SaveGlobalSettings(3);
+        for (const auto& info : TemplateVocabulary())
+            global->MessageTemplates.SetNotificaionEnabledValue(info.key, true);
+    }
+    void TearDown() override {
+        SetMailDelivery(nullptr);
+        sender.reset();
+        SetNotificationDisplay(nullptr);
+        DomainDbTest::TearDown();
+    }
+    static constexpr int kManagers = 5;
+    QString outbox;
+    std::unique_ptr<OutboxSender> sender;
+};
+
+TEST_P(SaveWithMailTest, ServerDownTheSaveEndsWithTheMailsKeptThenTheServerBackDrainsThem) {
+    QTcpServer silent;  // takes the connection, never greets
+    ASSERT_TRUE(silent.listen(QHostAddress::LocalHost, 0));
+    ASSERT_TRUE(SaveMailProfile(LocalProfile(silent.serverPort())));
+    // Forty new projects, each with a manager: a mail per project and one to all members.
+    std::vector<QVariantList> rows;
+    for (int i = 0; i < 40; ++i)
+        rows.push_back({QStringLiteral("Project %1").arg(i), QStringLiteral("Manager %1").arg(i % kManagers),
+                        QStringLiteral("10")});
+    global->Projects.FromArray(Rows(rows));
+    global->SaveGlobalSettings(1);
+    // The first mail holds the worker at the silent server; the save did not wait for it.
+    EXPECT_TRUE(sender->status().busy);
+    EXPECT_EQ(Column(QStringLiteral("SELECT ProjectName FROM tProjects")).size(), 40);
+    const QStringList files = OutboxFiles(outbox);
+    EXPECT_EQ(files.size(), 41);
+    EXPECT_TRUE(prompter.shown().isEmpty()) << PromptTexts().join(QLatin1Char('|')).toStdString();
+    EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+    sender->shutdown();
+    EXPECT_EQ(OutboxFiles(outbox), files) << "an aborted delivery leaves every mail in the outbox";
+
+    const int port = SmtpPort().toInt();
+    const QString spool = SmtpSpoolDir();
+    if (port <= 0 || spool.isEmpty())
+        FAIL() << "TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL unset: the SMTP sink runs under `make test`";
+    // The next start, with the server back.
+    const QStringList ids = IdsIn(files);
+    ASSERT_TRUE(SaveMailProfile(LocalProfile(port)));
+    OutboxSender next(outbox);
+    next.kick(LoadMailProfile());
+    ASSERT_TRUE(WaitIdle(next));
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty()) << next.status().lastError.toStdString();
+    ExpectEachOnceInOrder(ids, SpoolIds(spool));
+}
+
+INSTANTIATE_TEST_SUITE_P(Engines, SaveWithMailTest, ::testing::Values(Engine::SQLite), EngineName);
+
+}  // namespace tlm::test
