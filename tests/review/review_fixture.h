@@ -4,8 +4,14 @@
 #include <memory>
 
 #include "domain/domain_test_fixture.h"
+#include "mail/mail_profile.h"
 #include "mail/mail_transport.h"
 #include "notifications/notification_doubles.h"
+#include "notifications/senders.h"
+#include "notifications/templates.h"
+#include "reported/sample_data.h"
+#include "support/smtp_sink.h"
+#include "support/test_env.h"
 
 namespace tlm::test {
 
@@ -14,20 +20,60 @@ namespace tlm::test {
 // sink when `make test` runs one).
 class ReviewDbTest : public DomainDbTest {
   protected:
-    void SetUp() override;
-    void TearDown() override;
+    void SetUp() override {
+        DomainDbTest::SetUp();
+        if (IsSkipped() || HasFatalFailure())
+            return;
+        SampleSpec plan;
+        plan.projects = 6;
+        plan.members = 10;
+        plan.reportedItems = 300;
+        SampleCounts counts;
+        Failure f;
+        ASSERT_TRUE(FillSampleData(*CurrentConnection(), plan, &counts, &f)) << f.description.toStdString();
+        ASSERT_GT(counts.tasks, 0);
+        ASSERT_GT(counts.appointments, 0);
+        Reload();
+        presenter.reports.clear();
 
-    // Values of one column of a statement's rows, as text.
-    QStringList Texts(const QString& sql) { return Column(sql); }
-    int CountWhere(const QString& table, const QString& where);
-    // The first unapproved row of a table (ID, as text).
-    QString FirstUnapprovedId(const QString& table);
+        // Every notice switched on, so only what the review hands the senders decides about mail.
+        for (const auto& info : TemplateVocabulary())
+            global->MessageTemplates.SetNotificaionEnabledValue(info.key, true);
+        InstallNotificationSenders(nullptr);
+        const QString outbox = NewTempDir(QStringLiteral("outbox"));
+        SetOutboxFolder(outbox);
+        // Without the sink the mails stop at the recorder; under `make test` the sink must be there.
+        const std::optional<MailProfile> sink = SinkProfile();
+        if (!sink && ServersRequired())
+            FAIL() << MissingServerText("SMTP sink: TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL");
+        if (sink)
+            smtp = std::make_unique<SmtpTransport>(*sink, outbox);
+        recorder = std::make_unique<RecordingTransport>(smtp.get());
+        transport = recorder.get();
+        SetNotificationTransport(transport);
+    }
+    void TearDown() override {
+        SetNotificationTransport(nullptr);
+        SetNotificationDisplay(nullptr);
+        SetOutboxFolder(QString());
+        recorder.reset();
+        smtp.reset();
+        DomainDbTest::TearDown();
+    }
+
+    int CountWhere(const QString& table, const QString& where) {
+        return Column(QStringLiteral("SELECT COUNT(*) FROM ") + table + QStringLiteral(" WHERE ") + where)
+            .value(0, QStringLiteral("-1"))
+            .toInt();
+    }
     // An ID that has an unapproved row in both tables.
-    QString SharedUnapprovedId();
-    bool HasSink() const { return bool(smtp); }
+    QString SharedUnapprovedId() {
+        return Column(QStringLiteral("SELECT MIN(t.ID) FROM tReportedTasks t, tReportedAppointments a "
+                                     "WHERE t.ID = a.ID AND t.Approved = 0 AND a.Approved = 0"))
+            .value(0);
+    }
 
     RecordingTransport* transport = nullptr;  // what the senders handed on
-    QString outbox;
 
   private:
     std::unique_ptr<SmtpTransport> smtp;

@@ -1,9 +1,8 @@
 #pragma once
 
 #include <QDateTime>
-#include <QVariantList>
-
 #include <QString>
+#include <QVariantList>
 #include <functional>
 #include "support/test_env.h"
 
@@ -20,8 +19,8 @@ inline void InsertSearchRows(const std::function<void(const QString&, const QVar
         "ActivityValue, TotalCost, Field1Value, Categories) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
     const QString appt = QStringLiteral(
         "INSERT INTO tReportedAppointments (ID, Subject, Body, ReportedBy, ReportedDate, EndDate, "
-        "ProjectValue, "
-        "ActivityValue, TotalCost, Field1Value, Categories) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+        "ProjectValue, ActivityValue, TotalCost, Field1Value, Categories) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, "
+        "?, ?)");
     const auto at = [](int y, int m, int d, int h = 0, int mi = 0) {
         return QDateTime(QDate(y, m, d), QTime(h, mi));
     };
