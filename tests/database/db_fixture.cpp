@@ -134,9 +134,7 @@ QString EngineTest::DayTerm(const QString& column, const QString& day) const {
 }
 
 std::string EngineName(const ::testing::TestParamInfo<Engine>& info) {
-    return info.param == Engine::SQLite       ? "SQLite"
-           : info.param == Engine::PostgreSQL ? "PostgreSQL"
-                                              : "SqlServer";
+    return info.param == Engine::SQLite ? "SQLite" : "PostgreSQL";
 }
 
 }  // namespace tlm::test

@@ -18,9 +18,9 @@ namespace tlm::test {
 
 class FakeDialogHost : public DatabaseDialogHost {
   public:
-    bool ShowFirstRunDialog() override {
+    bool ShowFirstRunDialog() override {  // refused: the flows that go on are the settings screen's
         ++firstRunCalls;
-        return onFirstRun ? onFirstRun() : false;
+        return false;
     }
     void ShowDBDialog() override {
         ++dbDialogCalls;
@@ -29,7 +29,6 @@ class FakeDialogHost : public DatabaseDialogHost {
     }
     int firstRunCalls = 0;
     int dbDialogCalls = 0;
-    std::function<bool()> onFirstRun;
     std::function<void()> onDBDialog;
 };
 

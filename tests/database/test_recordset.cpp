@@ -46,7 +46,6 @@ class RecordsetTest : public EngineTest {
 TEST_P(RecordsetTest, ValuesComeBackTypedAndExact) {
     const QVariant id =
         AddProject("Alpha", QVariant::fromValue(M("1234567.8912")), At(2026, 3, 7, 9, 30, 15));
-    EXPECT_GT(id.toInt(), 0);
     auto rs = Open("select * from tprojects where ID = " + id.toString(), LockMode::ReadOnly);
     ASSERT_EQ(rs->RecordCount(), 1);
     // Names in the schema's spelling on every engine, found without regard to case.
@@ -55,13 +54,11 @@ TEST_P(RecordsetTest, ValuesComeBackTypedAndExact) {
     EXPECT_EQ(rs->Fields("Rate").Value().value<Money>(), M("1234567.8912"));
     EXPECT_EQ(rs->Fields("Rate").Type(), adotype::adCurrency);
     EXPECT_EQ(rs->Fields("StartDate").Value().toDateTime(), At(2026, 3, 7, 9, 30, 15));
-    EXPECT_EQ(rs->Fields("StartDate").Value().toDateTime().timeSpec(), Qt::LocalTime);
     EXPECT_EQ(rs->Fields("StartDate").Type(), adotype::adDate);
     // A NULL is a null value of the column's type.
     const QVariant finish = rs->Fields("FinishDate").Value();
     EXPECT_TRUE(finish.isNull());
     EXPECT_EQ(finish.metaType(), QMetaType::fromType<QDateTime>());
-    EXPECT_TRUE(rs->Fields("ColorCode").Value().isNull());
     EXPECT_FALSE(rs->Fields("NoSuchColumn").IsValid());
     EXPECT_EQ(rs->LastError().number, dberr::kItemNotFound);
 }
@@ -91,13 +88,11 @@ TEST_P(RecordsetTest, MoneyStaysExactThroughWritesSumsAndComparisons) {
 
 TEST_P(RecordsetTest, DatesKeepTimeOrderAndTheDialectDayTerms) {
     // The file form ends a day at 23:59:00; the server form compares whole days. That asymmetry stays.
-    Exec("INSERT INTO tReportedAppointments (Subject, ReportedDate) VALUES (?, ?)",
-         {"morning", At(2026, 3, 7, 10)});
-    Exec("INSERT INTO tReportedAppointments (Subject, ReportedDate) VALUES (?, ?)",
-         {"late", At(2026, 3, 7, 23, 59, 30)});
-    Exec("INSERT INTO tReportedAppointments (Subject, ReportedDate) VALUES (?, ?)", {"next", At(2026, 3, 8)});
-    Exec("INSERT INTO tReportedAppointments (Subject, ReportedDate) VALUES (?, ?)",
-         {"before", At(2025, 12, 31, 23)});
+    for (const QVariantList& row : {QVariantList{"morning", At(2026, 3, 7, 10)},
+                                    {"late", At(2026, 3, 7, 23, 59, 30)},
+                                    {"next", At(2026, 3, 8)},
+                                    {"before", At(2025, 12, 31, 23)}})
+        Exec("INSERT INTO tReportedAppointments (Subject, ReportedDate) VALUES (?, ?)", row);
     auto day = Open("Select * from tReportedAppointments where " + DayTerm("ReportedDate", "2026-3-7") +
                         " ORDER BY ReportedDate",
                     LockMode::ReadOnly);
@@ -106,10 +101,6 @@ TEST_P(RecordsetTest, DatesKeepTimeOrderAndTheDialectDayTerms) {
         subjects << day->Fields("Subject").Value().toString();
     EXPECT_EQ(subjects, IsSqlite() ? QStringList({"morning"}) : QStringList({"morning", "late"}));
 
-    auto ordered = Open("SELECT * FROM tReportedAppointments ORDER BY ReportedDate DESC", LockMode::ReadOnly);
-    EXPECT_EQ(ordered->Fields("Subject").Value().toString(), "next");
-    ordered->MoveLast();
-    EXPECT_EQ(ordered->Fields("Subject").Value().toString(), "before");
     if (IsSqlite()) {
         auto raw =
             Open("SELECT CAST(ReportedDate AS TEXT) AS t FROM tReportedAppointments WHERE Subject = 'before'",
@@ -135,36 +126,6 @@ TEST_P(RecordsetTest, FlagsReadAsZeroOrOneWhateverWasWritten) {
     EXPECT_EQ(Open("SELECT * FROM tMembers WHERE AdminAccess = 0", LockMode::ReadOnly)->RecordCount(), 2);
 }
 
-TEST_P(RecordsetTest, FindPositionsOrRunsOffTheEnd) {
-    AddProject("Alpha", 1);
-    const QVariant beta = AddProject("Beta", 2);
-    AddProject("Gamma", 3);
-    auto rs = Open("SELECT * FROM tProjects ORDER BY ProjectName");
-    ASSERT_TRUE(rs->Find("ProjectName = 'beta'"));  // texts compare without regard to case
-    EXPECT_EQ(rs->Fields("ID").Value(), beta);
-    // From the current row forward: a row behind the cursor is not found.
-    EXPECT_FALSE(rs->Find("ProjectName = 'Alpha'"));
-    EXPECT_TRUE(rs->Eof());
-    rs->MoveFirst();
-    EXPECT_TRUE(rs->Find("ID = " + beta.toString()));
-    EXPECT_EQ(rs->Fields("ProjectName").Value().toString(), "Beta");
-    rs->MoveFirst();
-    EXPECT_TRUE(rs->Find("Rate > 2.5"));
-    EXPECT_EQ(rs->Fields("ProjectName").Value().toString(), "Gamma");
-    rs->MoveFirst();
-    EXPECT_TRUE(rs->Find("ProjectName LIKE 'ga*'"));
-    // A field read at EOF fails into the caller's error path.
-    rs->MoveFirst();
-    EXPECT_FALSE(rs->Find("ProjectName = 'Delta'"));
-    EXPECT_FALSE(rs->Fields("ProjectName").Value().isValid());
-    EXPECT_EQ(rs->LastError().number, dberr::kNoCurrentRecord);
-    // An apostrophe in the item makes the criterion unreadable: an error, and the row stays.
-    rs->ClearError();
-    rs->MoveFirst();
-    EXPECT_FALSE(rs->Find("ProjectName = 'O'Brien'"));
-    EXPECT_EQ(rs->LastError().number, dberr::kBadArguments);
-}
-
 TEST_P(RecordsetTest, RowByRowUpdateDeleteAndMoveAway) {
     AddProject("Alpha", 1);
     AddProject("Beta", 2);
@@ -179,6 +140,10 @@ TEST_P(RecordsetTest, RowByRowUpdateDeleteAndMoveAway) {
     EXPECT_FALSE(rs->Fields("ProjectName").Value().isValid());  // the deleted row is current until a move
     rs->MoveNext();
     EXPECT_EQ(rs->Fields("ProjectName").Value().toString(), "Gamma");
+    rs->MoveNext();  // a field read at EOF fails into the caller's error path
+    EXPECT_FALSE(rs->Fields("ProjectName").Value().isValid());
+    EXPECT_EQ(rs->LastError().number, dberr::kNoCurrentRecord);
+    rs->MoveLast();
     // Moving away from an edited row writes it, as the optimistic cursor does.
     rs->Fields("ProjectCode") = "G-1";
     rs->MoveFirst();
@@ -327,36 +292,25 @@ INSTANTIATE_TEST_SUITE_P(Engines, RecordsetTest, ::testing::Values(Engine::SQLit
 
 TEST(NullSafeValue, MakesEachTypeSafe) {
     using namespace adotype;
-    const QVariant nullInt(QMetaType::fromType<int>());
-    const QVariant nullText(QMetaType::fromType<QString>());
-    for (qint32 t : {adInteger, adSingle, adDouble, adCurrency, adDecimal, adBigInt}) {
-        EXPECT_EQ(DB::NullSafeValue(nullInt, t), QVariant(0)) << t;
-        EXPECT_EQ(DB::NullSafeValue(QVariant(), t), QVariant(0)) << t;
+    for (qint32 t : {adInteger, adDouble, adCurrency, adBigInt}) {
+        EXPECT_EQ(DB::NullSafeValue(QVariant(QMetaType::fromType<int>()), t), QVariant(0)) << t;
         EXPECT_EQ(DB::NullSafeValue("abc", t), QVariant(0)) << t;  // non-numeric text gives 0, no error
-        EXPECT_EQ(DB::NullSafeValue(42, t), QVariant(42)) << t;
         EXPECT_EQ(DB::NullSafeValue("3.5", t), QVariant("3.5")) << t;
     }
-    EXPECT_EQ(DB::NullSafeValue(QVariant::fromValue(Money::fromUnits(125)), adCurrency).value<Money>(),
-              Money::fromUnits(125));
     for (qint32 t : {adDate, adDBTime}) {
         EXPECT_EQ(DB::NullSafeValue(QVariant(QMetaType::fromType<QDateTime>()), t).toDateTime(), ZeroDate());
         EXPECT_EQ(DB::NullSafeValue("no date", t).toDateTime(), ZeroDate());
-        EXPECT_EQ(DB::NullSafeValue(At(2026, 3, 7, 8), t).toDateTime(), At(2026, 3, 7, 8));
         EXPECT_EQ(DB::NullSafeValue("2026-3-7", t).toDateTime(), At(2026, 3, 7));
     }
-    for (qint32 t : {adChar, adWChar, adVarChar, adLongVarChar, adVarWChar, adLongVarWChar}) {
-        const QVariant empty = DB::NullSafeValue(nullText, t);
+    for (qint32 t : {adChar, adVarWChar, adLongVarWChar}) {
+        const QVariant empty = DB::NullSafeValue(QVariant(QMetaType::fromType<QString>()), t);
         EXPECT_EQ(empty.typeId(), QMetaType::QString);
-        EXPECT_TRUE(empty.toString().isEmpty());
         EXPECT_FALSE(empty.isNull());
-        EXPECT_EQ(DB::NullSafeValue(17, t), QVariant("17"));
         EXPECT_EQ(DB::NullSafeValue(QVariant::fromValue(*Money::parse("12.50")), t), QVariant("12.5"));
     }
     // Flags, and the type 131 the task records pass: an empty value, not False or 0.
-    for (qint32 t : {adBoolean, adNumeric, 0}) {
-        EXPECT_FALSE(DB::NullSafeValue(1, t).isValid()) << t;
+    for (qint32 t : {adBoolean, adNumeric, 0})
         EXPECT_FALSE(DB::NullSafeValue(true, t).isValid()) << t;
-    }
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <QElapsedTimer>
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QTemporaryDir>
 #include <QThread>
 #include <QtEndian>
 #include <atomic>
@@ -47,27 +46,8 @@ class Listener : public QThread {
     bool read_;
 };
 
-// Local server names live in the temporary folder; ctest runs test processes side by side,
-// so each test gets a folder of its own and never meets another test's listener.
-class ClientNotify : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        ASSERT_TRUE(dir_.isValid());
-        oldTmp_ = qgetenv("TMPDIR");
-        qputenv("TMPDIR", dir_.path().toLocal8Bit());
-    }
-    void TearDown() override {
-        if (oldTmp_.isEmpty())
-            qunsetenv("TMPDIR");
-        else
-            qputenv("TMPDIR", oldTmp_);
-    }
-
-  private:
-    QTemporaryDir dir_;
-    QByteArray oldTmp_;
-};
-
+// Local server names live in the temporary folder, which the test main makes private to each
+// test process, so a test never meets another process's listener.
 void WaitReady(Listener& l) {
     for (int i = 0; i < 300 && !l.ready; ++i)
         QThread::msleep(10);
@@ -75,13 +55,13 @@ void WaitReady(Listener& l) {
 
 }  // namespace
 
-TEST_F(ClientNotify, NoListenerIsNormal) {
+TEST(ClientNotify, NoListenerIsNormal) {
     QLocalServer::removeServer(kClientServerName);
     QLocalServer::removeServer(kManagerServerName);
     EXPECT_EQ(subSendMessage(0), 0);
 }
 
-TEST_F(ClientNotify, ClientGetsOneAndManagerGetsTheValue) {
+TEST(ClientNotify, ClientGetsOneAndManagerGetsTheValue) {
     Listener client(kClientServerName), manager(kManagerServerName);
     client.start();
     manager.start();
@@ -94,7 +74,7 @@ TEST_F(ClientNotify, ClientGetsOneAndManagerGetsTheValue) {
     EXPECT_EQ(manager.received, 7);
 }
 
-TEST_F(ClientNotify, ListenerThatNeverReadsDoesNotHangTheSender) {
+TEST(ClientNotify, ListenerThatNeverReadsDoesNotHangTheSender) {
     Listener stuck(kClientServerName, false);
     stuck.start();
     WaitReady(stuck);

@@ -28,16 +28,6 @@ TEST_F(Dialogs, ScriptedAnswersAreTakenInOrderAndMessagesRecorded) {
     EXPECT_EQ(DialogScript::shownMessages(), (QStringList{"Continue?", "Really? Password=****"}));
 }
 
-TEST_F(Dialogs, FileAndFolderAnswersIncludingCancel) {
-    DialogScript::queueFileName(QStringLiteral("/tmp/report.xlsx"));
-    DialogScript::queueFileName(QString());
-    DialogScript::queueFolder(QStringLiteral("/srv/data"));
-    EXPECT_EQ(SaveFileToDisk(QStringLiteral("Excel (*.xlsx)|*.xlsx")), QStringLiteral("/tmp/report.xlsx"));
-    EXPECT_EQ(OpenFileFromDisk(QStringLiteral("All|*.*")), QString());
-    EXPECT_EQ(fncBrowseForFolder(nullptr, QStringLiteral("Select a destination folder")),
-              QStringLiteral("/srv/data"));
-}
-
 TEST(FileFilter, BarSeparatedPairsBecomeQtFilters) {
     EXPECT_EQ(ConvertFileFilter(QStringLiteral("Excel Workbook (*.xlsx)|*.xlsx|All Files|*.*")),
               QStringLiteral("Excel Workbook (*.xlsx);;All Files (*.*)"));

@@ -1,11 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
 
 #include "core/error_report.h"
-#include "core/version.h"
 #include "desktop/error_report_form.h"
 #include "mail/mail_account_dialog.h"
 
@@ -27,13 +25,11 @@ struct Mailer : ErrorReportMailer {
 QStringList g_seen;
 void Capture(QDialog* dialog) {
     g_seen << dialog->metaObject()->className();
-    for (QLabel* l : dialog->findChildren<QLabel*>())
-        g_seen << l->text();
 }
 
 }  // namespace
 
-TEST(ErrorReportForm, ViewToggleAndSendDirectly) {
+TEST(ErrorReportForm, ReportIsMaskedAndSentDirectlyOrForDisplay) {
     Mailer mailer;
     SetErrorReportMailer(&mailer);
     frmErrorReport form(QStringLiteral("At Line: 1\r\nPassword=abc;"), true);
@@ -42,26 +38,17 @@ TEST(ErrorReportForm, ViewToggleAndSendDirectly) {
     EXPECT_FALSE(form.reportText().contains(QStringLiteral("abc")));
     form.viewButton()->click();
     EXPECT_TRUE(form.reportVisible());
-    EXPECT_EQ(form.viewButton()->text(), QStringLiteral("Hide Report"));
-    form.viewButton()->click();
-    EXPECT_FALSE(form.reportVisible());
-    EXPECT_EQ(form.viewButton()->text(), QStringLiteral("View Report"));
-    EXPECT_FALSE(form.sendDirectlyButton()->isHidden());
     form.sendDirectlyButton()->click();
     ASSERT_EQ(mailer.bodies.size(), 1);
     EXPECT_TRUE(mailer.direct[0]);
     EXPECT_EQ(form.result(), QDialog::Accepted);
-    SetErrorReportMailer(nullptr);
-}
 
-TEST(ErrorReportForm, DirectSendHiddenWhenNotAllowedAndOpenEmailSendsForDisplay) {
-    Mailer mailer;
-    SetErrorReportMailer(&mailer);
-    frmErrorReport form(QStringLiteral("report"), false);
-    EXPECT_TRUE(form.sendDirectlyButton()->isHidden());
-    form.openEmailButton()->click();
-    ASSERT_EQ(mailer.direct.size(), 1);
-    EXPECT_FALSE(mailer.direct[0]);
+    // Where direct sending is not allowed it is not offered, and the mail opens for display.
+    frmErrorReport shown(QStringLiteral("report"), false);
+    EXPECT_TRUE(shown.sendDirectlyButton()->isHidden());
+    shown.openEmailButton()->click();
+    ASSERT_EQ(mailer.direct.size(), 2);
+    EXPECT_FALSE(mailer.direct[1]);
     SetErrorReportMailer(nullptr);
 }
 
@@ -81,18 +68,6 @@ TEST(ErrorReportForm, MailAccountButtonOpensTheAccountDialog) {
     EXPECT_EQ(form.result(), 0);  // the report dialog stays open
 }
 
-TEST(FriendlyErrorForm, StartsWithTheReportShown) {
-    frmFriendlyError form(QStringLiteral("Connection to the database cannot be established!"),
-                          QStringLiteral("r"));
-    form.show();
-    EXPECT_TRUE(form.reportVisible());
-    EXPECT_EQ(form.viewButton()->text(), QStringLiteral("Hide Report"));
-    form.viewButton()->click();
-    EXPECT_FALSE(form.reportVisible());
-    form.exitButton()->click();
-    EXPECT_EQ(form.result(), QDialog::Accepted);
-}
-
 TEST(GuiErrorPresenter, FirstFailureShowsTheReportDialogOnce) {
     ResetErrorReportingForTests();
     GuiErrorPresenter presenter;
@@ -107,6 +82,4 @@ TEST(GuiErrorPresenter, FirstFailureShowsTheReportDialogOnce) {
     ResetErrorReportingForTests();
     EXPECT_EQ(g_seen.count(QStringLiteral("tlm::frmErrorReport")), 1);
     EXPECT_EQ(g_seen.count(QStringLiteral("tlm::frmFriendlyError")), 1);
-    EXPECT_TRUE(g_seen.contains(QStringLiteral("Attention Needed!")));
-    EXPECT_TRUE(g_seen.contains(QStringLiteral("Build ") + QString::fromLatin1(kVersionText)));
 }

