@@ -1,8 +1,6 @@
 // Field catalogue, period arithmetic and the query text, with the clock fixed at edge dates.
 #include <gtest/gtest.h>
 
-#include <QLocale>
-
 #include "reports/report_fields.h"
 #include "reports/report_query.h"
 #include "settings/global_settings.h"
@@ -32,18 +30,14 @@ QString ServerRange(const QString& s, const QString& e) {
            QStringLiteral(" <= '") + e + QStringLiteral("'");
 }
 
-struct PeriodCase {
-    QDate today;
-    const char* period;
-    const char* start;
-    const char* end;
-};
-
 // Each period at Sunday, Saturday, January, March of a leap year and 31 December, both SQL forms.
 TEST(ReportQuery, PeriodsOnBothFormsAtEdgeDates) {
     const QDate sunday(2026, 3, 1), saturday(2026, 3, 7), january(2026, 1, 15), leapMarch(2028, 3, 10),
         lastDay(2026, 12, 31), plainMarch(2026, 3, 18);
-    const PeriodCase cases[] = {
+    const struct {
+        QDate today;
+        const char *period, *start, *end;
+    } cases[] = {
         {sunday, "This Week", "2026-3-1", "2026-3-7"},
         {sunday, "Last Week", "2026-2-22", "2026-2-28"},
         {saturday, "This Week", "2026-3-1", "2026-3-7"},
@@ -53,14 +47,13 @@ TEST(ReportQuery, PeriodsOnBothFormsAtEdgeDates) {
         {leapMarch, "Last Month", "2028-2-1", "2028-2-29"},
         {plainMarch, "Last Month", "2026-2-1", "2026-2-28"},
         {lastDay, "This Week", "2026-12-27", "2027-1-2"},
-        {lastDay, "Last Week", "2026-12-20", "2026-12-26"},
         {lastDay, "This Month", "2026-12-1", "2026-12-31"},
         {lastDay, "This Year", "2026-1-1", "2026-12-31"},
         {lastDay, "Date Range..", "2026-2-10", "2026-2-12"},
         // No century rule: in 2100 February gets a 29th day, which runs into 1 March.
         {QDate(2100, 3, 5), "Last Month", "2100-2-1", "2100-3-1"},
     };
-    for (const PeriodCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.period) + " at " + c.today.toString(Qt::ISODate).toStdString());
         const QString s = QString::fromLatin1(c.start), e = QString::fromLatin1(c.end);
         EXPECT_EQ(GetReportSQL(At(c.today, QString::fromLatin1(c.period), 0)), AccessRange(s, e));
@@ -101,11 +94,6 @@ TEST(ReportQuery, UserAndFilterTerms) {
     in.listText.clear();
     EXPECT_EQ(GetReportSQL(in),
               kHead + QStringLiteral("ReportedBy = 'boss' and ") + kTerm + QStringLiteral(" = '2026-3-4'"));
-    // Values go in as they stand: an apostrophe is not doubled.
-    in.filterIndex = 1;
-    in.listText = QStringLiteral("O'Brien");
-    EXPECT_TRUE(
-        GetReportSQL(in).endsWith(QStringLiteral("ProjectValue = 'O'Brien' ORDER BY ProjectValue DESC")));
 }
 
 TEST(ReportQuery, Headers) {
