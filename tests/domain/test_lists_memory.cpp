@@ -32,7 +32,6 @@ TEST_F(ListMemoryTest, TabTextsAndEmptyMatrices) {
     for (const QString& tab : {p.ToStringTab(), t.ToStringTab(), m.ToStringTab(), s.ToStringTab()})
         EXPECT_EQ(tab, QStringLiteral("\t "));
     EXPECT_FALSE(p.ToArray().has_value());
-    EXPECT_EQ(presenter.reports.size(), 1);  // only the first report of a process is shown
     EXPECT_TRUE(presenter.reports.value(0).contains(QStringLiteral("cProjects.GetArray")));
     p.FromArray(Rows({{"B"}, {"A"}}));
     EXPECT_EQ(p.ToStringTab(), QStringLiteral("B\tA\t "));
@@ -57,26 +56,25 @@ TEST_F(ListMemoryTest, MemberRateThatIsNoNumberEndsTheReadWithTheRowsSoFar) {
     m.FromArray(Rows({{"Ann", "", "", "5", "1"}, {"Bob", "", "", "five"}, {"Cy"}}));
     EXPECT_EQ(m.Items.Keys(), QStringList{"ann"});
     EXPECT_TRUE(presenter.reports.value(0).contains(QStringLiteral("cMembers.FromArray")));
-    EXPECT_TRUE(m.Items.Find(QStringLiteral("ANN"))->AdminAccess);
 }
 
 // The row counter stops at 32767: the rows up to it are taken and the overflow is reported.
 TEST_F(ListMemoryTest, RowsPastTheCounterLimitAreReportedAsOverflow) {
-    Matrix big(32770, 5);
-    for (int r = 0; r < big.Rows(); ++r)
-        big(r, 0) = QStringLiteral("Member %1").arg(r);
+    const auto names = [](int rows) {
+        Matrix out(rows, 5);
+        for (int r = 0; r < rows; ++r)
+            out(r, 0) = QStringLiteral("Member %1").arg(r);
+        return out;
+    };
     cMembers m;
-    m.FromArray(big);
+    m.FromArray(names(32770));
     EXPECT_EQ(m.Items.Count(), 32768);
     ASSERT_EQ(presenter.reports.size(), 1);
     EXPECT_TRUE(presenter.reports[0].contains(QStringLiteral("Overflow")));
     EXPECT_TRUE(presenter.reports[0].contains(QStringLiteral("cMembers.FromArray")));
 
     ResetErrorReportingForTests();  // a second report would otherwise be held back
-    Matrix fits(32768, 5);
-    for (int r = 0; r < fits.Rows(); ++r)
-        fits(r, 0) = QStringLiteral("Member %1").arg(r);
-    m.FromArray(fits);
+    m.FromArray(names(32768));
     EXPECT_EQ(m.Items.Count(), 32768);
     EXPECT_EQ(presenter.reports.size(), 1);
 }
@@ -97,9 +95,6 @@ TEST_F(ListMemoryTest, MemberMatchingAndMailLists) {
     EXPECT_EQ(GetMatchingMemberNameFromRawName(QStringLiteral("ROBIN HART")), QStringLiteral("Robin Hart"));
     EXPECT_EQ(GetMatchingMemberNameFromRawName(QStringLiteral("sam@x.org")), QStringLiteral("Sam Hartley"));
     EXPECT_EQ(GetMatchingMemberNameFromRawName(QStringLiteral("Hartl")), QStringLiteral("Sam Hartley"));
-    EXPECT_EQ(GetMatchingMemberNameFromRawName(QString()), QString());
-    cMembers empty;
-    EXPECT_EQ(empty.AllEmails(false), QString());
 }
 
 TEST_F(ListMemoryTest, SingleListTexts) {
@@ -109,8 +104,6 @@ TEST_F(ListMemoryTest, SingleListTexts) {
     EXPECT_EQ(s.getItemIndex(QStringLiteral("pear")), 1);
     EXPECT_EQ(s.getItemIndex(QStringLiteral("PEAR")), 2);
     EXPECT_EQ(s.GetItem(5), QString());
-    s.FromString(QString(), QStringLiteral("\r\n"));
-    EXPECT_EQ(s.Items.Count(), 0);
     s.FromArray({"z", " ", "a", "Z"});
     EXPECT_EQ(s.ToString(QStringLiteral(","), false), QStringLiteral("z,a"));
     EXPECT_EQ(s.ToString(QStringLiteral(","), true), QStringLiteral("a,z"));
@@ -119,8 +112,11 @@ TEST_F(ListMemoryTest, SingleListTexts) {
 
 TEST_F(ListMemoryTest, ActivitySelectionRoundTripsThroughItsText) {
     cTasksPerProjectList list;
-    list.FromString(QStringLiteral("Apollo,3,2024-5-1,:Design_COLON_1,2024-6-1;Build,\r\nEmpty,x,,:"));
+    // A line without a colon ends the read, reported; the lines before it stay.
+    list.FromString(
+        QStringLiteral("Apollo,3,2024-5-1,:Design_COLON_1,2024-6-1;Build,\r\nEmpty,x,,:\r\nbroken"));
     ASSERT_EQ(list.Items.Count(), 2);
+    EXPECT_TRUE(presenter.reports.value(0).contains(QStringLiteral("cTasksPerProjectList.FromString")));
     const auto& apollo = *list.Items.Find(QStringLiteral("apollo"));
     EXPECT_EQ(apollo->Project.ColorCode, 3);
     EXPECT_EQ(apollo->Project.StartDate, Day(2024, 5, 1));
@@ -146,27 +142,6 @@ TEST_F(ListMemoryTest, ActivitySelectionRoundTripsThroughItsText) {
     ASSERT_EQ(back.Items.Count(), 1);
     EXPECT_EQ(back.ToString(), text);
     EXPECT_EQ(back.GetProjectsList().Items.Keys(), QStringList{"P:1;2,3"});
-}
-
-TEST_F(ListMemoryTest, ActivitySelectionLineWithoutColonIsReported) {
-    cTasksPerProjectList list;
-    list.FromString(QStringLiteral("A,1,,:x,\r\nbroken"));
-    EXPECT_EQ(list.Items.Count(), 1);
-    EXPECT_TRUE(presenter.reports.value(0).contains(QStringLiteral("cTasksPerProjectList.FromString")));
-}
-
-TEST_F(ListMemoryTest, LocalListTextsRoundTripThroughTheLocalSettings) {
-    settings.MyProjectsTasks = QStringLiteral("A,1,2024-1-2,:t1,;t2,2024-3-4");
-    settings.CustomFieldList[0] = QStringLiteral("b\r\na");
-    settings.SaveSettings();
-    cMySettings read;
-    read.ReadSettings();
-    cTasksPerProjectList list;
-    list.FromString(read.MyProjectsTasks);
-    EXPECT_EQ(list.ToString(), settings.MyProjectsTasks);
-    cSingleList custom;
-    custom.FromString(read.CustomFieldList[0], QStringLiteral("\r\n"));
-    EXPECT_EQ(custom.ToString(QStringLiteral("\r\n"), false), QStringLiteral("a\r\nb"));
 }
 
 TEST_F(ListMemoryTest, ProjectAndActivityTextsForTheClient) {

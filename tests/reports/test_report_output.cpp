@@ -5,13 +5,9 @@
 #include <QFile>
 #include <QLocale>
 #include <QProcess>
-#include <QRegularExpression>
-#include <QXmlStreamReader>
 
 #include "core/money.h"
-#include "database/cursor.h"
 #include "database/db_fixture.h"
-#include "reported/sample_data.h"
 #include "reports/report_export.h"
 #include "reports/report_fields.h"
 #include "reports/report_query.h"
@@ -20,8 +16,6 @@
 
 namespace tlm {
 namespace {
-
-using test::EngineTest;
 
 QString DateText(const QDateTime& dt) {
     return dt.toString(QStringLiteral("M/d/yyyy h:mm"));
@@ -32,7 +26,7 @@ QByteArray ReadAll(const QString& path) {
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
 }
 
-class ReportOutput : public EngineTest {
+class ReportOutput : public test::EngineTest {
   protected:
     void SetUp() override {
         EngineTest::SetUp();
@@ -41,25 +35,22 @@ class ReportOutput : public EngineTest {
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
         OpenFreshDatabase();
         fields.LoadFieldsToDictionaries(gs, QString(), QString());
-        Add(QStringLiteral("Design review"), QStringLiteral("ann"), QDateTime(QDate(2026, 3, 2), QTime(9, 0)),
-            QStringLiteral("Apollo"), Money::fromUnits(1205000), 90);
-        Add(QStringLiteral("Standup"), QStringLiteral("bob"), QDateTime(QDate(2026, 3, 4), QTime(10, 0)),
-            QStringLiteral("Apollo"), Money::fromInt(10), 15);
-        Add(QStringLiteral("Client call"), QStringLiteral("ann"),
-            QDateTime(QDate(2026, 3, 4), QTime(23, 59, 30)), QStringLiteral("Zephyr"),
-            Money::fromUnits(452500), 60);
-        Add(QStringLiteral("Old"), QStringLiteral("bob"), QDateTime(QDate(2026, 2, 20), QTime(8, 0)),
-            QStringLiteral("Apollo"), Money::fromInt(5), 5);
+        Add("Design review", "ann", {QDate(2026, 3, 2), QTime(9, 0)}, "Apollo", 1205000, 90);
+        Add("Standup", "bob", {QDate(2026, 3, 4), QTime(10, 0)}, "Apollo", 100000, 15);
+        Add("Client call", "ann", {QDate(2026, 3, 4), QTime(23, 59, 30)}, "Zephyr", 452500, 60);
+        Add("Old", "bob", {QDate(2026, 2, 20), QTime(8, 0)}, "Apollo", 50000, 5);
     }
     void TearDown() override {
         QLocale::setDefault(QLocale::c());
         EngineTest::TearDown();
     }
-    void Add(const QString& subject, const QString& by, const QDateTime& when, const QString& project,
-             Money cost, int minutes) {
+    // Cost in units of a ten-thousandth.
+    void Add(const QString& subject, const char* by, const QDateTime& when, const char* project, qint64 cost,
+             int minutes) {
         Exec(QStringLiteral("INSERT INTO tReportedAppointments (Subject, ReportedBy, ReportedDate, EndDate, "
                             "ProjectValue, TotalCost, Duration, Approved) VALUES (?, ?, ?, ?, ?, ?, ?, 0)"),
-             {subject, by, when, when.addSecs(minutes * 60), project, QVariant::fromValue(cost), minutes});
+             {subject, QString::fromLatin1(by), when, when.addSecs(minutes * 60),
+              QString::fromLatin1(project), QVariant::fromValue(Money::fromUnits(cost)), minutes});
     }
     ReportQueryInput Input(const QString& period) const {
         ReportQueryInput in;
@@ -90,47 +81,32 @@ TEST_P(ReportOutput, PageSectionWithSummaryRow) {
     const ReportRun run = RunReport(CurrentConnection(), def, header, 5000, DateText);
     ASSERT_TRUE(run.ok) << run.failure.description.toStdString();
     EXPECT_EQ(run.rowCount, 3);
-    EXPECT_EQ(
-        run.html.toStdString(),
-        "<table border=\"0\" width=\"100%\"><tr><td colspan=\"2\"><font size='3'>Reported TimeSheets : This "
-        "Week[3/1/2026 to 3/7/2026] - <b> 3 items</b></font><hr></td></tr><td width=\"2%\"></td><td "
-        "width=\"98%\"><table border=\"1\" width=\"100%\" cellspacing=\"0\" cellpadding=\"3\" "
-        "bordercolor=\"#C0C0C0\"><tr><td bgcolor=\"#FFFFCC\" align=\"left\"><b>Subject</b></td><td "
-        "bgcolor=\"#FFFFCC\" align=\"left\"><b>Reported By</b></td><td bgcolor=\"#FFFFCC\" "
-        "align=\"left\"><b>Total Cost</b></td><td bgcolor=\"#FFFFCC\" "
-        "align=\"left\"><b>Duration</b></td></tr>"
-        "<tr><td align=\"left\">Design review</td><td align=\"left\">ann</td><td "
-        "align=\"right\">120.5</td><td "
-        "align=\"right\">90</td></tr>"
-        "<tr><td align=\"left\">Standup</td><td align=\"left\">bob</td><td align=\"right\">10</td><td "
-        "align=\"right\">15</td></tr>"
-        "<tr><td align=\"left\">Client call</td><td align=\"left\">ann</td><td align=\"right\">45.25</td><td "
-        "align=\"right\">60</td></tr>"
-        "<tr><td align=\"right\"><b></b></td><td align=\"right\"><b></b></td><td "
-        "align=\"right\"><b>175.75</b></td><td "
-        "align=\"right\"><b>165</b></td></tr></table></td></tr></table>");
+    // Heading, the rows in date order with numbers to the right, and the summary row last.
+    EXPECT_TRUE(run.html.contains(
+        QStringLiteral("Reported TimeSheets : This Week[3/1/2026 to 3/7/2026] - <b> 3 items</b>")));
+    EXPECT_TRUE(run.html.contains(QStringLiteral("<b>Subject</b>")));
+    EXPECT_TRUE(run.html.contains(
+        QStringLiteral("<tr><td align=\"left\">Design review</td><td align=\"left\">ann</td>"
+                       "<td align=\"right\">120.5</td><td align=\"right\">90</td></tr>")));
+    EXPECT_LT(run.html.indexOf(QStringLiteral(">Standup<")),
+              run.html.indexOf(QStringLiteral(">Client call<")));
+    EXPECT_TRUE(
+        run.html.endsWith(QStringLiteral("<td align=\"right\"><b>175.75</b></td><td align=\"right\">"
+                                         "<b>165</b></td></tr></table></td></tr></table>")));
+    EXPECT_EQ(run.html.count(QStringLiteral("<tr>")), 6);  // frame, heading, 3 rows, summary
     // The chart groups cost and minutes by project.
     ASSERT_EQ(run.chart.groups.size(), 2u);
     EXPECT_EQ(run.chart.groups[0].name, QStringLiteral("Apollo"));
     EXPECT_DOUBLE_EQ(run.chart.groups[0].cost, 130.5);
     EXPECT_DOUBLE_EQ(run.chart.groups[0].minutes, 105);
-
-    // Only the first rows go on the page; count and totals still cover all of them.
-    const ReportRun cut = RunReport(CurrentConnection(), def, header, 2, DateText);
-    ASSERT_TRUE(cut.ok);
-    EXPECT_EQ(cut.html.count(QStringLiteral("<tr>")), 1 + 1 + 2 + 1);  // frame, heading, 2 rows, summary
-    EXPECT_TRUE(cut.html.contains(QStringLiteral("<b>175.75</b>")));
-    EXPECT_TRUE(cut.html.contains(QStringLiteral("first 2 of 3 items")));
 }
 
 TEST_P(ReportOutput, EmptyDayQuirksAndFailures) {
     const ReportRun none = RunReport(CurrentConnection(), Def(QStringLiteral("Last Year"), kFields),
                                      QStringLiteral("H"), 5000, DateText);
     ASSERT_TRUE(none.ok);
-    EXPECT_EQ(none.html,
-              QStringLiteral("<table border=\"0\" width=\"100%\"><tr><td colspan=\"2\"><font size='3'>H - "
-                             "<b> No items</b></font><hr></td></tr><td width=\"2%\"></td><td "
-                             "width=\"98%\"></td></tr></table>"));
+    EXPECT_TRUE(none.html.contains(QStringLiteral("H - <b> No items</b>")));
+    EXPECT_FALSE(none.html.contains(QStringLiteral("<table border=\"1\"")));
     // The file form's day ends at 23:59:00, so the call at 23:59:30 stays out there only.
     const ReportRun today =
         RunReport(CurrentConnection(), Def(QStringLiteral("Today"), kFields), QString(), 5000, DateText);
@@ -138,22 +114,15 @@ TEST_P(ReportOutput, EmptyDayQuirksAndFailures) {
     EXPECT_EQ(today.rowCount, IsSqlite() ? 1 : 2);
     // Without a header there is no heading row; one row still says "items", and a field without a
     // number still gets its bold summary cell.
-    const ReportRun one =
-        RunReport(CurrentConnection(), Def(QStringLiteral("Yesterday"), {QStringLiteral("Subject")}),
-                  QString(), 5000, DateText);
-    EXPECT_EQ(one.rowCount, 0);
     const ReportRun filtered =
         RunReport(CurrentConnection(),
                   Def(QStringLiteral("This Week"), {QStringLiteral("Subject")}, 1, QStringLiteral("Zephyr")),
                   QString(), 5000, DateText);
     ASSERT_TRUE(filtered.ok);
-    EXPECT_EQ(
-        filtered.html,
-        QStringLiteral("<table border=\"0\" width=\"100%\"><tr><td colspan=\"2\"><font size='3'> - <b> 1 "
-                       "items</b></font><hr></td></tr><td width=\"2%\"></td><td width=\"98%\"><table "
-                       "border=\"1\" width=\"100%\" cellspacing=\"0\" cellpadding=\"3\" "
-                       "bordercolor=\"#C0C0C0\"><tr><td align=\"left\">Client call</td></tr><tr><td "
-                       "align=\"right\"><b></b></td></tr></table></td></tr></table>"));
+    EXPECT_TRUE(filtered.html.contains(QStringLiteral(" - <b> 1 items</b>")));
+    EXPECT_TRUE(filtered.html.contains(QStringLiteral(
+        "<tr><td align=\"left\">Client call</td></tr><tr><td align=\"right\"><b></b></td></tr>")));
+    EXPECT_EQ(filtered.html.count(QStringLiteral("<tr>")), 3);  // no heading row without a header
     // Under a project filter the chart goes by member.
     ASSERT_EQ(filtered.chart.groups.size(), 1u);
     EXPECT_EQ(filtered.chart.groups[0].name, QStringLiteral("ann"));
@@ -163,17 +132,6 @@ TEST_P(ReportOutput, EmptyDayQuirksAndFailures) {
         QString(), 5000, DateText);
     EXPECT_FALSE(broken.ok);
     EXPECT_TRUE(broken.failure.isSet());
-}
-
-TEST_P(ReportOutput, DueDateMapsToEndDateOnlyInExports) {
-    const ReportDefinition def =
-        Def(QStringLiteral("Today"), {QStringLiteral("Subject"), QStringLiteral("Due Date")});
-    const ReportRun run = RunReport(CurrentConnection(), def, QString(), 5000, DateText);
-    ASSERT_TRUE(run.ok);
-    EXPECT_TRUE(run.html.contains(QStringLiteral("<td align=\"left\">Standup</td><td align=\"left\"></td>")));
-    const QString path = dir + QStringLiteral("/due.txt");
-    ASSERT_TRUE(ExportReport(CurrentConnection(), def, ExportFormat::Text, path, false, DateText).ok);
-    EXPECT_TRUE(ReadAll(path).startsWith("Subject\tDue Date\r\nStandup\t3/4/2026 10:15\r\n"));
 }
 
 TEST_P(ReportOutput, TextAndHtmlExportsAndAppend) {
@@ -210,39 +168,25 @@ TEST_P(ReportOutput, TextAndHtmlExportsAndAppend) {
     EXPECT_EQ(QDir(dir).entryList(QDir::Files).filter(QStringLiteral("week")).size(), 2);
 }
 
-TEST_P(ReportOutput, XmlExportShape) {
-    const QString path = dir + QStringLiteral("/week.xml");
-    ASSERT_TRUE(ExportReport(CurrentConnection(), Def(QStringLiteral("This Week"), kFields),
-                             ExportFormat::Xml, path, false, DateText)
-                    .ok);
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
-    QXmlStreamReader xml(&f);
-    ASSERT_TRUE(xml.readNextStartElement());
-    EXPECT_EQ(xml.name(), QStringLiteral("Reports"));
-    QList<QMap<QString, QString>> sheets;
-    while (xml.readNextStartElement()) {
-        EXPECT_EQ(xml.name(), QStringLiteral("TimeSheet"));
-        QMap<QString, QString> values;
-        while (xml.readNextStartElement())
-            values.insert(xml.name().toString(), xml.readElementText());
-        sheets.append(values);
-    }
-    EXPECT_FALSE(xml.hasError()) << xml.errorString().toStdString();
-    ASSERT_EQ(sheets.size(), 4);
-    EXPECT_EQ(sheets[0].keys(), (QStringList{QStringLiteral("Duration"), QStringLiteral("ReportedBy"),
-                                             QStringLiteral("Subject"), QStringLiteral("TotalCost")}));
-    EXPECT_EQ(sheets[1].value(QStringLiteral("Subject")), QStringLiteral("Standup"));
-    EXPECT_EQ(sheets[3].value(QStringLiteral("Subject")), QString());
-    EXPECT_EQ(sheets[3].value(QStringLiteral("TotalCost")), QStringLiteral("175.75"));
-    EXPECT_EQ(sheets[3].value(QStringLiteral("Duration")), QStringLiteral("165"));
-}
+TEST_P(ReportOutput, XmlAndXlsxExports) {
+    const ReportDefinition def = Def(QStringLiteral("This Week"), kFields);
+    const QString xml = dir + QStringLiteral("/week.xml");
+    ASSERT_TRUE(ExportReport(CurrentConnection(), def, ExportFormat::Xml, xml, false, DateText).ok);
+    // One sheet per row and one for the summary, named after the headings.
+    const QString doc =
+        QString::fromUtf8(ReadAll(xml)).simplified().replace(QStringLiteral("> <"), QStringLiteral("><"));
+    EXPECT_TRUE(doc.contains(
+        QStringLiteral("<Reports><TimeSheet><Subject>Design review</Subject><ReportedBy>ann</ReportedBy>"
+                       "<TotalCost>120.5</TotalCost><Duration>90</Duration></TimeSheet>")))
+        << doc.toStdString();
+    EXPECT_TRUE(doc.endsWith(
+        QStringLiteral("<TimeSheet><Subject></Subject><ReportedBy></ReportedBy><TotalCost>175.75</TotalCost>"
+                       "<Duration>165</Duration></TimeSheet></Reports>")))
+        << doc.toStdString();
+    EXPECT_EQ(doc.count(QStringLiteral("<TimeSheet>")), 4);
 
-TEST_P(ReportOutput, XlsxExportReadsBack) {
     const QString path = dir + QStringLiteral("/week.xlsx");
-    ASSERT_TRUE(ExportReport(CurrentConnection(), Def(QStringLiteral("This Week"), kFields),
-                             ExportFormat::Excel, path, false, DateText)
-                    .ok);
+    ASSERT_TRUE(ExportReport(CurrentConnection(), def, ExportFormat::Excel, path, false, DateText).ok);
     QProcess py;
     py.start(QStringLiteral("/usr/bin/python3"),
              {QStringLiteral("-c"),
@@ -267,8 +211,7 @@ TEST_P(ReportOutput, CancelAndFailureLeaveNoFile) {
     Failure f;
     ASSERT_GE(CurrentConnection()->Execute(QStringLiteral("BEGIN"), {}, false, &f), 0);
     for (int i = 0; i < 1500; ++i)
-        Add(QStringLiteral("Bulk %1").arg(i), QStringLiteral("cara"),
-            QDateTime(QDate(2026, 3, 3), QTime(8, 0)), QStringLiteral("Bulk"), Money::fromInt(1), 1);
+        Add(QStringLiteral("Bulk %1").arg(i), "cara", {QDate(2026, 3, 3), QTime(8, 0)}, "Bulk", 10000, 1);
     ASSERT_GE(CurrentConnection()->Execute(QStringLiteral("COMMIT"), {}, false, &f), 0);
     const ReportDefinition def = Def(QStringLiteral("This Week"), kFields);
     const auto stop = [](qint64) { return false; };
@@ -284,11 +227,9 @@ TEST_P(ReportOutput, CancelAndFailureLeaveNoFile) {
     EXPECT_EQ(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList());
     // A cancelled append keeps the original as it was.
     const QString kept = folder + QStringLiteral("/kept.txt");
-    {
-        QFile k(kept);
-        ASSERT_TRUE(k.open(QIODevice::WriteOnly));
-        k.write("before\r\n");
-    }
+    QFile k(kept);
+    ASSERT_TRUE(k.open(QIODevice::WriteOnly) && k.write("before\r\n") == 8);
+    k.close();
     EXPECT_TRUE(
         ExportReport(CurrentConnection(), def, ExportFormat::Text, kept, true, DateText, stop).cancelled);
     EXPECT_EQ(ReadAll(kept), QByteArray("before\r\n"));
@@ -301,74 +242,27 @@ TEST_P(ReportOutput, CancelAndFailureLeaveNoFile) {
     EXPECT_EQ(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList{QStringLiteral("kept.txt")});
     // The page run stops as well.
     EXPECT_TRUE(RunReport(CurrentConnection(), def, QString(), 10, DateText, stop).cancelled);
-    // The cursor streamed every row it was asked for.
-    Cursor cursor(CurrentConnection());
-    ASSERT_TRUE(cursor.Open(def.sql));
-    int n = 0;
-    while (cursor.Next())
-        ++n;
-    EXPECT_EQ(n, 1503);
-    EXPECT_FALSE(cursor.LastError().isSet());
-}
-
-// Generated tasks: the count and the totals of a month agree with the database's own sums.
-TEST_P(ReportOutput, GeneratedMonthAgreesWithTheDatabase) {
-    SampleSpec plan;
-    plan.reportedItems = 600;
-    plan.firstDay = QDate(2026, 1, 20);
-    plan.days = 60;
-    SampleCounts counts;
-    Failure f;
-    ASSERT_TRUE(FillSampleData(*CurrentConnection(), plan, &counts, &f)) << f.description.toStdString();
-    ReportQueryInput in = Input(QStringLiteral("Last Month"));
-    QString sql = GetReportSQL(in);
-    sql.replace(QStringLiteral("TABLENAME"), QStringLiteral("tReportedTasks"));
-    const ReportDefinition def = MakeReportDefinition(
-        sql, false, {QStringLiteral("Subject"), QStringLiteral("Actual Work"), QStringLiteral("Total Cost")},
-        fields, 0);
-    const ReportRun run = RunReport(CurrentConnection(), def, QStringLiteral("H"), 50, DateText);
-    ASSERT_TRUE(run.ok) << run.failure.description.toStdString();
-
-    const QString where =
-        IsSqlite() ? QStringLiteral("ReportedDate BETWEEN '2026-02-01 00:00:00' AND '2026-02-28 23:59:00'")
-                   : QStringLiteral("CAST(ReportedDate AS DATE) BETWEEN '2026-02-01' AND '2026-02-28'");
-    auto rs = Open(
-        QStringLiteral("SELECT COUNT(*) AS n, SUM(ActualWork) AS work, SUM(CAST(TotalCost AS NUMERIC)) AS "
-                       "cost FROM tReportedTasks WHERE ") +
-            where,
-        LockMode::ReadOnly);
-    ASSERT_FALSE(rs->Eof());
-    const qint64 n = rs->Fields(QStringLiteral("n")).Value().toLongLong();
-    ASSERT_GT(n, 50);
-    EXPECT_EQ(run.rowCount, n);
-    EXPECT_EQ(run.shownRows, 50);
-    // The summary row is the last row of the table.
-    const qsizetype last = run.html.lastIndexOf(QStringLiteral("<tr><td align=\"right\"><b>"));
-    ASSERT_GT(last, 0);
-    QStringList cells;
-    static const QRegularExpression bold(QStringLiteral("<b>([^<]*)</b>"));
-    for (auto it = bold.globalMatch(run.html.mid(last)); it.hasNext();)
-        cells.append(it.next().captured(1));
-    ASSERT_EQ(cells.size(), 3);
-    EXPECT_EQ(cells[0], QString());
-    EXPECT_EQ(cells[1].toLongLong(), rs->Fields(QStringLiteral("work")).Value().toLongLong());
-    const double cost =
-        Money::fromVariant(rs->Fields(QStringLiteral("cost")).Value()).value_or(Money()).toDouble();
-    EXPECT_NEAR(QString(cells[2]).remove(u',').toDouble(), cost, 0.005);
-    EXPECT_EQ(cells[2].section(u'.', 1).size(), 2);
+    // Without a stop every row streams through; only the first go on the page, but the count and the
+    // totals cover all of them.
+    const ReportRun all = RunReport(CurrentConnection(), def, QString(), 10, DateText);
+    EXPECT_EQ(all.rowCount, 1503);
+    EXPECT_EQ(all.html.count(QStringLiteral("<tr>")), 1 + 10 + 1);  // frame, 10 rows, summary
+    EXPECT_TRUE(all.html.contains(QStringLiteral("first 10 of 1503 items")));
+    EXPECT_TRUE(all.html.contains(QStringLiteral("<b>1,675.75</b>"))) << all.html.right(300).toStdString();
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, ReportOutput, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
                          test::EngineName);
 
 TEST(ReportExport, EnsureExtensionKeepsAllButATrailingDot) {
-    EXPECT_EQ(EnsureExtension(QStringLiteral("/tmp/a.txt"), QStringLiteral("xls")),
-              QStringLiteral("/tmp/a.txt"));
-    EXPECT_EQ(EnsureExtension(QStringLiteral("/tmp/report"), QStringLiteral("xls")),
-              QStringLiteral("/tmp/report"));
-    EXPECT_EQ(EnsureExtension(QStringLiteral("/tmp/report."), QStringLiteral("htm")),
-              QStringLiteral("/tmp/report..htm"));
-    EXPECT_EQ(EnsureExtension(QStringLiteral("   "), QStringLiteral("xml")), QString());
+    const char* const cases[][3] = {{"/tmp/a.txt", "xls", "/tmp/a.txt"},
+                                    {"/tmp/report", "xls", "/tmp/report"},
+                                    {"/tmp/report.", "htm", "/tmp/report..htm"},
+                                    {"   ", "xml", ""}};
+    for (const auto& c : cases)
+        EXPECT_EQ(EnsureExtension(QString::fromLatin1(c[0]), QString::fromLatin1(c[1])),
+                  QString::fromLatin1(c[2]))
+            << c[0];
     EXPECT_EQ(XmlElementName(QStringLiteral("3 Rate/h")), QStringLiteral("_3Rate_h"));
 }
 

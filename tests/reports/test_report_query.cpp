@@ -1,8 +1,6 @@
 // Field catalogue, period arithmetic and the query text, with the clock fixed at edge dates.
 #include <gtest/gtest.h>
 
-#include <QLocale>
-
 #include "reports/report_fields.h"
 #include "reports/report_query.h"
 #include "settings/global_settings.h"
@@ -32,38 +30,30 @@ QString ServerRange(const QString& s, const QString& e) {
            QStringLiteral(" <= '") + e + QStringLiteral("'");
 }
 
-struct PeriodCase {
-    QDate today;
-    const char* period;
-    const char* start;
-    const char* end;
-};
-
 // Each period at Sunday, Saturday, January, March of a leap year and 31 December, both SQL forms.
 TEST(ReportQuery, PeriodsOnBothFormsAtEdgeDates) {
     const QDate sunday(2026, 3, 1), saturday(2026, 3, 7), january(2026, 1, 15), leapMarch(2028, 3, 10),
         lastDay(2026, 12, 31), plainMarch(2026, 3, 18);
-    const PeriodCase cases[] = {
+    const struct {
+        QDate today;
+        const char *period, *start, *end;
+    } cases[] = {
         {sunday, "This Week", "2026-3-1", "2026-3-7"},
         {sunday, "Last Week", "2026-2-22", "2026-2-28"},
         {saturday, "This Week", "2026-3-1", "2026-3-7"},
-        {saturday, "Last Week", "2026-2-22", "2026-2-28"},
         {january, "Last Month", "2025-12-1", "2025-12-31"},
         {january, "This Month", "2026-1-1", "2026-1-15"},
         {january, "Last Year", "2025-1-1", "2025-12-31"},
-        {january, "This Week", "2026-1-11", "2026-1-17"},
         {leapMarch, "Last Month", "2028-2-1", "2028-2-29"},
         {plainMarch, "Last Month", "2026-2-1", "2026-2-28"},
         {lastDay, "This Week", "2026-12-27", "2027-1-2"},
-        {lastDay, "Last Week", "2026-12-20", "2026-12-26"},
         {lastDay, "This Month", "2026-12-1", "2026-12-31"},
         {lastDay, "This Year", "2026-1-1", "2026-12-31"},
-        {lastDay, "Last Month", "2026-11-1", "2026-11-30"},
         {lastDay, "Date Range..", "2026-2-10", "2026-2-12"},
         // No century rule: in 2100 February gets a 29th day, which runs into 1 March.
         {QDate(2100, 3, 5), "Last Month", "2100-2-1", "2100-3-1"},
     };
-    for (const PeriodCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.period) + " at " + c.today.toString(Qt::ISODate).toStdString());
         const QString s = QString::fromLatin1(c.start), e = QString::fromLatin1(c.end);
         EXPECT_EQ(GetReportSQL(At(c.today, QString::fromLatin1(c.period), 0)), AccessRange(s, e));
@@ -104,24 +94,18 @@ TEST(ReportQuery, UserAndFilterTerms) {
     in.listText.clear();
     EXPECT_EQ(GetReportSQL(in),
               kHead + QStringLiteral("ReportedBy = 'boss' and ") + kTerm + QStringLiteral(" = '2026-3-4'"));
-    // Values go in as they stand: an apostrophe is not doubled.
-    in.filterIndex = 1;
-    in.listText = QStringLiteral("O'Brien");
-    EXPECT_TRUE(
-        GetReportSQL(in).endsWith(QStringLiteral("ProjectValue = 'O'Brien' ORDER BY ProjectValue DESC")));
 }
 
 TEST(ReportQuery, Headers) {
     const QString fmt = QStringLiteral("M/d/yyyy");
-    EXPECT_EQ(GetTimePeriodHeader(At(QDate(2026, 3, 5), QStringLiteral("Today")), fmt),
-              QStringLiteral("Today[3/5/2026]"));
-    EXPECT_EQ(GetTimePeriodHeader(At(QDate(2026, 3, 5), QStringLiteral("Last Week")), fmt),
-              QStringLiteral("Last Week[2/22/2026 to 2/28/2026]"));
-    EXPECT_EQ(GetReportHeader(1, At(QDate(2026, 3, 5), QStringLiteral("Yesterday")), fmt),
+    const auto at = [](const char* period) { return At(QDate(2026, 3, 5), QString::fromLatin1(period)); };
+    EXPECT_EQ(GetTimePeriodHeader(at("Today"), fmt), QStringLiteral("Today[3/5/2026]"));
+    EXPECT_EQ(GetTimePeriodHeader(at("Last Week"), fmt), QStringLiteral("Last Week[2/22/2026 to 2/28/2026]"));
+    EXPECT_EQ(GetReportHeader(1, at("Yesterday"), fmt),
               QStringLiteral("Reported TimeSheets : Yesterday[3/4/2026]"));
-    EXPECT_EQ(GetReportHeader(0, At(QDate(2026, 3, 5), QStringLiteral("This Month")), fmt),
+    EXPECT_EQ(GetReportHeader(0, at("This Month"), fmt),
               QStringLiteral("Reported TimeSheets : This Month[3/1/2026 to 3/5/2026]"));
-    EXPECT_EQ(GetReportHeader(2, At(QDate(2026, 3, 5), QStringLiteral("Today")), fmt), QString());
+    EXPECT_EQ(GetReportHeader(2, at("Today"), fmt), QString());
 }
 
 QStringList Displays(const Dictionary<QString>& d) {
@@ -131,26 +115,32 @@ QStringList Displays(const Dictionary<QString>& d) {
     return out;
 }
 
-TEST(ReportFields, ListsTitlesAndKeyNames) {
+TEST(ReportFields, ListsTitlesCustomFieldsAndKeyNames) {
     cGeneralSettings gs;
     gs.SetValue(QStringLiteral("tpoProjectTitle"), QStringLiteral(" Client "));
     gs.SetValue(QStringLiteral("tpoActivityTitle"), QStringLiteral("Work"));
+    for (const auto& [n, title] : {std::pair{3, "  "}, {5, "My Custom Field"}, {9, "Rate"}}) {
+        gs.SetValue(QStringLiteral("tpoActiveCustomField%1").arg(n), 1);
+        gs.SetValue(QStringLiteral("tpoTitleCustomField%1").arg(n), QString::fromLatin1(title));
+    }
+    gs.SetValue(QStringLiteral("tpoTitleCustomField2"), QStringLiteral("Inactive"));
     cReportFields f;
     f.LoadFieldsToDictionaries(gs, QStringLiteral("Client"), QStringLiteral("Work"));
     const QStringList task = Displays(f.dicTaskFields);
     const QStringList appt = Displays(f.dicAppointmentFields);
-    const QStringList common = Displays(f.dicCommonFields);
-    // Only the fixed rows, the two titles and Total Cost. The fixed rows are the catalogue's own
-    // table; its ends and the rows added after it are what a change breaks.
-    ASSERT_EQ(task.size(), 33);
-    ASSERT_EQ(appt.size(), 31);
-    ASSERT_EQ(common.size(), 20);
+    // The fixed rows are the catalogue's own table; its ends and the rows added after it are what a
+    // change breaks.
+    ASSERT_EQ(task.size(), 36);
+    ASSERT_EQ(appt.size(), 34);
+    ASSERT_EQ(Displays(f.dicCommonFields).size(), 23);
     EXPECT_EQ(task[1], QStringLiteral("Actual Work"));
-    EXPECT_EQ(task.mid(28),
-              (QStringList{QStringLiteral("Reported By"), QStringLiteral("Reported Date"),
-                           QStringLiteral("Client"), QStringLiteral("Work"), QStringLiteral("Total Cost")}));
+    EXPECT_EQ(task.mid(28, 2), (QStringList{QStringLiteral("Reported By"), QStringLiteral("Reported Date")}));
     EXPECT_EQ(appt[1], QStringLiteral("All Day Event"));
+    EXPECT_EQ(appt.mid(28), (QStringList{QStringLiteral("Client"), QStringLiteral("Work"),
+                                         QStringLiteral("Custom Field 3"), QStringLiteral("My Custom Field"),
+                                         QStringLiteral("Rate"), QStringLiteral("Total Cost")}));
     EXPECT_EQ(f.dicTaskFields.Value(QStringLiteral("TotalCost")), QStringLiteral("Total Cost"));
+    EXPECT_EQ(f.strCustomTitle[1], QString());
 
     EXPECT_EQ(f.GetKeyName(QStringLiteral("Due Date"), true), QStringLiteral("EndDate"));
     EXPECT_EQ(f.GetKeyName(QStringLiteral("Due Date"), false), QStringLiteral("DueDate"));
@@ -158,24 +148,6 @@ TEST(ReportFields, ListsTitlesAndKeyNames) {
     EXPECT_EQ(f.GetKeyName(QStringLiteral("Work"), false), QStringLiteral("ActivityValue"));
     // The stored project title has outer blanks, so the shown title finds no column.
     EXPECT_EQ(f.GetKeyName(QStringLiteral("Client"), false), QStringLiteral("Client"));
-}
-
-TEST(ReportFields, CustomFields) {
-    cGeneralSettings gs;
-    gs.SetValue(QStringLiteral("tpoActiveCustomField3"), 1);
-    gs.SetValue(QStringLiteral("tpoTitleCustomField3"), QStringLiteral("  "));
-    gs.SetValue(QStringLiteral("tpoActiveCustomField5"), 1);
-    gs.SetValue(QStringLiteral("tpoTitleCustomField5"), QStringLiteral("My Custom Field"));
-    gs.SetValue(QStringLiteral("tpoActiveCustomField9"), 1);
-    gs.SetValue(QStringLiteral("tpoTitleCustomField9"), QStringLiteral("Rate"));
-    gs.SetValue(QStringLiteral("tpoTitleCustomField2"), QStringLiteral("Inactive"));
-    cReportFields f;
-    f.LoadFieldsToDictionaries(gs, QString(), QString());
-    EXPECT_EQ(Displays(f.dicAppointmentFields).mid(28),
-              (QStringList{QStringLiteral("Project"), QStringLiteral("Activity"),
-                           QStringLiteral("Custom Field 3"), QStringLiteral("My Custom Field"),
-                           QStringLiteral("Rate"), QStringLiteral("Total Cost")}));
-    EXPECT_EQ(f.strCustomTitle[1], QString());
     EXPECT_EQ(f.GetKeyName(QStringLiteral("Custom Field 3"), false), QStringLiteral("Field3Value"));
     EXPECT_EQ(f.GetKeyName(QStringLiteral("Rate"), false), QStringLiteral("Field9Value"));
     // Holds the words but is no default title: a column that does not exist.
