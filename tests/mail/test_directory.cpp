@@ -53,8 +53,8 @@ TEST(LdapDirectory, PagedSearchReadsPastTheServerSizeLimit) {
     EXPECT_FALSE(Names(*all).contains(QStringLiteral("Head Office"))) << "a role is no person and no group";
 }
 
-// The kind of group the member import does not read through its own tests.
-TEST(LdapDirectory, MembersOfTheOtherGroupKind) {
+// Both kinds of group, read one level deep: a group within a group stays an entry of its own.
+TEST(LdapDirectory, GroupsOfBothKindsAreReadOneLevelDeep) {
     TLM_REQUIRE_LDAP();
     LdapDirectory dir(TestDirectory());
     QString error;
@@ -64,6 +64,14 @@ TEST(LdapDirectory, MembersOfTheOtherGroupKind) {
     ASSERT_EQ(crew.size(), 2);
     EXPECT_EQ(crew[0].name, QStringLiteral("Eli Noor"));
     EXPECT_EQ(crew[0].department, QStringLiteral("Support"));
+
+    const auto all = dir.Search(QStringLiteral("All Staff"), &error);
+    ASSERT_TRUE(all && all->size() == 1) << error.toStdString();
+    const QList<DirectoryEntry> staff = dir.Members(all->at(0), &error);
+    EXPECT_EQ(Names(staff), (QStringList{QStringLiteral("Project Team"), QStringLiteral("Dana Kim")}));
+    ASSERT_FALSE(staff.isEmpty());
+    EXPECT_EQ(staff[0].type, AddressEntryType::DistributionList);
+    EXPECT_TRUE(staff[0].memberRefs.isEmpty()) << "a nested group is not read further";
 }
 
 TEST(LdapDirectory, ConnectionFailuresGiveClearMessagesWithoutThePassword) {
