@@ -42,6 +42,9 @@ CommandLine Parse(std::initializer_list<const char*> args) {
 TEST(CommandLineParse, WholeLineIsTheNumber) {
     EXPECT_EQ(Parse({}).kind, CommandLine::Silent);
     EXPECT_EQ(Parse({"-h"}).kind, CommandLine::Silent);
+    // Only a whole line that is a number opens a section.
+    for (const QStringList& odd : {QStringList{"12abc"}, {"0x10"}, {"--helpx"}, {"3;x"}, {"3", "x"}})
+        EXPECT_EQ(ParseCommandLine(odd).kind, CommandLine::Silent) << odd.join(u' ').toStdString();
     EXPECT_EQ(Parse({"--help"}).kind, CommandLine::Help);
     EXPECT_EQ(Parse({"--version"}).kind, CommandLine::Version);
     const CommandLine c = Parse({"14"});

@@ -51,6 +51,16 @@ TEST_F(FileFlow, MissingFileIsWrittenWithoutAskingWhenNoDialogIsWanted) {
     EXPECT_EQ(stored.DBConnectionString, dir) << "the configuration is saved";
 }
 
+TEST_F(FileFlow, RefusedFirstRunDialogEndsTheProcess) {
+    bool show = true;
+    DB::Initialize(show);
+    EXPECT_EQ(host.firstRunCalls, 1);
+    EXPECT_EQ(test::ExitCalls(), 1);
+    EXPECT_EQ(host.dbDialogCalls, 0) << "nothing runs after the exit";
+    EXPECT_FALSE(CurrentConnection());
+    EXPECT_FALSE(QFile::exists(file));
+}
+
 // A kind outside the range gives the settings dialog; its save reconnects and the call goes on.
 TEST_F(FileFlow, KindOutsideTheRangeGivesTheDialogWhoseSaveReconnects) {
     ASSERT_TRUE(DB::fncCopyNewMDBToFile(file));
