@@ -75,8 +75,8 @@ ReportDefinition Definition(bool serverForm) {
     in.now = QDateTime(QDate(2026, 12, 31), QTime(12, 0));
     in.rangeStart = QDate(2026, 1, 1);
     in.rangeEnd = QDate(2026, 12, 31);
-    QString sql = GetReportSQL(in);
-    sql.replace(QStringLiteral("TABLENAME"), QStringLiteral("tReportedAppointments"));
+    SqlText sql = GetReportSQL(in);
+    sql.Replace(u"TABLENAME", u"tReportedAppointments");
     return MakeReportDefinition(sql, true, kSelected, fields, 0);
 }
 

@@ -95,15 +95,15 @@ void Compare(const Target& t, const QString& dir) {
     criteria.searchBy = QStringLiteral("Keyword");
     criteria.keyword = kKeyword;
     criteria.itemsTypeIndex = 2;  // both
-    const QString sql = *ComposeSearchSQL(criteria, t.dbChoice);
+    const SqlText sql = *ComposeSearchSQL(criteria, t.dbChoice);
     const QString statements = dir + QStringLiteral("/search-") + t.label + QStringLiteral(".sql");
     QFile file(statements);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
         return;
     for (bool appointments : {false, true})
-        file.write(
-            (t.connection->dialect().Translate(SearchSQLForTable(sql, appointments)) + QStringLiteral(";\n"))
-                .toUtf8());
+        file.write((t.connection->dialect().Translate(SearchSQLForTable(sql, appointments).sql()) +
+                    QStringLiteral(";\n"))
+                       .toUtf8());
     file.close();
 
     int found = 0;

@@ -358,8 +358,9 @@ int RunReviewTool(const ReviewOptionsLine& o) {
     const bool appointment = o.type == u"appointment";
     const QString table = ReviewTableFor(o.type);
     ReviewFilter filter;
-    std::unique_ptr<Recordset> rs = GetDBRecordset(
-        ReviewQueryFor(filter, dbChoice, table) + QStringLiteral(" and ID = ") + o.approveId, true, false);
+    SqlText query = ReviewQueryFor(filter, dbChoice, table);
+    std::unique_ptr<Recordset> rs =
+        GetDBRecordset(query.Words(u" and ID = ").Integer(o.approveId), true, false);
     QVector<ReviewItem> items;
     if (!rs || !LoadRecordsetToCollection(rs.get(), appointment, items))
         return Fail(kExitStatementFailed, QStringLiteral("the item could not be read."));

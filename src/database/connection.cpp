@@ -748,6 +748,18 @@ std::unique_ptr<Recordset> GetDBRecordset(const QString& strSQL, bool blnReadOnl
     return nullptr;
 }
 
+std::unique_ptr<Recordset> GetDBRecordset(const SqlText& statement, bool blnReadOnly, bool blnShowDialog,
+                                          bool blnBatch) {
+    if (statement.ok())
+        return GetDBRecordset(statement.sql(), blnReadOnly, blnShowDialog, blnBatch);
+    if (blnShowDialog) {
+        Failure failure = *statement.refusal();
+        failure.label = QStringLiteral("DB.GetRecordset");
+        subReportError(failure);
+    }
+    return nullptr;
+}
+
 std::unique_ptr<Command> GetCommand() {
     subTraceAction(QStringLiteral("Creating a new ADODB.Command object"));
     bool showDialog = true;

@@ -8,6 +8,7 @@
 #include "core/failure.h"
 #include "database/dialect.h"
 #include "database/provisioning.h"
+#include "database/sql_compose.h"
 
 class QSqlQuery;
 class QSqlError;
@@ -149,6 +150,10 @@ void ShowDBDialog();
 // Read-only for loading, optimistic row by row, or batch (blnBatch, written by UpdateBatch).
 // Answers nullptr on failure; the user has been told when blnShowDialog is true.
 std::unique_ptr<Recordset> GetDBRecordset(const QString& strSQL, bool blnReadOnly = true,
+                                          bool blnShowDialog = true, bool blnBatch = false);
+// The same for a composed statement: a refused one is reported as the engine's error would be
+// (when blnShowDialog is true) and nothing runs.
+std::unique_ptr<Recordset> GetDBRecordset(const SqlText& statement, bool blnReadOnly = true,
                                           bool blnShowDialog = true, bool blnBatch = false);
 // A command bound to the connection, or nullptr.
 std::unique_ptr<Command> GetCommand();

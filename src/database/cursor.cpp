@@ -169,6 +169,15 @@ Cursor::~Cursor() {
     Close();
 }
 
+bool Cursor::Open(const SqlText& statement) {
+    if (!statement.ok()) {
+        Close();
+        error_ = *statement.refusal();
+        return false;
+    }
+    return Open(statement.sql());
+}
+
 bool Cursor::Open(const QString& sql) {
     PinLocalTimeZone();
     Close();

@@ -9,6 +9,7 @@
 
 #include "core/failure.h"
 #include "database/provisioning.h"
+#include "database/sql_compose.h"
 
 namespace tlm {
 
@@ -29,6 +30,8 @@ class Cursor {
 
     // Runs the statement through the dialect. False with LastError() set on failure.
     bool Open(const QString& sql);
+    // A composed statement; a refused one fails with its refusal and runs nothing.
+    bool Open(const SqlText& statement);
     // Moves to the next row; false at the end or on a failure (LastError() then set).
     bool Next();
     void Close();

@@ -399,7 +399,7 @@ bool CheckIfTableExists(const QString& connectionString, const QString& tableNam
         return false;
     // An empty read answers the same question as reading the whole table.
     Recordset rs(c, LockMode::Optimistic);
-    return rs.Open(QStringLiteral("SELECT * FROM ") + tableName + QStringLiteral(" WHERE 1 = 0"));
+    return rs.Open(SqlText(u"SELECT * FROM ").Identifier(tableName).Words(u" WHERE 1 = 0"));
 }
 
 QString fncGetServerConnectionString(const QString& connectionString) {
@@ -445,10 +445,16 @@ QString fncCreateSQLDB(bool& blnCreated) {
                 subReportError(failure);
                 return QString();
             };
+            if (!name.isEmpty()) {
+                const SqlText placed = SqlText().Identifier(name);
+                if (!placed.ok()) {
+                    failure = *placed.refusal();
+                    return fail(QString());
+                }
+                script.replace(kDefaultDatabaseName, placed.sql());
+            }
             if (!c.Open(server, &failure))
                 return fail(QString());
-            if (!name.isEmpty())
-                script.replace(kDefaultDatabaseName, name);
             // One connection for all pieces, so the "use" piece reaches those after it.
             for (const QString& piece : SplitSqlScript(script)) {
                 subTraceAction(piece);

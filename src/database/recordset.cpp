@@ -154,6 +154,23 @@ bool Recordset::Fail(qint32 number, const QString& description) {
     return false;
 }
 
+bool Recordset::Open(const SqlText& statement, Failure* failure) {
+    if (statement.ok())
+        return Open(statement.sql(), failure);
+    // Left as a failed open leaves it: no rows, no table.
+    source_.clear();
+    table_.clear();
+    columns_.clear();
+    index_.clear();
+    literalIndex_.clear();
+    rows_.clear();
+    pendingDeletes_.clear();
+    error_ = *statement.refusal();
+    if (failure)
+        *failure = error_;
+    return false;
+}
+
 bool Recordset::Open(const QString& source, Failure* failure) {
     source_ = source;
     const QString statement = Dialect::ExpandBareTableName(source);
@@ -657,8 +674,17 @@ struct Command::Prepared {
 Command::Command(std::shared_ptr<Connection> connection) : connection_(std::move(connection)) {}
 Command::~Command() = default;
 
+void Command::SetStatement(const SqlText& statement) {
+    CommandText = statement.sql();
+    refusal_ = statement.refusal();
+}
+
 qint64 Command::Execute(const QVariantList& values) {
     error_ = Failure();
+    if (refusal_) {
+        error_ = *refusal_;
+        return -1;
+    }
     if (!connection_ || !connection_->IsOpen()) {
         error_ = Failure{dberr::kObjectClosed,
                          QStringLiteral("Operation is not allowed when the object is closed."), 0, QString()};

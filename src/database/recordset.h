@@ -5,10 +5,12 @@
 #include <QVariant>
 #include <QVector>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "core/failure.h"
 #include "database/provisioning.h"
+#include "database/sql_compose.h"
 
 namespace tlm {
 
@@ -58,6 +60,8 @@ class Recordset {
 
     // Runs the statement (or "SELECT * FROM <name>" for a bare table name) through the dialect.
     bool Open(const QString& source, Failure* failure = nullptr);
+    // A composed statement; a refused one fails with its refusal and runs nothing.
+    bool Open(const SqlText& statement, Failure* failure = nullptr);
 
     QString Source() const { return source_; }
     QString Table() const { return table_; }  // the table written back to, or empty
@@ -138,6 +142,8 @@ class Command {
     Command& operator=(const Command&) = delete;
 
     QString CommandText;
+    // CommandText from a composed statement; a refused one makes Execute fail with its refusal.
+    void SetStatement(const SqlText& statement);
 
     // Answers the rows affected, or -1 with LastError() set; the caller reports it under its label.
     qint64 Execute(const QVariantList& values = {});
@@ -148,6 +154,7 @@ class Command {
     std::shared_ptr<Connection> connection_;
     std::unique_ptr<Prepared> prepared_;
     Failure error_;
+    std::optional<Failure> refusal_;
 };
 
 }  // namespace tlm

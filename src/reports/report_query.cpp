@@ -79,31 +79,33 @@ ReportPeriod PeriodDates(const ReportQueryInput& in) {
     return p;
 }
 
-QString GetReportSQL(const ReportQueryInput& in) {
-    QString sql = QStringLiteral("Select * from TABLENAME where ");
+SqlText GetReportSQL(const ReportQueryInput& in) {
+    SqlText sql(u"Select * from TABLENAME where ");
     if (!in.fullView)
-        sql += QStringLiteral("ReportedBy = '") + in.userName + QStringLiteral("' and ");
+        sql.Words(u"ReportedBy = ").Text(in.userName).Words(u" and ");
     const ReportPeriod p = PeriodDates(in);
-    const QString s = ToTallyloomDateFormat(p.start);
-    const QString e = ToTallyloomDateFormat(p.end);
     if (in.dbChoice != 0) {
         const QString term = QStringLiteral("cast(CONVERT(varchar(8), ReportedDate, 112) AS datetime)");
         if (p.singleDay)
-            sql += term + QStringLiteral(" = '") + s + u'\'';
+            sql.Words(term + QStringLiteral(" = '")).Date(p.start).Words(u"'");
         else
-            sql += term + QStringLiteral(" >= '") + s + QStringLiteral("' and ") + term +
-                   QStringLiteral(" <= '") + e + u'\'';
+            sql.Words(term + QStringLiteral(" >= '"))
+                .Date(p.start)
+                .Words(QStringLiteral("' and ") + term + QStringLiteral(" <= '"))
+                .Date(p.end)
+                .Words(u"'");
     } else {
-        sql += QStringLiteral("ReportedDate between #") + s + QStringLiteral(" 00:00:00# and #") +
-               (p.singleDay ? s : e) + QStringLiteral(" 23:59:00#");
+        sql.Words(u"ReportedDate between #")
+            .Date(p.start)
+            .Words(u" 00:00:00# and #")
+            .Date(p.singleDay ? p.start : p.end)
+            .Words(u" 23:59:00#");
     }
     if (!in.listText.isEmpty()) {
         if (in.filterIndex == 1)
-            sql += QStringLiteral(" and ProjectValue = '") + in.listText +
-                   QStringLiteral("' ORDER BY ProjectValue DESC");
+            sql.Words(u" and ProjectValue = ").Text(in.listText).Words(u" ORDER BY ProjectValue DESC");
         else if (in.filterIndex == 2)
-            sql += QStringLiteral(" and ReportedBy = '") + in.listText +
-                   QStringLiteral("' ORDER BY ReportedBy DESC");
+            sql.Words(u" and ReportedBy = ").Text(in.listText).Words(u" ORDER BY ReportedBy DESC");
     }
     return sql;
 }

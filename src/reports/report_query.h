@@ -5,6 +5,8 @@
 #include <QString>
 #include <QStringList>
 
+#include "database/sql_compose.h"
+
 namespace tlm {
 
 // The entries of the selectors, in their order; periods are told apart by their text.
@@ -39,8 +41,9 @@ qint16 GetDaysInMonth(qint16 month, int currentYear);
 // The period's two dates; weeks run Sunday to Saturday whatever the locale.
 ReportPeriod PeriodDates(const ReportQueryInput& in);
 
-// "Select * from TABLENAME where " plus the user, date and filter tests.
-QString GetReportSQL(const ReportQueryInput& in);
+// "Select * from TABLENAME where " plus the user, date and filter tests; a quote in the user's
+// or the filter's name refuses it.
+SqlText GetReportSQL(const ReportQueryInput& in);
 // "Last Week[3/1/2026 to 3/7/2026]", the dates in the given short date format.
 QString GetTimePeriodHeader(const ReportQueryInput& in, const QString& shortDateFormat);
 // "Reported TimeSheets : " and the period header for type 0 and 1; empty for any other index.

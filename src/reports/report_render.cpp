@@ -28,7 +28,7 @@ const QString kFrame = QStringLiteral(
 
 }  // namespace
 
-ReportDefinition MakeReportDefinition(const QString& sql, bool appointments, const QStringList& selected,
+ReportDefinition MakeReportDefinition(const SqlText& sql, bool appointments, const QStringList& selected,
                                       const cReportFields& fields, int filterIndex) {
     ReportDefinition def;
     def.sql = sql;

@@ -11,6 +11,7 @@
 
 #include "core/dictionary.h"
 #include "core/failure.h"
+#include "database/sql_compose.h"
 
 namespace tlm {
 
@@ -26,7 +27,7 @@ struct ReportColumn {
 
 // One generated report, kept for export: the query with its table, the ticked fields and the type.
 struct ReportDefinition {
-    QString sql;
+    SqlText sql;
     bool appointments = false;
     QStringList selected;               // dicSelectedFields, in list order
     std::vector<ReportColumn> page;     // columns as the page maps them (Due Date stays DueDate)
@@ -35,7 +36,7 @@ struct ReportDefinition {
     QString customTitle10;
     bool byMember = false;  // the chart groups by member (a project filter) instead of by project
 };
-ReportDefinition MakeReportDefinition(const QString& sql, bool appointments, const QStringList& selected,
+ReportDefinition MakeReportDefinition(const SqlText& sql, bool appointments, const QStringList& selected,
                                       const cReportFields& fields, int filterIndex);
 
 // How a value reads as text in a cell: NULL empty, money in its shortest form, a date as the

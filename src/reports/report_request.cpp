@@ -98,8 +98,8 @@ PreparedReport PrepareReport(const cReportFields& fields, const ReportChoices& c
     in.listText = choices.filterIndex > 0 ? choices.listText : QString();
     r.tag = ReportFilterTag(choices);
     r.header = GetReportHeader(choices.typeIndex, in, context.shortDateFormat);
-    QString sql = GetReportSQL(in);
-    sql.replace(QStringLiteral("TABLENAME"), ReportTableName(choices.typeIndex));
+    SqlText sql = GetReportSQL(in);
+    sql.Replace(u"TABLENAME", ReportTableName(choices.typeIndex));
     r.def = MakeReportDefinition(sql, choices.typeIndex == 1, SelectedFieldNames(choices.ticked), fields,
                                  in.filterIndex);
     return r;

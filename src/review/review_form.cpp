@@ -234,7 +234,7 @@ ReviewFilter frmReviewReports::filter() const {
     return f;
 }
 
-QString frmReviewReports::GetSQL() const {
+SqlText frmReviewReports::GetSQL() const {
     const cMySettings* my = Process().mySettings;
     return tlm::GetSQL(filter(), my ? my->DBChoice : 0);
 }
@@ -289,8 +289,8 @@ void frmReviewReports::cmdOK() {
     const cMySettings* my = Process().mySettings;
     const qint32 dbChoice = my ? my->DBChoice : 0;
     const ReviewFilter f = filter();
-    const QString tasksSql = ReviewQueryFor(f, dbChoice, QStringLiteral("tReportedTasks"));
-    const QString appointmentsSql = ReviewQueryFor(f, dbChoice, QStringLiteral("tReportedAppointments"));
+    const SqlText tasksSql = ReviewQueryFor(f, dbChoice, QStringLiteral("tReportedTasks"));
+    const SqlText appointmentsSql = ReviewQueryFor(f, dbChoice, QStringLiteral("tReportedAppointments"));
 
     // While rows come in the window answers (it repaints and scrolls), but nothing starts anew.
     filling_ = true;

@@ -49,7 +49,7 @@ class frmReviewReports : public QDialog {
     // Fills the lists, reads the audit switches, restores the saved state, clears the grid.
     void subSetUp();
     ReviewFilter filter() const;
-    QString GetSQL() const;
+    SqlText GetSQL() const;
     void cmdOK();
     void cmdReset();
     void Exit();

@@ -18,18 +18,25 @@ const QString kTableToken = QStringLiteral("TABLENAME");
 
 // The server compares whole days; the file form stops at 23:59:00, so the last minute of a day
 // falls out there. The two stay as they are: the client composes the same texts.
-QString DateClause(const ReviewFilter& f, qint32 dbChoice) {
-    const QString s = ToTallyloomDateFormat(f.start);
-    const QString e = ToTallyloomDateFormat(f.end);
+void AddDateClause(SqlText& sql, const ReviewFilter& f, qint32 dbChoice) {
     if (dbChoice == 0) {
-        return QStringLiteral(" and (ReportedDate between #") + s + QStringLiteral(" 00:00:00# and  #") +
-               (f.between ? e : s) + QStringLiteral(" 23:59:00#)");
+        sql.Words(u" and (ReportedDate between #")
+            .Date(f.start)
+            .Words(u" 00:00:00# and  #")
+            .Date(f.between ? f.end : f.start)
+            .Words(u" 23:59:00#)");
+        return;
     }
     const QString day = QStringLiteral("cast(CONVERT(varchar(8), ReportedDate, 112) AS datetime)");
-    if (!f.between)
-        return QStringLiteral(" and ") + day + QStringLiteral(" = '") + s + u'\'';
-    return QStringLiteral(" and (") + day + QStringLiteral(" >= '") + s + QStringLiteral("' and ") + day +
-           QStringLiteral(" <= '") + e + QStringLiteral("')");
+    if (!f.between) {
+        sql.Words(QStringLiteral(" and ") + day + QStringLiteral(" = '")).Date(f.start).Words(u"'");
+        return;
+    }
+    sql.Words(QStringLiteral(" and (") + day + QStringLiteral(" >= '"))
+        .Date(f.start)
+        .Words(QStringLiteral("' and ") + day + QStringLiteral(" <= '"))
+        .Date(f.end)
+        .Words(u"')");
 }
 
 Failure NoObject(const QString& label) {
@@ -38,31 +45,31 @@ Failure NoObject(const QString& label) {
 
 }  // namespace
 
-QString GetSQL(const ReviewFilter& f, qint32 dbChoice) {
-    QString sql = QStringLiteral("Select * from TABLENAME where ");
+SqlText GetSQL(const ReviewFilter& f, qint32 dbChoice) {
+    SqlText sql(u"Select * from TABLENAME where ");
     switch (f.filterIndex) {
         case 1:
-            sql += QStringLiteral("ProjectValue = '") + f.value + QStringLiteral("' and ");
+            sql.Words(u"ProjectValue = ").Text(f.value).Words(u" and ");
             break;
         case 2:
-            sql +=
-                QStringLiteral("ProjectValue in (Select ProjectName from tProjects where ProjectManager='") +
-                f.value + QStringLiteral("') and ");
+            sql.Words(u"ProjectValue in (Select ProjectName from tProjects where ProjectManager=")
+                .Text(f.value)
+                .Words(u") and ");
             break;
         case 3:
-            sql += QStringLiteral("ReportedBy = '") + f.value + QStringLiteral("' and ");
+            sql.Words(u"ReportedBy = ").Text(f.value).Words(u" and ");
             break;
         default:
             break;
     }
-    sql += QStringLiteral("Approved = 0");
+    sql.Words(u"Approved = 0");
     if (f.queryByDate)
-        sql += DateClause(f, dbChoice);
+        AddDateClause(sql, f, dbChoice);
     return sql;
 }
 
-QString ReviewQueryFor(const ReviewFilter& filter, qint32 dbChoice, const QString& table) {
-    return GetSQL(filter, dbChoice).replace(kTableToken, table);
+SqlText ReviewQueryFor(const ReviewFilter& filter, qint32 dbChoice, const QString& table) {
+    return GetSQL(filter, dbChoice).Replace(kTableToken, table);
 }
 
 bool WantsTasks(int typesIndex) {
@@ -190,17 +197,19 @@ QString DeclineQuestion(const QString& sID, const QString& subject) {
            QStringLiteral("NOTE: If yes, this timesheet will be deleted from the database");
 }
 
-QString ApproveStatement(const QString& table, const QString& sID, const ApproveCells& cells,
+SqlText ApproveStatement(const QString& table, const QString& sID, const ApproveCells& cells,
                          const ReviewOptions& options) {
-    QString projectPart;
-    QString costPart;
+    SqlText sql(QStringLiteral("UPDATE ") + table + QStringLiteral(" SET Approved = "));
+    sql.Integer(1);
     if (options.bEditProjectActivity)
-        projectPart = QStringLiteral(", ProjectValue = '") + cells.project +
-                      QStringLiteral("', ActivityValue = '") + cells.activity + u'\'';
+        sql.Words(u", ProjectValue = ").Text(cells.project).Words(u", ActivityValue = ").Text(cells.activity);
     if (options.bEditCost)
-        costPart = QStringLiteral(", TotalCost = ") + cells.cost;
-    return QStringLiteral("UPDATE ") + table + QStringLiteral(" SET Approved = ") + QString::number(1) +
-           projectPart + costPart + QStringLiteral(" WHERE ID = ") + sID;
+        sql.Words(u", TotalCost = ").Number(cells.cost);
+    return sql.Words(u" WHERE ID = ").Integer(sID);
+}
+
+SqlText ReviewRowQuery(const QString& table, const QString& sID) {
+    return SqlText(QStringLiteral("Select * from ") + table + QStringLiteral(" where ID = ")).Integer(sID);
 }
 
 void ApproveDBItem(const QString& sID, const QString& sType, const ApproveCells& cells,
@@ -208,13 +217,13 @@ void ApproveDBItem(const QString& sID, const QString& sType, const ApproveCells&
     bOK = false;
     const QString label = QStringLiteral("AuditManager.ApproveDBItem");
     const QString table = ReviewTableFor(sType);
-    const QString sql = ApproveStatement(table, sID, cells, options);
+    const SqlText sql = ApproveStatement(table, sID, cells, options);
     std::unique_ptr<Command> cmd = GetCommand();
     if (!cmd) {
         MsgBox(QStringLiteral("Connection can't be established!"));
         return;
     }
-    cmd->CommandText = sql;
+    cmd->SetStatement(sql);
     if (cmd->Execute() < 0) {
         Failure f = cmd->LastError();
         f.label = label;
@@ -223,8 +232,7 @@ void ApproveDBItem(const QString& sID, const QString& sType, const ApproveCells&
     }
     cmd.reset();
     bOK = true;
-    std::unique_ptr<Recordset> rs =
-        GetDBRecordset(QStringLiteral("Select * from ") + table + QStringLiteral(" where ID = ") + sID);
+    std::unique_ptr<Recordset> rs = GetDBRecordset(ReviewRowQuery(table, sID));
     if (rs && rs->RecordCount() > 0)
         // The sender is handed the open recordset, which answers to no member name, so it ends at
         // the empty reporter and no mail goes out; the client's approval notice is the same.
@@ -234,10 +242,18 @@ void ApproveDBItem(const QString& sID, const QString& sType, const ApproveCells&
 void DeleteDBItem(const QString& sID, const QString& sType, bool& bOK) {
     bOK = false;
     const QString table = ReviewTableFor(sType);
+    const SqlText remove =
+        SqlText(QStringLiteral("DELETE FROM ") + table + QStringLiteral(" WHERE ID = ")).Integer(sID);
+    if (!remove.ok()) {
+        // Told once, before the notice: nothing is read, sent or deleted for an ID that is no number.
+        Failure f = *remove.refusal();
+        f.label = QStringLiteral("AuditManager.DeleteDBItem");
+        subReportError(f);
+        return;
+    }
     {
         // The row must still be there for the notice, hence before the delete.
-        std::unique_ptr<Recordset> rs =
-            GetDBRecordset(QStringLiteral("Select * from ") + table + QStringLiteral(" where ID = ") + sID);
+        std::unique_ptr<Recordset> rs = GetDBRecordset(ReviewRowQuery(table, sID));
         if (rs && rs->RecordCount() > 0)
             SendEmailNotificationToMemberWhenDeclined(ReportedItemRef(*rs), sType);
     }
@@ -246,7 +262,7 @@ void DeleteDBItem(const QString& sID, const QString& sType, bool& bOK) {
         MsgBox(QStringLiteral("Connection can't be established!"));
         return;
     }
-    cmd->CommandText = QStringLiteral("DELETE FROM ") + table + QStringLiteral(" WHERE ID = ") + sID;
+    cmd->SetStatement(remove);
     if (cmd->Execute() < 0) {
         Failure f = cmd->LastError();
         f.label = QStringLiteral("AuditManager.DeleteDBItem");

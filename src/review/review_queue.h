@@ -8,6 +8,7 @@
 #include <functional>
 
 #include "core/money.h"
+#include "database/sql_compose.h"
 
 namespace tlm {
 
@@ -27,10 +28,10 @@ struct ReviewFilter {
 };
 
 // The query of unapproved rows with the token TABLENAME for the table: the file form when dbChoice
-// is 0, the server form otherwise. Values go in as they are, so a quote in one breaks the statement.
-QString GetSQL(const ReviewFilter& filter, qint32 dbChoice);
+// is 0, the server form otherwise. A value with a quote refuses the statement.
+SqlText GetSQL(const ReviewFilter& filter, qint32 dbChoice);
 // GetSQL with TABLENAME replaced.
-QString ReviewQueryFor(const ReviewFilter& filter, qint32 dbChoice, const QString& table);
+SqlText ReviewQueryFor(const ReviewFilter& filter, qint32 dbChoice, const QString& table);
 bool WantsTasks(int typesIndex);
 bool WantsAppointments(int typesIndex);
 
@@ -90,8 +91,12 @@ struct ApproveCells {
     QString cost;
 };
 // The UPDATE as composed from the row: project and activity, then cost, each only when its edit is on.
-QString ApproveStatement(const QString& table, const QString& sID, const ApproveCells& cells,
+// The ID must be a whole number, the cost a number, project and activity free of quotes: the cells
+// hold what members' clients wrote, so anything else refuses the statement.
+SqlText ApproveStatement(const QString& table, const QString& sID, const ApproveCells& cells,
                          const ReviewOptions& options);
+// "Select * from <table> where ID = <sID>", the row read again for its notice.
+SqlText ReviewRowQuery(const QString& table, const QString& sID);
 
 // Writes Approved = 1 (with the row's edits), then reads the row again for the approval notice.
 // bOK is true once the statement ran; a failure is reported under "AuditManager.ApproveDBItem".

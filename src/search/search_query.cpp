@@ -13,6 +13,26 @@ QString DayTerm(const QString& column) {
     return kDayTermServer.arg(column);
 }
 
+// The two range criteria: the server compares whole days, the file form stops at 23:59:00 for
+// reported dates and compares due dates as they stand.
+void AddRange(SqlText& sql, bool server, const QString& column, const QDate& start, const QDate& end) {
+    if (server) {
+        sql.Words(DayTerm(column) + QStringLiteral(" >= '"))
+            .Date(start)
+            .Words(QStringLiteral("' and ") + DayTerm(column) + QStringLiteral(" <= '"))
+            .Date(end)
+            .Words(u"'");
+    } else if (column == u"ReportedDate") {
+        sql.Words(u"ReportedDate between #")
+            .Date(start)
+            .Words(u" 00:00:00# and #")
+            .Date(end)
+            .Words(u" 23:59:00#");
+    } else {
+        sql.Words(u"DueDate >= #").Date(start).Words(u"# and DueDate <= #").Date(end).Words(u"#");
+    }
+}
+
 }  // namespace
 
 QStringList FixedSearchEntries(const QString& projectTitle, const QString& activityTitle) {
@@ -51,18 +71,15 @@ QString GetOperatorSymbol(const QString& costFunction) {
     return QString();
 }
 
-void subAddFilter(QString& sql, const QString& field, const QString& keyword, bool blnFirst) {
+void subAddFilter(SqlText& sql, const QString& field, const QString& keyword, bool blnFirst) {
     if (!blnFirst)
-        sql += QStringLiteral(" or ");
-    sql += u'(' + field + QStringLiteral(" Like '%") + keyword + QStringLiteral("%')");
+        sql.Words(u" or ");
+    sql.Words(u'(' + field + QStringLiteral(" Like ")).Text(u'%' + keyword + u'%').Words(u")");
 }
 
-std::optional<QString> ComposeSearchSQL(const SearchCriteria& c, qint32 dbChoice) {
+std::optional<SqlText> ComposeSearchSQL(const SearchCriteria& c, qint32 dbChoice) {
     const bool server = dbChoice != 0;
-    const QString S = ToTallyloomDateFormat(c.start);
-    const QString E = ToTallyloomDateFormat(c.end);
-    const QString O = ToTallyloomDateFormat(c.on);
-    QString sql = QStringLiteral("Select * from TABLENAME where ");
+    SqlText sql(u"Select * from TABLENAME where ");
     const QString& by = c.searchBy;
 
     if (by == u"Keyword") {
@@ -72,54 +89,56 @@ std::optional<QString> ComposeSearchSQL(const SearchCriteria& c, qint32 dbChoice
                                               "ActivityValue", "ReportedBy",  "Field1Value", "Field2Value",
                                               "Field3Value",   "Field4Value", "Field5Value", "Field6Value",
                                               "Field7Value",   "Field8Value"};
-        sql += QStringLiteral(" (");
+        sql.Words(u" (");
         bool first = true;
         for (const char* field : kFields) {
             subAddFilter(sql, QLatin1String(field), c.keyword, first);
             first = false;
         }
-        sql += u')';
+        sql.Words(u")");
     } else if (by == u"Reported By") {
-        sql += QStringLiteral("ReportedBy ='") + c.member + QStringLiteral("' ORDER BY ReportedBy DESC");
+        sql.Words(u"ReportedBy =").Text(c.member).Words(u" ORDER BY ReportedBy DESC");
     } else if (by == u"Project/Task") {
         // Compared with the literal, so only titles "Project" and "Task" reach this branch; any other
         // titles leave the dangling "where " for the database to refuse. Kept as the client has it.
         if (!c.project.isEmpty()) {
+            sql.Words(u"ProjectValue = ").Text(c.project);
             if (!c.activity.isEmpty())
-                sql += QStringLiteral("ProjectValue = '") + c.project + QStringLiteral("' and ") +
-                       QStringLiteral("ActivityValue = '") + c.activity + u'\'';
-            else
-                sql += QStringLiteral("ProjectValue = '") + c.project + u'\'';
-            sql += QStringLiteral(" ORDER BY ProjectValue DESC");
+                sql.Words(u" and ActivityValue = ").Text(c.activity);
+            sql.Words(u" ORDER BY ProjectValue DESC");
         }
     } else if (by == u"By Cost") {
-        sql += QStringLiteral("TotalCost ") + GetOperatorSymbol(c.costFunction) + u' ' + c.costValue +
-               QStringLiteral(" ORDER BY TotalCost DESC");
+        sql.Words(QStringLiteral("TotalCost ") + GetOperatorSymbol(c.costFunction) + u' ')
+            .Number(c.costValue)
+            .Words(u" ORDER BY TotalCost DESC");
     } else if (by == u"Reported On") {
-        sql += server ? DayTerm(QStringLiteral("ReportedDate")) + QStringLiteral(" = '") + O + u'\''
-                      : QStringLiteral("ReportedDate between #") + O + QStringLiteral(" 00:00:00# and  #") +
-                            O + QStringLiteral(" 23:59:00#");
+        if (server)
+            sql.Words(DayTerm(QStringLiteral("ReportedDate")) + QStringLiteral(" = '"))
+                .Date(c.on)
+                .Words(u"'");
+        else
+            sql.Words(u"ReportedDate between #")
+                .Date(c.on)
+                .Words(u" 00:00:00# and  #")
+                .Date(c.on)
+                .Words(u" 23:59:00#");
     } else if (by == u"Reported Between") {
-        sql += server ? DayTerm(QStringLiteral("ReportedDate")) + QStringLiteral(" >= '") + S +
-                            QStringLiteral("' and ") + DayTerm(QStringLiteral("ReportedDate")) +
-                            QStringLiteral(" <= '") + E + u'\''
-                      : QStringLiteral("ReportedDate between #") + S + QStringLiteral(" 00:00:00# and #") +
-                            E + QStringLiteral(" 23:59:00#");
+        AddRange(sql, server, QStringLiteral("ReportedDate"), c.start, c.end);
     } else if (by == u"Due On") {
-        sql += server ? DayTerm(QStringLiteral("DueDate")) + QStringLiteral(" = '") + O + u'\''
-                      : QStringLiteral("DueDate = #") + O + u'#';
+        if (server)
+            sql.Words(DayTerm(QStringLiteral("DueDate")) + QStringLiteral(" = '")).Date(c.on).Words(u"'");
+        else
+            sql.Words(u"DueDate = #").Date(c.on).Words(u"#");
     } else if (by == u"Due Between") {
-        sql += server ? DayTerm(QStringLiteral("DueDate")) + QStringLiteral(" >= '") + S +
-                            QStringLiteral("' and ") + DayTerm(QStringLiteral("DueDate")) +
-                            QStringLiteral(" <= '") + E + u'\''
-                      : QStringLiteral("DueDate >= #") + S + QStringLiteral("# and DueDate <= #") + E + u'#';
+        AddRange(sql, server, QStringLiteral("DueDate"), c.start, c.end);
     } else {
         // Custom titles after every fixed entry, field 1 first: of two equal titles the lower wins.
         for (int n = 1; n <= 4; ++n) {
             if (by == c.customTitles[size_t(n - 1)]) {
                 const QString field = QStringLiteral("Field%1Value").arg(n);
-                sql += field + QStringLiteral(" ='") + c.customValues[size_t(n - 1)] +
-                       QStringLiteral("' ORDER BY ") + field + QStringLiteral(" DESC");
+                sql.Words(field + QStringLiteral(" ="))
+                    .Text(c.customValues[size_t(n - 1)])
+                    .Words(QStringLiteral(" ORDER BY ") + field + QStringLiteral(" DESC"));
                 break;
             }
         }
@@ -135,12 +154,12 @@ bool SearchesAppointments(int itemsTypeIndex) {
     return itemsTypeIndex != 0;
 }
 
-QString SearchSQLForTable(const QString& sql, bool appointments) {
-    QString out = sql;
+SqlText SearchSQLForTable(const SqlText& sql, bool appointments) {
+    SqlText out = sql;
     if (!appointments)
-        return out.replace(QStringLiteral("TABLENAME"), QStringLiteral("tReportedTasks"));
-    out.replace(QStringLiteral("TABLENAME"), QStringLiteral("tReportedAppointments"));
-    return out.replace(QStringLiteral("DueDate"), QStringLiteral("EndDate"));
+        return out.Replace(u"TABLENAME", u"tReportedTasks");
+    out.Replace(u"TABLENAME", u"tReportedAppointments");
+    return out.Replace(u"DueDate", u"EndDate");
 }
 
 }  // namespace tlm

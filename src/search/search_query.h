@@ -6,6 +6,8 @@
 #include <array>
 #include <optional>
 
+#include "database/sql_compose.h"
+
 namespace tlm {
 
 class cGeneralSettings;
@@ -40,16 +42,17 @@ QString CustomFieldTitle(const cGeneralSettings& settings, int n);
 // "=", ">=", "<=" for the three cost functions, empty text for anything else.
 QString GetOperatorSymbol(const QString& costFunction);
 // Appends one keyword term: " or " unless first, then "(field Like '%keyword%')".
-void subAddFilter(QString& sql, const QString& field, const QString& keyword, bool blnFirst);
+void subAddFilter(SqlText& sql, const QString& field, const QString& keyword, bool blnFirst);
 
 // The query with the token TABLENAME still in it; the file form when dbChoice is 0, else the server
-// form. Nothing when the keyword search stops (keyword empty or "*"): no query runs then.
-std::optional<QString> ComposeSearchSQL(const SearchCriteria& criteria, qint32 dbChoice);
+// form. Nothing when the keyword search stops (keyword empty or "*"): no query runs then. A quote in
+// a text, or a cost that is no number, refuses the statement.
+std::optional<SqlText> ComposeSearchSQL(const SearchCriteria& criteria, qint32 dbChoice);
 
 bool SearchesTasks(int itemsTypeIndex);
 bool SearchesAppointments(int itemsTypeIndex);
 // The query for one table: TABLENAME replaced, and for appointments every "DueDate" made "EndDate"
 // (the whole text, values included).
-QString SearchSQLForTable(const QString& sql, bool appointments);
+SqlText SearchSQLForTable(const SqlText& sql, bool appointments);
 
 }  // namespace tlm

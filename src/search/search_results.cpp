@@ -70,15 +70,15 @@ bool RunSearch(const std::shared_ptr<Connection>& connection, const SearchCriter
                SearchResults& results, bool* ran) {
     if (ran)
         *ran = false;
-    const std::optional<QString> sql = ComposeSearchSQL(criteria, dbChoice);
+    const std::optional<SqlText> sql = ComposeSearchSQL(criteria, dbChoice);
     if (!sql)
         return true;
     if (ran)
         *ran = true;
     results.Clear();
     const auto load = [&](bool appointments) {
-        const QString text = SearchSQLForTable(*sql, appointments);
-        subTraceAction(QStringLiteral("Attempting to open a recordset from ") + text);
+        const SqlText text = SearchSQLForTable(*sql, appointments);
+        subTraceAction(QStringLiteral("Attempting to open a recordset from ") + text.sql());
         Recordset rs(connection, LockMode::ReadOnly);
         Failure failure;
         if (!connection || !rs.Open(text, &failure)) {
@@ -105,8 +105,8 @@ bool deleteReport(const std::shared_ptr<Connection>& connection, const QString& 
     Failure failure;
     if (connection) {
         Command command(connection);
-        command.CommandText =
-            QStringLiteral("delete from ") + table + QStringLiteral(" where ID = ") + QString::number(id);
+        command.SetStatement(SqlText(QStringLiteral("delete from ") + table + QStringLiteral(" where ID = "))
+                                 .Integer(qint64(id)));
         if (command.Execute() >= 0)
             return true;
         failure = command.LastError();

@@ -134,12 +134,11 @@ QString ValidateServerFields(const DatabaseFields& f) {
                 "A PostgreSQL server has no instance name: enter the host, or the host, a comma and the "
                 "port.");
     }
-    // Only what would split the connection string or the stored DatabaseInfo is refused here; any other
-    // name goes into the creation script as it stands, and the server answers for it.
+    // The name goes into the creation script as a name, so it holds name characters only.
     const QString database = f.database.trimmed();
-    if (database.contains(u';') || database.contains(u'|'))
+    if (!database.isEmpty() && !sqlcompose::IsIdentifier(database))
         return QStringLiteral("The database name '") + database +
-               QStringLiteral("' cannot be used: it may not hold the characters ; or |.");
+               QStringLiteral("' cannot be used: it may hold only letters, digits and the underscore.");
     if (!f.integratedSecurity) {
         if (f.userName.contains(u';') || f.userName.contains(u'|') || f.userName.trimmed() != f.userName)
             return QStringLiteral(

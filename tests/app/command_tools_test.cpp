@@ -234,6 +234,44 @@ TEST_P(CommandTools, ReviewListsAndApprovesAsTheWindow) {
     EXPECT_EQ(Tool({"review", "--approve", taskId}).code, kExitUsage);
 }
 
+// A member's client wrote the project of a reported task; with both review edits on, approving it from
+// the command line is refused with the engine's message, and no row of the table changes.
+TEST_P(CommandTools, ApprovingARowAMemberWroteTouchesNoOtherRow) {
+    for (const char* key : {"tpoAuditEnableProjectActivityEdit", "tpoAuditEnableCostEdit"}) {
+        const QVariantList name{QString::fromLatin1(key)};
+        if (Exec(QStringLiteral("UPDATE tGeneralSettings SET KeyVal = '1' WHERE KeyID = ?"), name) < 1) {
+            ASSERT_EQ(Exec(QStringLiteral(
+                               "INSERT INTO tGeneralSettings (KeyID, KeyVal, KeyLocal) VALUES (?, '1', 0)"),
+                           name),
+                      1);
+        }
+    }
+    ASSERT_EQ(
+        Exec(
+            QStringLiteral("INSERT INTO tReportedTasks (Subject, ProjectValue, ActivityValue, ReportedBy, "
+                           "ReportedDate, Approved, TotalCost) VALUES (?, ?, ?, ?, ?, 0, 5)"),
+            {QStringLiteral("Planted"), QStringLiteral("P', ActivityValue = 'Hacked' --"),
+             QStringLiteral("Design"), QStringLiteral("mallory"), QDateTime(QDate(2026, 2, 1), QTime(9, 0))}),
+        1);
+    const QString id =
+        Open(QStringLiteral("SELECT MAX(ID) FROM tReportedTasks"))->Fields(0).Value().toString();
+    const auto table = [this] {
+        QString out;
+        auto rs = Open(QStringLiteral(
+            "SELECT ID, Approved, ProjectValue, ActivityValue FROM tReportedTasks ORDER BY ID"));
+        for (; rs && !rs->Eof(); rs->MoveNext())
+            for (int i = 0; i < 4; ++i)
+                out += rs->Fields(i).Value().toString() + (i == 3 ? u'\n' : u'|');
+        return out;
+    };
+    const QString before = table();
+    const ToolRun run = Tool({"review", "--approve", id, "--type", "task"});
+    EXPECT_EQ(run.code, kExitStatementFailed) << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains(IsSqlite() ? "unrecognized token" : "unterminated quoted string"))
+        << run.err.toStdString();
+    EXPECT_EQ(table(), before);
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, CommandTools, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
                          test::EngineName);
 

@@ -64,8 +64,8 @@ class ReportOutput : public test::EngineTest {
         ReportQueryInput in = Input(period);
         in.filterIndex = filter;
         in.listText = list;
-        QString sql = GetReportSQL(in);
-        sql.replace(QStringLiteral("TABLENAME"), QStringLiteral("tReportedAppointments"));
+        SqlText sql = GetReportSQL(in);
+        sql.Replace(u"TABLENAME", u"tReportedAppointments");
         return MakeReportDefinition(sql, true, selected, fields, filter);
     }
     const QStringList kFields{QStringLiteral("Subject"), QStringLiteral("Reported By"),
@@ -235,7 +235,7 @@ TEST_P(ReportOutput, CancelAndFailureLeaveNoFile) {
     EXPECT_EQ(ReadAll(kept), QByteArray("before\r\n"));
     // A query that fails writes nothing either.
     ReportDefinition bad = def;
-    bad.sql = QStringLiteral("Select * from tNoSuchTable");
+    bad.sql = SqlText(u"Select * from tNoSuchTable");
     EXPECT_FALSE(ExportReport(CurrentConnection(), bad, ExportFormat::Text,
                               folder + QStringLiteral("/bad.txt"), false, DateText)
                      .ok);

@@ -56,21 +56,21 @@ TEST(ReportQuery, PeriodsOnBothFormsAtEdgeDates) {
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.period) + " at " + c.today.toString(Qt::ISODate).toStdString());
         const QString s = QString::fromLatin1(c.start), e = QString::fromLatin1(c.end);
-        EXPECT_EQ(GetReportSQL(At(c.today, QString::fromLatin1(c.period), 0)), AccessRange(s, e));
-        EXPECT_EQ(GetReportSQL(At(c.today, QString::fromLatin1(c.period), 1)), ServerRange(s, e));
-        EXPECT_EQ(GetReportSQL(At(c.today, QString::fromLatin1(c.period), 3)), ServerRange(s, e));
+        EXPECT_EQ(GetReportSQL(At(c.today, QString::fromLatin1(c.period), 0)).sql(), AccessRange(s, e));
+        EXPECT_EQ(GetReportSQL(At(c.today, QString::fromLatin1(c.period), 1)).sql(), ServerRange(s, e));
+        EXPECT_EQ(GetReportSQL(At(c.today, QString::fromLatin1(c.period), 3)).sql(), ServerRange(s, e));
     }
 }
 
 TEST(ReportQuery, SingleDaysAndUnknownPeriod) {
     const QDate newYear(2027, 1, 1);
-    EXPECT_EQ(GetReportSQL(At(newYear, QStringLiteral("Today"))),
+    EXPECT_EQ(GetReportSQL(At(newYear, QStringLiteral("Today"))).sql(),
               kHead + QStringLiteral("ReportedDate between #2027-1-1 00:00:00# and #2027-1-1 23:59:00#"));
-    EXPECT_EQ(GetReportSQL(At(newYear, QStringLiteral("Yesterday"))),
+    EXPECT_EQ(GetReportSQL(At(newYear, QStringLiteral("Yesterday"))).sql(),
               kHead + QStringLiteral("ReportedDate between #2026-12-31 00:00:00# and #2026-12-31 23:59:00#"));
-    EXPECT_EQ(GetReportSQL(At(newYear, QStringLiteral("Today"), 1)),
+    EXPECT_EQ(GetReportSQL(At(newYear, QStringLiteral("Today"), 1)).sql(),
               kHead + kTerm + QStringLiteral(" = '2027-1-1'"));
-    EXPECT_EQ(GetReportSQL(At(QDate(2028, 3, 1), QStringLiteral("Yesterday"), 1)),
+    EXPECT_EQ(GetReportSQL(At(QDate(2028, 3, 1), QStringLiteral("Yesterday"), 1)).sql(),
               kHead + kTerm + QStringLiteral(" = '2028-2-29'"));
     EXPECT_FALSE(PeriodDates(At(newYear, QStringLiteral("Date Range"))).known);
 }
@@ -79,7 +79,7 @@ TEST(ReportQuery, UserAndFilterTerms) {
     ReportQueryInput in = At(QDate(2026, 3, 4), QStringLiteral("Today"));
     in.filterIndex = 1;
     in.listText = QStringLiteral("Apollo");
-    EXPECT_EQ(GetReportSQL(in),
+    EXPECT_EQ(GetReportSQL(in).sql(),
               kHead + QStringLiteral("ReportedDate between #2026-3-4 00:00:00# and #2026-3-4 23:59:00# "
                                      "and ProjectValue = 'Apollo' ORDER BY ProjectValue DESC"));
     in.filterIndex = 2;
@@ -87,12 +87,12 @@ TEST(ReportQuery, UserAndFilterTerms) {
     in.dbChoice = 1;
     in.fullView = false;
     in.userName = QStringLiteral("boss");
-    EXPECT_EQ(GetReportSQL(in),
+    EXPECT_EQ(GetReportSQL(in).sql(),
               kHead + QStringLiteral("ReportedBy = 'boss' and ") + kTerm +
                   QStringLiteral(" = '2026-3-4' and ReportedBy = 'ann' ORDER BY ReportedBy DESC"));
     // A filter with nothing chosen adds neither a test nor an order.
     in.listText.clear();
-    EXPECT_EQ(GetReportSQL(in),
+    EXPECT_EQ(GetReportSQL(in).sql(),
               kHead + QStringLiteral("ReportedBy = 'boss' and ") + kTerm + QStringLiteral(" = '2026-3-4'"));
 }
 

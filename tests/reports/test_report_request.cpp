@@ -54,9 +54,10 @@ TEST(ReportChoicesShared, PreparedReportCarriesTableFilterAndColumns) {
     ReportContext x;
     x.now = QDateTime(QDate(2026, 4, 2), QTime(8, 0));
     const PreparedReport r = PrepareReport(f, c, x);
-    EXPECT_EQ(r.def.sql, QStringLiteral("Select * from tReportedAppointments where ReportedDate between "
-                                        "#2026-3-1 00:00:00# and #2026-3-31 23:59:00# and ProjectValue = "
-                                        "'Apollo' ORDER BY ProjectValue DESC"));
+    EXPECT_EQ(r.def.sql.sql(),
+              QStringLiteral("Select * from tReportedAppointments where ReportedDate between "
+                             "#2026-3-1 00:00:00# and #2026-3-31 23:59:00# and ProjectValue = "
+                             "'Apollo' ORDER BY ProjectValue DESC"));
     EXPECT_EQ(r.tag, QStringLiteral("Apollo: "));
     ASSERT_EQ(r.def.exports.size(), 3u);
     EXPECT_EQ(r.def.exports[1].column, QStringLiteral("EndDate"));  // Due Date of an appointment
@@ -65,7 +66,7 @@ TEST(ReportChoicesShared, PreparedReportCarriesTableFilterAndColumns) {
     // A filter kind chosen without a name adds no filter and no tag.
     c.listText.clear();
     const PreparedReport none = PrepareReport(f, c, x);
-    EXPECT_FALSE(none.def.sql.contains(QStringLiteral("ORDER BY")));
+    EXPECT_FALSE(none.def.sql.sql().contains(QStringLiteral("ORDER BY")));
     EXPECT_TRUE(none.tag.isEmpty());
     const QString page =
         ComposeReportPage(r, QStringLiteral("ann"), QStringLiteral("now"), true, QStringLiteral("S"));

@@ -18,33 +18,33 @@ TEST(ReviewQuery, FilterKindsItemTypesAndDateModesInBothForms) {
     f.start = QDate(2026, 3, 7);
     f.end = QDate(2026, 11, 23);
     // With the date filter off the dates change nothing, and "All" adds no clause.
-    EXPECT_EQ(GetSQL(f, 1), QStringLiteral("Select * from TABLENAME where Approved = 0"));
+    EXPECT_EQ(GetSQL(f, 1).sql(), QStringLiteral("Select * from TABLENAME where Approved = 0"));
     f.filterIndex = 1;
     f.value = QStringLiteral("Apollo");
-    EXPECT_EQ(GetSQL(f, 0),
+    EXPECT_EQ(GetSQL(f, 0).sql(),
               QStringLiteral("Select * from TABLENAME where ProjectValue = 'Apollo' and Approved = 0"));
     f.filterIndex = 2;
     f.value = QStringLiteral("kim lee");
     EXPECT_EQ(
-        GetSQL(f, 1),
+        GetSQL(f, 1).sql(),
         QStringLiteral("Select * from TABLENAME where ProjectValue in (Select ProjectName from tProjects "
                        "where ProjectManager='kim lee') and Approved = 0"));
     f.filterIndex = 3;
     f.value = QStringLiteral("ann");
     const QString ann = QStringLiteral("Select * from TABLENAME where ReportedBy = 'ann' and Approved = 0");
-    EXPECT_EQ(GetSQL(f, 0), ann);
+    EXPECT_EQ(GetSQL(f, 0).sql(), ann);
 
     f.queryByDate = true;
     f.between = false;
-    EXPECT_EQ(GetSQL(f, 0), ann + QStringLiteral(" and (ReportedDate between #2026-3-7 00:00:00# and  "
-                                                 "#2026-3-7 23:59:00#)"));
+    EXPECT_EQ(GetSQL(f, 0).sql(), ann + QStringLiteral(" and (ReportedDate between #2026-3-7 00:00:00# and  "
+                                                       "#2026-3-7 23:59:00#)"));
     EXPECT_EQ(
-        GetSQL(f, 1),
+        GetSQL(f, 1).sql(),
         ann + QStringLiteral(" and cast(CONVERT(varchar(8), ReportedDate, 112) AS datetime) = '2026-3-7'"));
     f.between = true;
-    EXPECT_EQ(GetSQL(f, 0), ann + QStringLiteral(" and (ReportedDate between #2026-3-7 00:00:00# and  "
-                                                 "#2026-11-23 23:59:00#)"));
-    EXPECT_EQ(GetSQL(f, 3),
+    EXPECT_EQ(GetSQL(f, 0).sql(), ann + QStringLiteral(" and (ReportedDate between #2026-3-7 00:00:00# and  "
+                                                       "#2026-11-23 23:59:00#)"));
+    EXPECT_EQ(GetSQL(f, 3).sql(),
               ann + QStringLiteral(" and (cast(CONVERT(varchar(8), ReportedDate, 112) AS datetime) >= "
                                    "'2026-3-7' and cast(CONVERT(varchar(8), ReportedDate, 112) AS datetime) "
                                    "<= '2026-11-23')"));
@@ -52,14 +52,17 @@ TEST(ReviewQuery, FilterKindsItemTypesAndDateModesInBothForms) {
 
 TEST(ReviewActions, StatementsQuestionsAndTables) {
     const ApproveCells cells{QStringLiteral("Apollo"), QStringLiteral("Design"), QStringLiteral("12.5")};
-    EXPECT_EQ(ApproveStatement(QStringLiteral("tReportedTasks"), QStringLiteral("7"), cells, {false, false}),
-              QStringLiteral("UPDATE tReportedTasks SET Approved = 1 WHERE ID = 7"));
     EXPECT_EQ(
-        ApproveStatement(QStringLiteral("tReportedAppointments"), QStringLiteral("7"), cells, {true, true}),
+        ApproveStatement(QStringLiteral("tReportedTasks"), QStringLiteral("7"), cells, {false, false}).sql(),
+        QStringLiteral("UPDATE tReportedTasks SET Approved = 1 WHERE ID = 7"));
+    EXPECT_EQ(
+        ApproveStatement(QStringLiteral("tReportedAppointments"), QStringLiteral("7"), cells, {true, true})
+            .sql(),
         QStringLiteral("UPDATE tReportedAppointments SET Approved = 1, ProjectValue = 'Apollo', "
                        "ActivityValue = 'Design', TotalCost = 12.5 WHERE ID = 7"));
-    EXPECT_EQ(ApproveStatement(QStringLiteral("tReportedTasks"), QStringLiteral("9"), cells, {false, true}),
-              QStringLiteral("UPDATE tReportedTasks SET Approved = 1, TotalCost = 12.5 WHERE ID = 9"));
+    EXPECT_EQ(
+        ApproveStatement(QStringLiteral("tReportedTasks"), QStringLiteral("9"), cells, {false, true}).sql(),
+        QStringLiteral("UPDATE tReportedTasks SET Approved = 1, TotalCost = 12.5 WHERE ID = 9"));
     EXPECT_EQ(ApproveQuestion(QStringLiteral("41"), QStringLiteral("  Draft review  ")),
               QStringLiteral("Continue approval for timesheet #41 'Draft review'?"));
     EXPECT_EQ(

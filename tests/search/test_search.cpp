@@ -26,7 +26,8 @@ SearchCriteria Base(const QString& by) {
 }
 
 QString Compose(const SearchCriteria& c, qint32 dbChoice) {
-    return ComposeSearchSQL(c, dbChoice).value_or(QStringLiteral("<no query>"));
+    const std::optional<SqlText> sql = ComposeSearchSQL(c, dbChoice);
+    return sql ? sql->sql() : QStringLiteral("<no query>");
 }
 
 TEST(SearchQuery, DateCriteriaTakeTheFormOfTheDatabaseKind) {
@@ -56,15 +57,17 @@ TEST(SearchQuery, DateCriteriaTakeTheFormOfTheDatabaseKind) {
     }
     // Appointments have no DueDate: every DueDate of the text becomes EndDate, a value's too.
     EXPECT_EQ(
-        SearchSQLForTable(Compose(Base(QStringLiteral("Due Between")), 0), true),
+        SearchSQLForTable(*ComposeSearchSQL(Base(QStringLiteral("Due Between")), 0), true).sql(),
         QStringLiteral(
             "Select * from tReportedAppointments where EndDate >= #2026-3-1# and EndDate <= #2026-11-9#"));
     SearchCriteria kw = Base(QStringLiteral("Keyword"));
     kw.keyword = QStringLiteral("DueDate");
-    EXPECT_TRUE(SearchSQLForTable(Compose(kw, 0), true).contains(QStringLiteral("(Body Like '%EndDate%')")));
+    EXPECT_TRUE(SearchSQLForTable(*ComposeSearchSQL(kw, 0), true)
+                    .sql()
+                    .contains(QStringLiteral("(Body Like '%EndDate%')")));
 }
 
-TEST(SearchQuery, ValueCriteriaAreTheSameInBothFormsAndUnescaped) {
+TEST(SearchQuery, ValueCriteriaAreTheSameInBothForms) {
     struct Case {
         const char* by;
         const char* costFunction;  // for "By Cost"
@@ -72,7 +75,7 @@ TEST(SearchQuery, ValueCriteriaAreTheSameInBothFormsAndUnescaped) {
     };
     // Custom 1 and 3 share the title "Region": the first wins. "About" is no known comparison.
     const Case cases[] = {
-        {"Reported By", "", "ReportedBy ='O'Brien' ORDER BY ReportedBy DESC"},
+        {"Reported By", "", "ReportedBy ='Ann Lee' ORDER BY ReportedBy DESC"},
         {"By Cost", "Greater or Equal to", "TotalCost >= 100.5 ORDER BY TotalCost DESC"},
         {"By Cost", "Less or Equal to", "TotalCost <= 100.5 ORDER BY TotalCost DESC"},
         {"By Cost", "Equal To", "TotalCost = 100.5 ORDER BY TotalCost DESC"},
@@ -82,12 +85,20 @@ TEST(SearchQuery, ValueCriteriaAreTheSameInBothFormsAndUnescaped) {
     };
     for (const Case& k : cases) {
         SearchCriteria c = Base(QString::fromLatin1(k.by));
-        c.member = QStringLiteral("O'Brien");
+        c.member = QStringLiteral("Ann Lee");
         c.costFunction = QString::fromLatin1(k.costFunction);
         c.costValue = QStringLiteral("100.5");
         for (qint32 kind : {0, 1})
             EXPECT_EQ(Compose(c, kind), kStart + QString::fromLatin1(k.where)) << k.by << ' ' << kind;
     }
+    // A quote in a name, or a cost that is no number, leaves no text to run.
+    SearchCriteria c = Base(QStringLiteral("Reported By"));
+    c.member = QStringLiteral("O'Brien");
+    EXPECT_FALSE(ComposeSearchSQL(c, 0)->ok());
+    c = Base(QStringLiteral("By Cost"));
+    c.costFunction = QStringLiteral("Equal To");
+    c.costValue = QStringLiteral("-1 UNION SELECT * FROM tMembers");
+    EXPECT_FALSE(ComposeSearchSQL(c, 1)->ok());
 }
 
 TEST(SearchQuery, KeywordSearchesFourteenColumnsOrStopsBeforeAnyQuery) {

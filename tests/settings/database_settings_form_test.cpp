@@ -159,6 +159,9 @@ TEST_F(DatabasePanelTest, BadServerFieldsAreRefusedBeforeAnyConnection) {
         {1, "host\\inst", "", "pw", "no instance name"},
         {1, "localhost", "a;Initial Catalog=b", "pw",
          "The database name 'a;Initial Catalog=b' cannot be used"},
+        {1, "localhost", "X] DROP DATABASE [Prod", "pw",
+         "it may hold only letters, digits and the underscore"},
+        {1, "localhost", "tlm\"forms", "pw", "it may hold only letters, digits and the underscore"},
         {1, "localhost", "", "se;cret|x", "The password may not"},
         {1, "  ", "", "pw", "Server name is mandatory!"},
     };
@@ -315,10 +318,9 @@ TEST_F(PostgresPanelTest, SetupSaveOfAMissingDatabaseCreatesItAndReloadsTheStore
 
 // A name the creation script cannot take as it stands fails at the server, through the report, and
 // leaves the local settings as they were (the setup-mode save: the test below).
-TEST_F(PostgresPanelTest, DatabaseNameNeedingQuotesFailsTheFirstRunAndSavesNothing) {
-    // The script quotes the name; a quote inside it ends the quoted name early.
-    const QString name = QStringLiteral("tlm\"forms_") + NewPostgresDatabaseName().mid(8);
-    pgDatabases.append(name);
+TEST_F(PostgresPanelTest, ADatabaseTheServerCannotCreateFailsTheFirstRunAndSavesNothing) {
+    // The server's template database takes no connections, so it looks missing, and creating it fails.
+    const QString name = QStringLiteral("template0");
 
     // First run: the flow reports, clears the attempt and asks again; closing then ends the process.
     int shown = 0;
@@ -347,8 +349,8 @@ TEST_F(PostgresPanelTest, FailedSwitchOnAConfiguredMachineKeepsTheOldConfigurati
     settings.DBConnectionString = dir;
     settings.SaveSettings();
     ASSERT_TRUE(SettingsWritten());
-    const QString bad = QStringLiteral("tlm\"switch_") + NewPostgresDatabaseName().mid(8);
-    pgDatabases.append(bad);
+    // Looks missing (it takes no connections) and cannot be created.
+    const QString bad = QStringLiteral("template0");
 
     prompter.queue(PromptAnswer::Yes);  // "... does not exist! Do you want to continue ...?"
     {
