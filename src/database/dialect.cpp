@@ -2,7 +2,9 @@
 
 #include <QDate>
 #include <QRegularExpression>
+#include <QSet>
 #include <QTime>
+#include <algorithm>
 #include <vector>
 
 namespace tlm {
@@ -16,13 +18,10 @@ struct Token {
     QString text;
 };
 
-bool IsIdentChar(QChar c) {
-    return c.isLetterOrNumber() || c == u'_' || c == u'$';
-}
-
-// Splits a statement by the engine's lexical rules, so that rewriting and the one-statement test
-// only ever look at code. An unterminated quote or comment runs to the end, as the engine reads it.
-std::vector<Token> Tokenize(const QString& s, Engine engine, bool accessDates) {
+// Splits a statement of the file form (and the server form before its PostgreSQL rewriting) by
+// SQLite's reading, so that rewriting only ever looks at code. An unterminated quote or comment runs
+// to the end, as SQLite reads it. The one-statement check reads by each engine's own lexer instead.
+std::vector<Token> Tokenize(const QString& s, bool accessDates) {
     std::vector<Token> out;
     QString code;
     auto flush = [&] {
@@ -31,20 +30,14 @@ std::vector<Token> Tokenize(const QString& s, Engine engine, bool accessDates) {
     };
     const qsizetype n = s.size();
     qsizetype i = 0;
-    static const QRegularExpression dollarTag(QStringLiteral("\\G\\$([A-Za-z_][A-Za-z0-9_]*)?\\$"));
     static const QRegularExpression accessDate(QStringLiteral("^[0-9/: .\\-AaPpMm]+$"));
     while (i < n) {
         const QChar c = s[i];
         const QChar next = i + 1 < n ? s[i + 1] : QChar();
         if (c == u'\'') {
-            // E'..' takes backslash escapes on PostgreSQL.
-            const bool escapes = engine == Engine::PostgreSQL && i > 0 &&
-                                 (s[i - 1] == u'E' || s[i - 1] == u'e') && (i < 2 || !IsIdentChar(s[i - 2]));
             qsizetype j = i + 1;
             while (j < n) {
-                if (escapes && s[j] == u'\\') {
-                    j += 2;
-                } else if (s[j] == u'\'') {
+                if (s[j] == u'\'') {
                     if (j + 1 < n && s[j + 1] == u'\'') {
                         j += 2;
                     } else {
@@ -55,7 +48,6 @@ std::vector<Token> Tokenize(const QString& s, Engine engine, bool accessDates) {
                     ++j;
                 }
             }
-            j = std::min(j, n);
             flush();
             out.push_back({Tok::String, s.mid(i, j - i)});
             i = j;
@@ -64,9 +56,9 @@ std::vector<Token> Tokenize(const QString& s, Engine engine, bool accessDates) {
         QChar close;
         if (c == u'"')
             close = u'"';
-        if (c == u'[' && engine != Engine::PostgreSQL)
+        if (c == u'[')
             close = u']';
-        if (c == u'`' && engine == Engine::SQLite)
+        if (c == u'`')
             close = u'`';
         if (!close.isNull()) {
             qsizetype j = i + 1;
@@ -96,36 +88,12 @@ std::vector<Token> Tokenize(const QString& s, Engine engine, bool accessDates) {
             continue;
         }
         if (c == u'/' && next == u'*') {
-            const bool nests = engine != Engine::SQLite;
-            int depth = 1;
-            qsizetype j = i + 2;
-            while (j < n && depth > 0) {
-                if (s[j] == u'*' && j + 1 < n && s[j + 1] == u'/') {
-                    --depth;
-                    j += 2;
-                } else if (nests && s[j] == u'/' && j + 1 < n && s[j + 1] == u'*') {
-                    ++depth;
-                    j += 2;
-                } else {
-                    ++j;
-                }
-            }
+            qsizetype j = s.indexOf(QStringLiteral("*/"), i + 2);
+            j = j < 0 ? n : j + 2;
             flush();
             out.push_back({Tok::Comment, s.mid(i, j - i)});
             i = j;
             continue;
-        }
-        if (c == u'$' && engine == Engine::PostgreSQL && (i == 0 || !IsIdentChar(s[i - 1]))) {
-            const auto m = dollarTag.match(s, i);
-            if (m.hasMatch()) {
-                const QString tag = m.captured(0);
-                qsizetype end = s.indexOf(tag, i + tag.size());
-                end = end < 0 ? n : end + tag.size();
-                flush();
-                out.push_back({Tok::String, s.mid(i, end - i)});
-                i = end;
-                continue;
-            }
         }
         if (c == u'#' && accessDates) {
             const qsizetype j = s.indexOf(u'#', i + 1);
@@ -198,7 +166,7 @@ QString Join(const std::vector<Token>& tokens) {
 }
 
 QString TranslateSqlite(const QString& sql) {
-    std::vector<Token> tokens = Tokenize(sql, Engine::SQLite, true);
+    std::vector<Token> tokens = Tokenize(sql, true);
     static const QRegularExpression endsWithLike(QStringLiteral("\\blike\\s*$"),
                                                  QRegularExpression::CaseInsensitiveOption);
     for (size_t k = 0; k < tokens.size(); ++k) {
@@ -219,7 +187,7 @@ QString TranslateSqlite(const QString& sql) {
 }
 
 QString TranslatePostgres(const QString& sql) {
-    std::vector<Token> raw = Tokenize(sql, Engine::SQLite, false);  // SQLite rules read [..] as names
+    std::vector<Token> raw = Tokenize(sql, false);  // SQLite rules read [..] as names
     // Bracketed names become plain code so the rewrites below see "CONVERT(varchar(8), [X], 112)" whole.
     static const QRegularExpression plainName(QStringLiteral("^[A-Za-z_][A-Za-z0-9_]*$"));
     std::vector<Token> tokens;
@@ -330,6 +298,592 @@ QString TranslatePostgres(const QString& sql) {
     return out;
 }
 
+// ---- The one-statement check ----
+// Each engine's lexer is mirrored as far as it decides what is code: blanks, comments, quotes and, on
+// SQL Server, words. Statements are then found in the code alone.
+
+enum class Lex { Blank, Comment, Quoted, Word, Number, Punct, Unsure };
+
+struct Lexeme {
+    Lex kind;
+    qsizetype begin;
+    qsizetype end;
+};
+
+// The text by UTF-16 code units, -1 past the end, so that look-ahead needs no bounds checks.
+class Text {
+  public:
+    explicit Text(const QString& s) : s_(s) {}
+    qsizetype size() const { return s_.size(); }
+    int operator[](qsizetype i) const { return i < s_.size() ? s_[i].unicode() : -1; }
+    QStringView mid(qsizetype i, qsizetype n) const { return QStringView(s_).mid(i, n); }
+
+  private:
+    const QString& s_;
+};
+
+bool IsAsciiLetter(int c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+bool IsDigit(int c) {
+    return c >= '0' && c <= '9';
+}
+
+// Past a "--" comment at i: to the line end, which a lone CR also makes where `crEnds`.
+qsizetype LineCommentEnd(const Text& t, qsizetype i, bool crEnds) {
+    i += 2;
+    while (i < t.size() && t[i] != '\n' && !(crEnds && t[i] == '\r'))
+        ++i;
+    return i;
+}
+
+// Past the "*/" closing a "/*" at i, counting inner "/*" where the engine nests comments.
+qsizetype BlockCommentEnd(const Text& t, qsizetype i, bool nests) {
+    int depth = 1;
+    i += 2;
+    while (i < t.size()) {
+        if (t[i] == '*' && t[i + 1] == '/') {
+            i += 2;
+            if (--depth == 0)
+                return i;
+        } else if (nests && t[i] == '/' && t[i + 1] == '*') {
+            i += 2;
+            ++depth;
+        } else {
+            ++i;
+        }
+    }
+    return t.size();
+}
+
+// Past the `close` ending a quote opened at i; with `doubled`, two of them stand for one.
+qsizetype QuoteEnd(const Text& t, qsizetype i, int close, bool doubled) {
+    ++i;
+    while (i < t.size()) {
+        if (t[i] != close) {
+            ++i;
+        } else if (doubled && t[i + 1] == close) {
+            i += 2;
+        } else {
+            return i + 1;
+        }
+    }
+    return t.size();
+}
+
+// PostgreSQL 15 (scan.l). Every byte from 0x80 up is an identifier character there, so every code
+// unit beyond ASCII is one here; '$' goes on with an identifier or a number but starts neither.
+bool PgSpace(int c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f';
+}
+
+bool PgIdentStart(int c) {
+    return IsAsciiLetter(c) || c == '_' || c >= 0x80;
+}
+
+bool PgIdentCont(int c) {
+    return PgIdentStart(c) || IsDigit(c) || c == '$';
+}
+
+// Past the letters that PostgreSQL 15 runs into a number ("trailing junk", refused there).
+qsizetype PgJunkEnd(const Text& t, qsizetype i) {
+    if (PgIdentStart(t[i]))
+        while (PgIdentCont(t[i]))
+            ++i;
+    return i;
+}
+
+qsizetype PgNumberEnd(const Text& t, qsizetype i) {
+    while (IsDigit(t[i]))
+        ++i;
+    if (t[i] == '.' && t[i + 1] != '.') {
+        ++i;
+        while (IsDigit(t[i]))
+            ++i;
+    }
+    if ((t[i] == 'e' || t[i] == 'E') &&
+        (IsDigit(t[i + 1]) || ((t[i + 1] == '+' || t[i + 1] == '-') && IsDigit(t[i + 2])))) {
+        i += 2;
+        while (IsDigit(t[i]))
+            ++i;
+    }
+    return PgJunkEnd(t, i);
+}
+
+// Past a "$tag$" delimiter at i, or -1 when the '$' is none.
+qsizetype PgDollarDelimiterEnd(const Text& t, qsizetype i) {
+    qsizetype j = i + 1;
+    if (PgIdentStart(t[j])) {
+        ++j;
+        while (PgIdentStart(t[j]) || IsDigit(t[j]))
+            ++j;
+    }
+    return t[j] == '$' ? j + 1 : -1;
+}
+
+// Past the delimiter equal to the one from `open` to `from`. As the server scans, a delimiter that
+// differs gives its last '$' back, which may start the right one ("$a$ ... $b$a$").
+qsizetype PgDollarQuoteEnd(const Text& t, qsizetype open, qsizetype from) {
+    const QStringView tag = t.mid(open, from - open);
+    qsizetype i = from;
+    while (i < t.size()) {
+        const qsizetype end = t[i] == '$' ? PgDollarDelimiterEnd(t, i) : -1;
+        if (end < 0) {
+            ++i;
+        } else if (t.mid(i, end - i) == tag) {
+            return end;
+        } else {
+            i = end - 1;
+        }
+    }
+    return t.size();
+}
+
+// Past a string whose quote is at i; `escapes` for E'..', where a backslash takes the next character.
+// A closing quote, blanks and "--" comments holding a line break, and another quote go on with the
+// same string: the server joins 'a'<newline>'b', keeping E'..' escapes in the second part.
+qsizetype PgStringEnd(const Text& t, qsizetype i, bool escapes) {
+    ++i;
+    while (i < t.size()) {
+        if (escapes && t[i] == '\\') {
+            i += 2;
+            continue;
+        }
+        if (t[i] != '\'') {
+            ++i;
+            continue;
+        }
+        if (t[i + 1] == '\'') {
+            i += 2;
+            continue;
+        }
+        const qsizetype close = i + 1;
+        qsizetype j = close;
+        bool lineBreak = false;
+        while (true) {
+            if (PgSpace(t[j])) {
+                lineBreak = lineBreak || t[j] == '\n' || t[j] == '\r';
+                ++j;
+            } else if (t[j] == '-' && t[j + 1] == '-') {
+                j = LineCommentEnd(t, j, true);
+            } else {
+                break;
+            }
+        }
+        if (!lineBreak || t[j] != '\'')
+            return close;
+        i = j + 1;
+    }
+    return t.size();
+}
+
+std::vector<Lexeme> LexPostgres(const QString& sql) {
+    const Text t(sql);
+    std::vector<Lexeme> out;
+    qsizetype i = 0;
+    while (i < t.size()) {
+        const qsizetype begin = i;
+        const int c = t[i];
+        const bool uAmp = (c == 'u' || c == 'U') && t[i + 1] == '&';
+        const qsizetype delimiter = c == '$' ? PgDollarDelimiterEnd(t, i) : -1;
+        Lex kind = Lex::Quoted;
+        if (PgSpace(c)) {
+            kind = Lex::Blank;
+            while (PgSpace(t[i]))
+                ++i;
+        } else if (c == '-' && t[i + 1] == '-') {
+            kind = Lex::Comment;
+            i = LineCommentEnd(t, i, true);
+        } else if (c == '/' && t[i + 1] == '*') {
+            // Also inside an operator: "+/*" and "*--" are cut before the comment.
+            kind = Lex::Comment;
+            i = BlockCommentEnd(t, i, true);
+        } else if (c == '\'') {
+            i = PgStringEnd(t, i, false);
+        } else if ((c == 'e' || c == 'E') && t[i + 1] == '\'') {
+            i = PgStringEnd(t, i + 1, true);
+        } else if (uAmp && t[i + 2] == '\'') {
+            i = PgStringEnd(t, i + 2, false);
+        } else if (uAmp && t[i + 2] == '"') {
+            i = QuoteEnd(t, i + 2, '"', true);
+        } else if (c == '"') {
+            i = QuoteEnd(t, i, '"', true);
+        } else if (delimiter > 0) {
+            i = PgDollarQuoteEnd(t, i, delimiter);
+        } else if (c == '$' && IsDigit(t[i + 1])) {
+            kind = Lex::Number;  // a parameter, "$1"
+            ++i;
+            while (IsDigit(t[i]))
+                ++i;
+            i = PgJunkEnd(t, i);
+        } else if (IsDigit(c) || (c == '.' && IsDigit(t[i + 1]))) {
+            kind = Lex::Number;
+            i = PgNumberEnd(t, i);
+        } else if (PgIdentStart(c)) {
+            // Whole, so that a prefix letter inside a name ("xE'..'") or a '$' after one starts nothing.
+            // B'..', X'..' and N'..' read as plain strings after their letter.
+            kind = Lex::Word;
+            while (PgIdentCont(t[i]))
+                ++i;
+        } else {
+            kind = Lex::Punct;
+            ++i;
+        }
+        out.push_back({kind, begin, i});
+    }
+    return out;
+}
+
+// SQLite, as sqlite3_complete() reads it.
+bool SqliteSpace(int c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f';
+}
+
+bool SqliteIdChar(int c) {
+    return IsAsciiLetter(c) || IsDigit(c) || c == '_' || c == '$' || c >= 0x80;
+}
+
+// SQLite's tokenizer, unlike sqlite3_complete(), reads "$a(...)", "@a(...)", ":a(...)" and "#a(...)"
+// as one variable up to the ')', quotes and ';' inside it included (Tcl array names). True when the
+// variable at i takes such a suffix; `end` is where SQLite's reading of it ends otherwise.
+bool SqliteVariableWithSuffix(const Text& t, qsizetype i, qsizetype* end) {
+    qsizetype j = i + 1;
+    int letters = 0;
+    while (true) {
+        if (SqliteIdChar(t[j])) {
+            ++letters;
+            ++j;
+        } else if (t[j] == '(' && letters > 0) {
+            return true;
+        } else if (t[j] == ':' && t[j + 1] == ':') {
+            j += 2;
+        } else {
+            *end = j;
+            return false;
+        }
+    }
+}
+
+std::vector<Lexeme> LexSqlite(const QString& sql) {
+    const Text t(sql);
+    std::vector<Lexeme> out;
+    qsizetype i = 0;
+    qsizetype variableEnd = 0;  // inside one of SQLite's variables: no new token starts there
+    while (i < t.size()) {
+        const qsizetype begin = i;
+        const int c = t[i];
+        Lex kind = Lex::Quoted;
+        if ((c == '$' || c == '@' || c == ':' || c == '#') && i >= variableEnd &&
+            SqliteVariableWithSuffix(t, i, &variableEnd)) {
+            kind = Lex::Unsure;
+            ++i;
+        } else if (SqliteSpace(c)) {
+            kind = Lex::Blank;
+            while (SqliteSpace(t[i]))
+                ++i;
+        } else if (c == '-' && t[i + 1] == '-') {
+            kind = Lex::Comment;
+            i = LineCommentEnd(t, i, false);
+        } else if (c == '/' && t[i + 1] == '*') {
+            kind = Lex::Comment;
+            i = BlockCommentEnd(t, i, false);
+        } else if (c == '\'' || c == '"' || c == '`') {
+            i = QuoteEnd(t, i, c, true);  // a doubled quote closes and reopens: the same span
+        } else if (c == '[') {
+            i = QuoteEnd(t, i, ']', false);
+        } else if (SqliteIdChar(c)) {
+            kind = Lex::Word;  // x'..' blobs read as a name and a string: the same span
+            while (SqliteIdChar(t[i]))
+                ++i;
+        } else {
+            kind = Lex::Punct;
+            ++i;
+        }
+        out.push_back({kind, begin, i});
+    }
+    return out;
+}
+
+// SQL Server (T-SQL). Words are ASCII letters, digits, '_', '@', '#' and '$'. Which characters
+// beyond ASCII the server takes for letters, and where it ends a number run into letters ("0x1F",
+// "1e5", "0DELETE" is 0 and DELETE), is left unsettled: the program writes neither in code.
+bool TsqlBlank(int c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+bool TsqlWordStart(int c) {
+    return IsAsciiLetter(c) || c == '_' || c == '@' || c == '#';
+}
+
+bool TsqlWordChar(int c) {
+    return TsqlWordStart(c) || IsDigit(c) || c == '$';
+}
+
+qsizetype TsqlNumberEnd(const Text& t, qsizetype i) {
+    while (IsDigit(t[i]) || t[i] == '.')
+        ++i;
+    if ((t[i] == 'e' || t[i] == 'E') &&
+        (IsDigit(t[i + 1]) || ((t[i + 1] == '+' || t[i + 1] == '-') && IsDigit(t[i + 2])))) {
+        i += 2;
+        while (IsDigit(t[i]))
+            ++i;
+    }
+    return i;
+}
+
+std::vector<Lexeme> LexTsql(const QString& sql) {
+    const Text t(sql);
+    std::vector<Lexeme> out;
+    qsizetype i = 0;
+    while (i < t.size()) {
+        const qsizetype begin = i;
+        const int c = t[i];
+        Lex kind = Lex::Quoted;
+        if (TsqlBlank(c)) {
+            kind = Lex::Blank;
+            while (TsqlBlank(t[i]))
+                ++i;
+        } else if (c == '-' && t[i + 1] == '-') {
+            kind = Lex::Comment;
+            i = LineCommentEnd(t, i, true);
+        } else if (c == '/' && t[i + 1] == '*') {
+            kind = Lex::Comment;
+            i = BlockCommentEnd(t, i, true);
+        } else if (c == '\'' || c == '"') {
+            i = QuoteEnd(t, i, c, true);
+        } else if (c == '[') {
+            i = QuoteEnd(t, i, ']', true);
+        } else if (TsqlWordStart(c)) {
+            kind = Lex::Word;
+            while (TsqlWordChar(t[i]))
+                ++i;
+        } else if (IsDigit(c) || (c == '.' && IsDigit(t[i + 1]))) {
+            i = TsqlNumberEnd(t, i);
+            kind = TsqlWordChar(t[i]) ? Lex::Unsure : Lex::Number;
+        } else {
+            // Printable ASCII only, and none of '$' and '\\' (money constants may start with them),
+            // '`' or braces (ODBC escapes such as "{call p}", rewritten by the driver first).
+            const bool plain =
+                c > 0x20 && c < 0x7F && c != '$' && c != '\\' && c != '`' && c != '{' && c != '}';
+            kind = plain ? Lex::Punct : Lex::Unsure;
+            ++i;
+        }
+        out.push_back({kind, begin, i});
+    }
+    return out;
+}
+
+// The words that begin a T-SQL statement.
+bool IsTsqlStatementWord(const QString& upper) {
+    static const QSet<QString> words = [] {
+        QSet<QString> set;
+        for (const char* w :
+             {"ADD",       "ALTER",    "BACKUP",   "BEGIN",       "BREAK",      "BULK",       "CHECKPOINT",
+              "CLOSE",     "COMMIT",   "CONTINUE", "CREATE",      "DBCC",       "DEALLOCATE", "DECLARE",
+              "DELETE",    "DENY",     "DISABLE",  "DROP",        "ELSE",       "ENABLE",     "END",
+              "EXEC",      "EXECUTE",  "FETCH",    "GET",         "GOTO",       "GRANT",      "IF",
+              "INSERT",    "KILL",     "LINENO",   "MERGE",       "MOVE",       "OPEN",       "PRINT",
+              "RAISERROR", "READTEXT", "RECEIVE",  "RECONFIGURE", "RESTORE",    "RETURN",     "REVERT",
+              "REVOKE",    "ROLLBACK", "SAVE",     "SELECT",      "SEND",       "SET",        "SETUSER",
+              "SHUTDOWN",  "THROW",    "TRUNCATE", "UPDATE",      "UPDATETEXT", "USE",        "WAITFOR",
+              "WHILE",     "WITH",     "WRITETEXT"})
+            set.insert(QLatin1String(w));
+        return set;
+    }();
+    return words.contains(upper);
+}
+
+// Words after which a parenthesised query is an operand ("IN (SELECT ..)"), not a statement.
+bool IsTsqlOperandWord(const QString& upper) {
+    static const QSet<QString> words = [] {
+        QSet<QString> set;
+        for (const char* w :
+             {"ALL",    "AND",    "ANY",  "APPLY",  "AS",  "BETWEEN",   "BY",     "CASE", "DISTINCT",
+              "EXCEPT", "EXISTS", "FROM", "HAVING", "IN",  "INTERSECT", "JOIN",   "LIKE", "NOT",
+              "ON",     "OR",     "SOME", "THEN",   "TOP", "UNION",     "VALUES", "WHEN", "WHERE"})
+            set.insert(QLatin1String(w));
+        return set;
+    }();
+    return words.contains(upper) || IsTsqlStatementWord(upper);
+}
+
+// The code of a T-SQL text at parenthesis depth 0: words, whole parenthesised groups, ';' and the
+// rest. Only these can begin a statement.
+struct TsqlItem {
+    enum Kind { Word, Group, Semicolon, Operand, Operator } kind;
+    qsizetype begin;
+    QString word;  // a word upper-cased; for a group, its first word inside any further '('
+};
+
+std::vector<TsqlItem> TsqlItems(const QString& sql, const std::vector<Lexeme>& lexemes, bool* unbalanced) {
+    std::vector<TsqlItem> items;
+    int depth = 0;
+    bool groupOpened = false;  // the group's first word is yet to come
+    const auto upper = [&](const Lexeme& l) { return sql.mid(l.begin, l.end - l.begin).toUpper(); };
+    for (const Lexeme& l : lexemes) {
+        if (l.kind == Lex::Blank || l.kind == Lex::Comment)
+            continue;
+        const QChar c = l.kind == Lex::Punct ? sql[l.begin] : QChar();
+        if (c == u'(') {
+            if (depth++ == 0) {
+                items.push_back({TsqlItem::Group, l.begin, QString()});
+                groupOpened = true;
+            }
+            continue;
+        }
+        if (groupOpened) {
+            groupOpened = false;
+            if (l.kind == Lex::Word)
+                items.back().word = upper(l);
+        }
+        if (c == u')') {
+            *unbalanced = *unbalanced || depth == 0;
+            depth = std::max(depth - 1, 0);
+        } else if (c == u';') {
+            *unbalanced = *unbalanced || depth != 0;
+            depth = 0;
+            items.push_back({TsqlItem::Semicolon, l.begin, QString()});
+        } else if (depth == 0) {
+            if (l.kind == Lex::Word)
+                items.push_back({TsqlItem::Word, l.begin, upper(l)});
+            else
+                items.push_back(
+                    {l.kind == Lex::Punct ? TsqlItem::Operator : TsqlItem::Operand, l.begin, QString()});
+        }
+    }
+    *unbalanced = *unbalanced || depth != 0;
+    return items;
+}
+
+// What may go on with the current T-SQL statement.
+struct TsqlStatement {
+    QString head;              // its first word ("SELECT" for a parenthesised query)
+    bool selectNext = false;   // right after UNION, EXCEPT or INTERSECT [ALL]
+    bool selectLater = false;  // INSERT before VALUES: INSERT ... SELECT
+    bool setLater = false;     // UPDATE before its SET
+    bool bodyLater = false;    // IF before its body, the first statement word after the condition
+    bool bodyNext = false;     // right after an IF's ELSE
+    bool elseLater = false;    // an IF's body, which ELSE may follow
+    int caseDepth = 0;         // CASE .. END, whose ELSE and END are no statements
+
+    static TsqlStatement Begin(const QString& head) {
+        TsqlStatement s;
+        s.head = head;
+        s.selectLater = head == u"INSERT";
+        s.setLater = head == u"UPDATE";
+        s.bodyLater = head == u"IF";
+        return s;
+    }
+};
+
+// Adds where T-SQL statements begin without a ';' (a batch needs none): a statement word that cannot
+// go on with the statement before it, and a parenthesised query right after an operand. Every
+// statement the program sends on SQL Server goes on as one: SELECT .. UNION SELECT, INSERT .. SELECT,
+// UPDATE .. SET, and its creation script's "IF EXISTS (SELECT ..) DROP DATABASE [..]", whose IF and
+// one body statement (and one ELSE statement) are one statement.
+void AddTsqlStarts(const std::vector<TsqlItem>& items, QList<qsizetype>* starts, bool* unsure) {
+    TsqlStatement st;
+    const TsqlItem* prev = nullptr;  // the item before, in this statement
+    for (const TsqlItem& it : items) {
+        if (it.kind == TsqlItem::Semicolon) {
+            prev = nullptr;  // the ';' pass has the next start
+            continue;
+        }
+        if (!prev) {
+            st = TsqlStatement::Begin(it.kind == TsqlItem::Group ? QStringLiteral("SELECT") : it.word);
+            prev = &it;
+            continue;
+        }
+        const bool afterSetOperator = std::exchange(st.selectNext, false);
+        const bool bodyNext = std::exchange(st.bodyNext, false);
+        // CASE .. END ends an operand too; an END of its own began a statement already.
+        const bool afterOperand =
+            prev->kind == TsqlItem::Operand || prev->kind == TsqlItem::Group ||
+            (prev->kind == TsqlItem::Word && (prev->word == u"END" || !IsTsqlOperandWord(prev->word)));
+        prev = &it;
+        if (bodyNext && !(it.kind == TsqlItem::Word && IsTsqlStatementWord(it.word))) {
+            *unsure = true;  // "ELSE (SELECT ..)" and the like: never sent
+            continue;
+        }
+        if (it.kind == TsqlItem::Group) {
+            if (afterOperand && IsTsqlStatementWord(it.word)) {
+                starts->append(it.begin);  // "0 (SELECT ..)"
+                st = TsqlStatement::Begin(QStringLiteral("SELECT"));
+            }
+            continue;
+        }
+        if (it.kind != TsqlItem::Word)
+            continue;
+        const QString& w = it.word;
+        if (w == u"ALL" && afterSetOperator) {
+            st.selectNext = true;
+        } else if (w == u"CASE") {
+            ++st.caseDepth;
+        } else if (w == u"END" && st.caseDepth > 0) {
+            --st.caseDepth;
+        } else if (w == u"ELSE" && st.caseDepth > 0) {
+            continue;
+        } else if (w == u"ELSE" && st.elseLater) {
+            st.elseLater = false;
+            st.bodyNext = true;
+        } else if ((w == u"UNION" || w == u"EXCEPT" || w == u"INTERSECT") && st.head == u"SELECT") {
+            st.selectNext = true;
+        } else if (w == u"VALUES" || w == u"DEFAULT") {
+            st.selectLater = false;
+        } else if (!IsTsqlStatementWord(w)) {
+            continue;
+        } else if (st.bodyLater || bodyNext) {
+            const bool afterCondition = st.bodyLater;
+            st = TsqlStatement::Begin(w);
+            st.elseLater = afterCondition;
+        } else if (w == u"SELECT" && (afterSetOperator || st.selectLater)) {
+            st.selectLater = false;
+            st.head = w;
+        } else if (w == u"SET" && st.setLater) {
+            st.setLater = false;
+        } else {
+            starts->append(it.begin);
+            st = TsqlStatement::Begin(w);
+        }
+    }
+}
+
+struct StatementSplit {
+    QList<qsizetype> starts;
+    bool unsure = false;  // something whose reading by the engine is not settled here
+    bool tail = false;    // anything but blanks after a ';'
+};
+
+StatementSplit SplitStatements(const QString& sql, Engine engine) {
+    const std::vector<Lexeme> lexemes = engine == Engine::PostgreSQL ? LexPostgres(sql)
+                                        : engine == Engine::SQLite   ? LexSqlite(sql)
+                                                                     : LexTsql(sql);
+    StatementSplit out;
+    bool between = true;  // the next code begins a statement
+    bool closed = false;
+    for (const Lexeme& l : lexemes) {
+        if (l.kind == Lex::Blank)
+            continue;
+        out.tail = out.tail || closed;
+        if (l.kind == Lex::Comment)
+            continue;
+        out.unsure = out.unsure || l.kind == Lex::Unsure;
+        if (std::exchange(between, false))
+            out.starts.append(l.begin);
+        if (l.kind == Lex::Punct && sql[l.begin] == u';')
+            between = closed = true;
+    }
+    if (engine == Engine::SqlServer) {
+        bool unbalanced = false;
+        const std::vector<TsqlItem> items = TsqlItems(sql, lexemes, &unbalanced);
+        AddTsqlStarts(items, &out.starts, &out.unsure);
+        out.unsure = out.unsure || unbalanced;
+        std::sort(out.starts.begin(), out.starts.end());
+    }
+    return out;
+}
+
 }  // namespace
 
 QString Dialect::Translate(const QString& sql) const {
@@ -344,25 +898,13 @@ QString Dialect::Translate(const QString& sql) const {
     return sql;
 }
 
+QList<qsizetype> Dialect::StatementStarts(const QString& sql) const {
+    return SplitStatements(sql, engine_).starts;
+}
+
 bool Dialect::HoldsMoreThanOneStatement(const QString& sql) const {
-    const std::vector<Token> tokens = Tokenize(sql, engine_, false);
-    bool seenEnd = false;
-    for (const Token& t : tokens) {
-        if (seenEnd) {
-            if (t.type != Tok::Code || !t.text.trimmed().isEmpty())
-                return true;
-            continue;
-        }
-        if (t.type != Tok::Code)
-            continue;
-        const qsizetype semi = t.text.indexOf(u';');
-        if (semi < 0)
-            continue;
-        if (!t.text.mid(semi + 1).trimmed().isEmpty())
-            return true;
-        seenEnd = true;
-    }
-    return false;
+    const StatementSplit split = SplitStatements(sql, engine_);
+    return split.starts.size() > 1 || split.tail || split.unsure;
 }
 
 QString Dialect::ExpandBareTableName(const QString& sqlOrTable) {

@@ -46,9 +46,17 @@ class Dialect {
 
     QString Translate(const QString& sql) const;
 
-    // True when a ';' outside quotes and comments is followed by anything but whitespace, by the
-    // engine's own reading of quotes (E'..', $tag$..$tag$ and nested comments on PostgreSQL, [..]
-    // on SQLite and SQL Server). Such a text is refused before any driver sees it.
+    // Where each statement of the text begins, by the engine's own lexer (docs/architecture.md, "The
+    // one-statement check"): at the first code of the text and after each ';' outside quotes and
+    // comments; on SQL Server, which needs no ';', also at a statement keyword that cannot go on with
+    // the statement before it. Blanks and comments begin nothing.
+    QList<qsizetype> StatementStarts(const QString& sql) const;
+
+    // True when StatementStarts finds a second statement, when anything but blanks follows a ';', or
+    // when the text holds something whose reading by the engine this check cannot settle (on SQL
+    // Server: code beyond printable ASCII or holding '$', '\\', '`' or braces, a number run into a
+    // word, unbalanced parentheses; on SQLite: a variable with a "(...)" suffix). Such a text is
+    // refused before any driver sees it.
     bool HoldsMoreThanOneStatement(const QString& sql) const;
 
     // "SELECT * FROM <name>" for a bare table name, as the recordsets accept one; else the text.

@@ -1,5 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <QElapsedTimer>
+#include <QSqlQuery>
+
+#include "core/codecs.h"
+#include "database/connection.h"
+#include "database/db_fixture.h"
 #include "database/dialect.h"
 
 namespace tlm {
@@ -111,6 +117,358 @@ TEST(DialectStatements, SecondStatementIsFoundByEachEngineReading) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(Dialect(c.engine).HoldsMoreThanOneStatement(QString::fromUtf8(c.sql)), c.stacked) << c.sql;
+}
+
+// As Connection::PrepareQuery sees a text: translated first, then checked.
+bool Refused(Engine engine, const QString& sql) {
+    const Dialect d(engine);
+    return d.HoldsMoreThanOneStatement(d.Translate(sql));
+}
+
+const char* EngineText(Engine e) {
+    return e == Engine::SQLite ? "SQLite" : e == Engine::PostgreSQL ? "PostgreSQL" : "SQL Server";
+}
+
+// The query shapes of the program with a typed value placed as concatenation would place it.
+QString CostQuery(const QString& value) {
+    return "Select * from tReportedTasks where TotalCost >= " + value + " ORDER BY TotalCost DESC";
+}
+QString KeywordQuery(const QString& keyword) {
+    return "Select * from tReportedTasks where  ((Body Like '%" + keyword + "%') or (Subject Like '%" +
+           keyword + "%'))";
+}
+QString MemberQuery(const QString& member) {
+    return "Select * from tReportedTasks where ReportedBy ='" + member + "' ORDER BY ReportedBy DESC";
+}
+
+struct ValueCase {
+    Engine engine;
+    QString (*shape)(const QString&);
+    const char* value;
+};
+
+TEST(DialectStatements, ValuesThatEndTheirStatementAreRefusedInTheProgramsShapes) {
+    const ValueCase cases[] = {
+        // PostgreSQL reads every character beyond ASCII as part of a name, so "€$x$" is one name
+        // and no dollar quote: the DROP would run.
+        {Engine::PostgreSQL, CostQuery, "0 OR EXISTS(SELECT 1 AS €$x$); DROP TABLE victim; --$x$"},
+        {Engine::PostgreSQL, KeywordQuery, "') OR EXISTS(SELECT 1 AS €$x$)); DROP TABLE victim; --$x$"},
+        {Engine::PostgreSQL, CostQuery, "0 OR EXISTS(SELECT 1 AS a$x$); DROP TABLE victim; --$x$"},
+        // The server joins E'a'<newline>'..' into one E'..' string, where a backslash escapes the quote.
+        {Engine::PostgreSQL, MemberQuery, "x' or ReportedBy = E'a'\n'\\'' ; DROP TABLE victim; --"},
+        {Engine::PostgreSQL, MemberQuery, "x' or ReportedBy = e'\\'' ; DROP TABLE victim; --"},
+        // A "--" comment ends at a lone CR there.
+        {Engine::PostgreSQL, CostQuery, "0 --\r; DROP TABLE victim"},
+        // SQL Server needs no ';' between statements.
+        {Engine::SqlServer, CostQuery, "0 DELETE FROM tMembers --"},
+        {Engine::SqlServer, CostQuery, "0DELETE FROM tMembers --"},
+        {Engine::SqlServer, KeywordQuery, "') DELETE FROM tMembers --"},
+        {Engine::SqlServer, MemberQuery, "x' EXEC('DROP TABLE tMembers') --"},
+        {Engine::SqlServer, MemberQuery, "x'WAITFOR DELAY '0:0:5' --"},
+        {Engine::SqlServer, CostQuery, "0 UNION SELECT 1 DROP TABLE tMembers --"},
+        {Engine::SqlServer, CostQuery, "0 (SELECT Name FROM tMembers) --"},
+        {Engine::SqlServer, KeywordQuery, "') UNION (SELECT 1) UPDATE tMembers SET Name = 'x' --"},
+        {Engine::SqlServer, CostQuery, "0 {call sp_who} --"},
+        {Engine::SQLite, CostQuery, "0; DROP TABLE tMembers; --"},
+        {Engine::SQLite, CostQuery, "0 OR EXISTS(SELECT 1 AS €$x$); DROP TABLE victim; --$x$"},
+        {Engine::SQLite, KeywordQuery, "') OR 1; DROP TABLE tMembers; --"},
+    };
+    for (const auto& c : cases) {
+        const QString sql = c.shape(QString::fromUtf8(c.value));
+        EXPECT_TRUE(Refused(c.engine, sql)) << EngineText(c.engine) << ": " << sql.toStdString();
+    }
+}
+
+struct ReadCase {
+    const char* sql;
+    bool refused;
+};
+
+void ExpectReadings(Engine engine, const std::vector<ReadCase>& cases) {
+    for (const auto& c : cases)
+        EXPECT_EQ(Dialect(engine).HoldsMoreThanOneStatement(QString::fromUtf8(c.sql)), c.refused)
+            << EngineText(engine) << ": " << c.sql;
+}
+
+TEST(DialectStatements, PostgresReadsQuotesAndCommentsAsItsFifteenthVersionDoes) {
+    ExpectReadings(
+        Engine::PostgreSQL,
+        {
+            // '$' goes on with a name, so "a$x$" and "€$x$" open nothing; after a number or a parameter
+            // it opens a dollar quote (the server refuses the rest as one string).
+            {"SELECT 1 AS a$x$ ; SELECT 2 ; --$x$", true},
+            {"SELECT 1 AS \"€$x$\" ; SELECT 2", true},
+            {"SELECT 123$x$; SELECT 2; --$x$", false},
+            {"SELECT 1.5$x$; SELECT 2; --$x$", false},
+            {"SELECT $1$x$; SELECT 2; --$x$", false},
+            {"SELECT $€$ ; $€$", false},
+            {"SELECT $€$ ; $€$ ; SELECT 2", true},
+            // A different delimiter inside gives its last '$' back: "$xy$x$" holds the closing "$x$".
+            {"SELECT $x$ $$ ; $xy$x$ ; SELECT 2", true},
+            {"SELECT $a$ ; $b$ ; $a$", false},
+            // E'..' only as a whole token; U&'..', B'..', X'..' and N'..' take no backslash escapes.
+            {"SELECT * FROM t WHERE n = xE'\\' ; DROP TABLE t; --'", true},
+            {"SELECT * FROM t WHERE n = E'\\' ; DROP TABLE t; --'", false},
+            {"SELECT U&'\\' ; DROP TABLE t; --'", true},
+            {"SELECT u&\"a;b\" FROM t", false},
+            {"SELECT B'1' , X'\\' ; DROP TABLE t; --'", true},
+            {"SELECT N'\\' ; DROP TABLE t; --'", true},
+            // A continued string keeps its kind; a gap without a line break continues nothing.
+            {"SELECT E'a' -- note\n'\\'' ; DROP TABLE t; --'", true},
+            {"SELECT E'a'\r'\\'' ; DROP TABLE t; --'", true},
+            {"SELECT E'a' '\\'' ; DROP TABLE t; --'", false},
+            {"SELECT 'a'\n'b;c'", false},
+            // Comments start inside operators and nest.
+            {"SELECT 1 +-- ;\n 2", false},
+            {"SELECT 1 */* ; */ 2", false},
+            {"SELECT 1 /* /* */ ; SELECT 9 */ ; SELECT 2", true},
+            {"SELECT 1 --\r; SELECT 2", true},
+            // Only space, tab, LF, CR and FF are blanks to PostgreSQL 15.
+            {"SELECT 1;\v", true},
+            {"SELECT 1;\xC2\xA0", true},
+        });
+}
+
+TEST(DialectStatements, SqliteReadsStatementEndsAsSqlite3CompleteDoes) {
+    ExpectReadings(Engine::SQLite, {
+                                       {"SELECT a$x$ FROM t; DROP TABLE victim; --$x$", true},
+                                       {"SELECT `a;b`, [c;d], x';' FROM t", false},
+                                       {"SELECT x'3B'; SELECT 2", true},
+                                       // No doubling in [..] and a "--" comment only ends at a line feed.
+                                       {"SELECT [a]]; DROP TABLE t; --]", true},
+                                       {"SELECT 1 --\r; DROP TABLE t", false},
+                                       {"SELECT 1 --\n; DROP TABLE t", true},
+                                       {"SELECT 1;\v", true},
+                                       // A trigger's body holds ';': refused.
+                                       {"CREATE TRIGGER r AFTER INSERT ON t BEGIN SELECT 1; END;", true},
+                                       // SQLite's own tokenizer reads "$a(...)" to the ')', quote and all.
+                                       {"SELECT $a(') ; DROP TABLE t; --'", true},
+                                       {"SELECT :a::b(';')", true},
+                                       {"SELECT $a::b, :c, @d, ?1 FROM t", false},
+                                   });
+}
+
+TEST(DialectStatements, SqlServerFindsAStatementWithoutSemicolon) {
+    ExpectReadings(
+        Engine::SqlServer,
+        {
+            {"SELECT * FROM t WHERE TotalCost = 0 DELETE FROM tMembers --", true},
+            {"SELECT * FROM t WHERE Name = 'x'DELETE FROM tMembers", true},
+            {"SELECT * FROM t WHERE Name = [x]DELETE FROM tMembers", true},
+            {"SELECT * FROM t WHERE ID = 5 /**/SHUTDOWN", true},
+            {"SELECT * FROM t WHERE ID = 5 --\rDELETE FROM tMembers", true},
+            {"SELECT * FROM t WHERE ID = 5 END CONVERSATION @h", true},
+            {"SELECT * FROM t WHERE ID = 5 ELSE SELECT 2", true},
+            {"UPDATE t SET a = 1 WHERE ID = 5 SET NOCOUNT ON", true},
+            {"INSERT INTO t (a) VALUES (1) SELECT * FROM tMembers", true},
+            {"INSERT INTO t DEFAULT VALUES SELECT * FROM tMembers", true},
+            {"INSERT INTO t (a) SELECT a FROM s SELECT * FROM tMembers", true},
+            {"IF 1 = 1 DROP TABLE a DROP TABLE b", true},
+            {"IF 1 = 1 SELECT 1 ELSE SELECT 2 ELSE SELECT 3", true},
+            {"SELECT 1 UNION (SELECT 2) SELECT 3", true},
+            {"SELECT COUNT(*) (SELECT 2)", true},
+            {"SELECT CASE WHEN a = 1 THEN 2 END (SELECT 2)", true},
+            {"SELECT * FROM t WHERE a = ((SELECT 1)) ((SELECT 2))", true},
+            // Unsettled readings: beyond ASCII, money, braces, unbalanced parentheses.
+            {"SELECT Zoë FROM t", true},
+            {"SELECT $1 FROM t", true},
+            {"SELECT * FROM t WHERE (a = 0 DELETE FROM tMembers --", true},
+            {"SELECT * FROM t WHERE a = 0) DELETE FROM tMembers --", true},
+            // One statement each.
+            {"SELECT 1 UNION ALL SELECT 2 EXCEPT SELECT 3 INTERSECT (SELECT 4)", false},
+            {"SELECT * FROM t WHERE a IN (SELECT b FROM u) AND EXISTS (SELECT 1) ORDER BY a", false},
+            {"SELECT CASE WHEN a = 1 THEN 'x' ELSE 'y' END AS k, @@ROWCOUNT, a$b FROM t", false},
+            {"IF 1 = 1 SELECT 1 ELSE IF 2 = 2 SELECT 2", false},
+            {"UPDATE t SET a = (SELECT MAX(b) FROM u), c = 2 WHERE ID = 5", false},
+            {"SELECT [a]] ; DROP TABLE t; --] FROM t", false},
+            {"SELECT \"a\"\" ; DROP TABLE t; --\" FROM t", false},
+            {"SELECT 1 /* /* */ DELETE FROM t */", false},
+            {"SELECT * FROM t WHERE Name = N'Zoë $ {x}'", false},
+            {"SELECT 1e5, 1.5, .5 FROM t", false},
+        });
+}
+
+TEST(DialectStatements, AnythingButBlanksAfterASemicolonIsRefusedEverywhere) {
+    for (Engine e : {Engine::SQLite, Engine::PostgreSQL, Engine::SqlServer}) {
+        const Dialect d(e);
+        EXPECT_FALSE(d.HoldsMoreThanOneStatement(" SELECT 1 ; \r\n\t")) << EngineText(e);
+        EXPECT_FALSE(d.HoldsMoreThanOneStatement("-- note\nSELECT 1")) << EngineText(e);
+        EXPECT_FALSE(d.HoldsMoreThanOneStatement("")) << EngineText(e);
+        EXPECT_TRUE(d.HoldsMoreThanOneStatement("SELECT 1; /* note */")) << EngineText(e);
+        EXPECT_TRUE(d.HoldsMoreThanOneStatement("SELECT 1;;")) << EngineText(e);
+        EXPECT_TRUE(d.HoldsMoreThanOneStatement("; SELECT 1")) << EngineText(e);
+        EXPECT_TRUE(d.HoldsMoreThanOneStatement("SELECT (1; SELECT 2)")) << EngineText(e);
+    }
+}
+
+TEST(DialectStatements, StatementStartsAreWhereEachStatementBegins) {
+    const auto starts = [](Engine e, const QString& sql) { return Dialect(e).StatementStarts(sql); };
+    QString sql = "SELECT 1; SELECT 2";
+    for (Engine e : {Engine::SQLite, Engine::PostgreSQL, Engine::SqlServer})
+        EXPECT_EQ(starts(e, sql), QList<qsizetype>({0, sql.indexOf("SELECT 2")})) << EngineText(e);
+    sql = "  -- note\n /* c */ SELECT 1 ;  ";
+    for (Engine e : {Engine::SQLite, Engine::PostgreSQL, Engine::SqlServer})
+        EXPECT_EQ(starts(e, sql), QList<qsizetype>({sql.indexOf("SELECT")})) << EngineText(e);
+    EXPECT_TRUE(starts(Engine::PostgreSQL, "/* only */ -- a note").isEmpty());
+    sql = "SELECT * FROM t WHERE a = 0 DELETE FROM u (SELECT 1)";
+    EXPECT_EQ(starts(Engine::SqlServer, sql), QList<qsizetype>({0, sql.indexOf("DELETE"), sql.indexOf("(")}));
+    EXPECT_EQ(starts(Engine::SQLite, sql), QList<qsizetype>({0}));
+}
+
+TEST(DialectStatements, EveryStatementShapeTheProgramSendsIsOne) {
+    const QString serverForm[] = {
+        "Select * from tReportedTasks where ProjectValue = 'Alpha' and Approved = 0 and "
+        "cast(CONVERT(varchar(8), "
+        "ReportedDate, 112) AS datetime) = '2026-3-7'",
+        "Select * from tReportedAppointments where ProjectValue in (Select ProjectName from tProjects where "
+        "ProjectManager='Ann') and Approved = 0 and (cast(CONVERT(varchar(8), ReportedDate, 112) AS "
+        "datetime) >= "
+        "'2026-3-1' and cast(CONVERT(varchar(8), ReportedDate, 112) AS datetime) <= '2026-3-7')",
+        KeywordQuery("kw"),
+        MemberQuery("Ann"),
+        CostQuery("1.5"),
+        "Select * from tReportedTasks where ProjectValue = 'Alpha' and ActivityValue = 'Build' ORDER BY "
+        "ProjectValue DESC",
+        "Select * from tReportedTasks where Field2Value ='x' ORDER BY Field2Value DESC",
+        "Select * from tReportedTasks where ReportedBy = 'Ann' and cast(CONVERT(varchar(8), ReportedDate, "
+        "112) AS "
+        "datetime) >= '2026-3-1' and cast(CONVERT(varchar(8), ReportedDate, 112) AS datetime) <= '2026-3-7' "
+        "and "
+        "ReportedBy = 'Ann' ORDER BY ReportedBy DESC",
+        "UPDATE tReportedTasks SET Approved = 1, ProjectValue = 'Alpha', ActivityValue = 'Build', TotalCost "
+        "= 12.5 "
+        "WHERE ID = 7",
+        "DELETE FROM tReportedAppointments WHERE ID = 7",
+        "delete from tReportedTasks where ID = 7",
+        "Select * from tReportedTasks where ID = 7",
+        "SELECT * FROM tProjects ORDER BY ProjectName",
+        "SELECT * FROM tReportedAppointments WHERE 1 = 0",
+        "SELECT COUNT(*) AS n FROM tMembers",
+        "SELECT ID FROM tMembers",
+        "INSERT INTO tGeneralSettings (KeyID, KeyVal, KeyLocal) VALUES (?, ?, ?)",
+        "INSERT INTO tReportedTasks (Subject,TotalCost) VALUES (?,?),(?,?)",
+        "DELETE FROM tProjects WHERE ID = ?",
+    };
+    for (Engine e : {Engine::PostgreSQL, Engine::SqlServer})
+        for (const QString& sql : serverForm)
+            EXPECT_FALSE(Refused(e, sql)) << EngineText(e) << ": " << sql.toStdString();
+    const std::pair<Engine, const char*> own[] = {
+        {Engine::SqlServer, "INSERT INTO tProjects ([ProjectName], [Rate]) OUTPUT INSERTED.ID VALUES (?, ?)"},
+        {Engine::SqlServer, "INSERT INTO tProjects OUTPUT INSERTED.ID DEFAULT VALUES"},
+        {Engine::SqlServer, "UPDATE tProjects SET [ProjectName] = ?, [Rate] = ? WHERE ID = ?"},
+        {Engine::PostgreSQL, "INSERT INTO tProjects (ProjectName, Rate) VALUES (?, ?) RETURNING ID"},
+        {Engine::PostgreSQL, "INSERT INTO tProjects DEFAULT VALUES RETURNING ID"},
+        {Engine::PostgreSQL,
+         "SELECT table_name, column_name FROM information_schema.columns WHERE table_schema = "
+         "current_schema() "
+         "AND table_name IN ('tprojects', 'tmembers') AND data_type IN ('character varying', 'text', "
+         "'character') ORDER BY table_name, ordinal_position"},
+        {Engine::PostgreSQL, "ALTER TABLE \"tprojects\" ALTER COLUMN \"projectname\" TYPE citext"},
+        {Engine::PostgreSQL, "DROP DATABASE IF EXISTS \"TlmTest_1\" WITH (FORCE)"},
+        {Engine::SQLite,
+         "Select * from tReportedTasks where Approved = 0 and (ReportedDate between #2026-3-7 00:00:00# and  "
+         "#2026-3-7 23:59:00#)"},
+        {Engine::SQLite,
+         "Select * from tReportedTasks where DueDate >= #2026-3-1# and DueDate <= #2026-3-7#"},
+        {Engine::SQLite,
+         "Select * from tReportedTasks where  ((Body Like '%k*w%') or (Subject Like '%k*w%'))"},
+        {Engine::SQLite, "Select * from tReportedTasks where TotalCost >= 1.5 ORDER BY TotalCost DESC"},
+        {Engine::SQLite, "UPDATE tReportedTasks SET Approved = 1, TotalCost = 12.5 WHERE ID = 7"},
+        {Engine::SQLite, "INSERT INTO tProjects DEFAULT VALUES"},
+        {Engine::SQLite, "SELECT seq FROM sqlite_sequence WHERE name = ?"},
+        {Engine::SQLite, "ALTER TABLE \"tProjects\" RENAME TO \"tProjects_old\""},
+        {Engine::SQLite,
+         "INSERT INTO \"tProjects\" (ID, ProjectName) SELECT ID, ProjectName FROM \"tProjects_old\""},
+        {Engine::SQLite, "UPDATE sqlite_sequence SET seq = MAX(seq, ?) WHERE name = ?"},
+        {Engine::SQLite,
+         "SELECT name, sql FROM sqlite_master WHERE type = 'table' AND name = ? COLLATE NOCASE"},
+        {Engine::SQLite, "BEGIN IMMEDIATE"},
+    };
+    for (const auto& [engine, sql] : own)
+        EXPECT_FALSE(Refused(engine, sql)) << EngineText(engine) << ": " << sql;
+}
+
+TEST(DialectStatements, EveryPieceOfTheCreationScriptsIsOneStatement) {
+    // Run untranslated, piece by piece, on one connection; "IF EXISTS (..) DROP DATABASE [..]" is one
+    // statement with its body.
+    const std::pair<const char*, Engine> scripts[] = {{"MSSQL.SQL", Engine::SqlServer},
+                                                      {"POSTGRESQL.SQL", Engine::PostgreSQL}};
+    for (const auto& [name, engine] : scripts) {
+        const QStringList pieces = SplitSqlScript(ExtractResourceTextContent(name, QStringLiteral("db")));
+        ASSERT_GT(pieces.size(), 10) << name;
+        for (const QString& piece : pieces) {
+            EXPECT_FALSE(Dialect(engine).HoldsMoreThanOneStatement(piece))
+                << name << ": " << piece.toStdString();
+            EXPECT_LE(Dialect(engine).StatementStarts(piece).size(), 1)
+                << name << ": " << piece.toStdString();
+        }
+    }
+    // The first piece as it stands, with a second statement run into it.
+    const QString first = SplitSqlScript(ExtractResourceTextContent("MSSQL.SQL", "db")).first();
+    ASSERT_TRUE(first.trimmed().startsWith("IF EXISTS"));
+    EXPECT_TRUE(Dialect(Engine::SqlServer).HoldsMoreThanOneStatement(first + "DROP TABLE tMembers"));
+}
+
+TEST(DialectStatements, LongInputsTakeTimeInProportion) {
+    // Each would take hours if a lexer went back over the text from every '$', '(' or ':'.
+    const int n = 200000;
+    const struct {
+        Engine engine;
+        QString sql;
+        bool refused;
+    } cases[] = {
+        {Engine::PostgreSQL, "SELECT $x$" + QString("$y").repeated(n), false},
+        {Engine::PostgreSQL, "SELECT 'a'" + QString("\n'a'").repeated(n) + ";;", true},
+        {Engine::PostgreSQL, "SELECT " + QString("$a").repeated(n), false},
+        {Engine::SQLite, "SELECT " + QString(":a::").repeated(n), false},
+        {Engine::SqlServer, "SELECT " + QString("(").repeated(n) + "1" + QString(")").repeated(n), false},
+        {Engine::SqlServer, "SELECT 1" + QString(" UNION SELECT 1").repeated(n), false},
+    };
+    for (const auto& c : cases) {
+        QElapsedTimer timer;
+        timer.start();
+        EXPECT_EQ(Dialect(c.engine).HoldsMoreThanOneStatement(c.sql), c.refused) << EngineText(c.engine);
+        EXPECT_LT(timer.elapsed(), 10000) << EngineText(c.engine) << ": " << c.sql.left(20).toStdString();
+    }
+}
+
+// On a live server: the text PostgreSQL would run as two statements is refused, and nothing ran.
+class DialectOnPostgres : public ::testing::Test, public test::DatabaseEnv {
+  protected:
+    void SetUp() override {
+        TLM_NEED_SERVER(!test::PostgresConnectionString().isEmpty(), "PostgreSQL case: TLM_TEST_PG");
+        SetUpEnv();
+    }
+    void TearDown() override { TearDownEnv(); }
+};
+
+TEST_F(DialectOnPostgres, DollarQuoteBehindANameBeyondAsciiIsRefusedAndTheTableStays) {
+    const QString name = NewPostgresDatabaseName();
+    ASSERT_TRUE(PostgresAdmin("CREATE DATABASE \"" + name + "\""));
+    Connection c;
+    Failure f;
+    ASSERT_TRUE(c.Open(PostgresServer() + ";Initial Catalog=" + name, &f)) << f.description.toStdString();
+    ASSERT_GE(c.Execute("CREATE TABLE victim (x integer)", {}, false, &f), 0) << f.description.toStdString();
+    // What the server makes of such a text on its own: both statements run.
+    QSqlQuery raw = c.NewQuery();
+    ASSERT_TRUE(raw.exec(QString::fromUtf8("SELECT 1 AS €$x$; CREATE TABLE witness (x integer); --$x$")));
+    ASSERT_GE(c.Execute("SELECT * FROM witness", {}, false, &f), 0) << f.description.toStdString();
+
+    const QString values[] = {
+        QString::fromUtf8("0 OR EXISTS(SELECT 1 AS €$x$); DROP TABLE victim; --$x$"),
+        QString::fromUtf8("') OR EXISTS(SELECT 1 AS €$x$)); DROP TABLE victim; --$x$"),
+    };
+    const QString statements[] = {
+        "Select * from victim where x >= " + values[0] + " ORDER BY x DESC",
+        "Select * from victim where  ((x Like '%" + values[1] + "%'))",
+    };
+    for (const QString& sql : statements) {
+        f = Failure();
+        EXPECT_EQ(c.Execute(sql, {}, true, &f), -1) << sql.toStdString();
+        EXPECT_TRUE(f.description.contains("more than one statement")) << f.description.toStdString();
+        f = Failure();
+        EXPECT_GE(c.Execute("SELECT * FROM victim", {}, false, &f), 0) << f.description.toStdString();
+    }
 }
 
 TEST(DialectStatements, BareTableNamesAndTheTableWrittenBack) {
