@@ -237,6 +237,10 @@ void cMySettings::ReadSettings() {
     DBConnectionString = store.get(QStringLiteral("DBConnectionString"), QString());
     const QString last = store.get(QStringLiteral("LastReported"), QString());
     QDateTime lastDate = QDateTime::fromString(last, SystemDateTimeFormat());
+    // A two-digit year ("M/d/yy") reads as 19yy; 00-29 are this century, as DateSerial has them.
+    if (lastDate.isValid() && !SystemShortDateFormat().contains(QLatin1String("yyyy")) &&
+        lastDate.date().year() < 1930)
+        lastDate = lastDate.addYears(100);
     if (!lastDate.isValid())  // as earlier builds wrote it
         lastDate = QDateTime::fromString(last, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
     if (!lastDate.isValid())

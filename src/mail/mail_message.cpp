@@ -10,6 +10,9 @@ namespace {
 
 constexpr int kFoldAt = 76;             // soft limit of a header line
 constexpr int kEncodedChunkBytes = 45;  // 60 base64 characters: an encoded word stays under 75
+// A plain piece that cannot be folded and is longer than this could push its line past the hard
+// limit of 998 octets; it goes as encoded words instead, which fold.
+constexpr int kLongestUnfolded = 998 - kFoldAt;
 
 bool HasLineBreak(const QString& s) {
     return s.contains(QLatin1Char('\r')) || s.contains(QLatin1Char('\n'));
@@ -71,8 +74,15 @@ QByteArray EncodeWords(const QString& text) {
     return out;
 }
 
+bool HasUnfoldableWord(const QString& text) {
+    for (const QStringView word : QStringView(text).split(u' '))
+        if (word.size() > kLongestUnfolded)
+            return true;
+    return false;
+}
+
 QByteArray EncodeHeaderTextAt(const QString& text, int used) {
-    if (NeedsEncoding(text))
+    if (NeedsEncoding(text) || HasUnfoldableWord(text))
         return EncodeWords(text);
     return FoldAscii(text.toLatin1(), used);
 }
@@ -96,7 +106,10 @@ QByteArray EncodeDisplayName(const QString& name) {
 QByteArray FormatAddress(const MailAddress& a) {
     if (a.name.isEmpty())
         return a.address.toLatin1();
-    return EncodeDisplayName(a.name) + " <" + a.address.toLatin1() + '>';
+    const QByteArray tail = " <" + a.address.toLatin1() + '>';
+    const QByteArray name = EncodeDisplayName(a.name);
+    // A name is never folded where it stands: a very long one goes as encoded words.
+    return (name.size() + tail.size() > kLongestUnfolded ? EncodeWords(a.name) : name) + tail;
 }
 
 // "Name: a, b, c" folded between addresses.

@@ -37,7 +37,10 @@ bool ReadOutboxMail(const QString& path, OutboxMail* out, QString* error) {
     OutboxMail mail;
     qsizetype pos = 0;
     while (all.mid(pos, 6).compare("X-Tlm-", Qt::CaseInsensitive) == 0) {
-        const qsizetype end = all.indexOf("\r\n", pos);
+        qsizetype end = all.indexOf("\r\n", pos);
+        // A long X-Tlm-Failure reason is folded; its continuation lines belong to it, not to the mail.
+        while (end >= 0 && (all.mid(end + 2, 1) == " " || all.mid(end + 2, 1) == "\t"))
+            end = all.indexOf("\r\n", end + 2);
         if (end < 0)
             return fail(QStringLiteral("%1 ends inside its first lines.").arg(path));
         const QByteArray line = all.mid(pos, end - pos);
