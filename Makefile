@@ -6,7 +6,7 @@ BUILD_RUN := build/release
 BUILD_BENCH := build/bench
 RUN_HOME := $(CURDIR)/build/run
 
-.PHONY: all deps run-home run demo test build-test build-run bench format clean
+.PHONY: all deps run-home run demo test build-test build-run bench fuzz format clean
 
 all: build-run
 
@@ -43,8 +43,15 @@ build-test: deps $(BUILD_TEST)/CMakeCache.txt
 	cmake --build $(BUILD_TEST) -j $(JOBS)
 
 # Starts the servers the tests need on loopback, runs every test, stops the servers pass or fail.
+# The fuzz targets then run a few seconds each, with every saved regression input (scripts/fuzz.sh).
 test: build-test
 	@bash scripts/test-servers.sh run -- ctest --test-dir $(BUILD_TEST) --output-on-failure -j $(JOBS)
+	@FUZZ_JOBS=$(JOBS) bash scripts/fuzz.sh --short
+
+# libFuzzer targets (clang, build/fuzz), FUZZ_S seconds each; findings in build/fuzz/findings.
+FUZZ_S ?= 60
+fuzz: deps
+	@FUZZ_S=$(FUZZ_S) FUZZ_JOBS=$(JOBS) bash scripts/fuzz.sh
 
 $(BUILD_BENCH)/CMakeCache.txt:
 	cmake -S . -B $(BUILD_BENCH) -DCMAKE_BUILD_TYPE=Release -DTLM_BUILD_TESTS=OFF -DTLM_BUILD_BENCH=ON

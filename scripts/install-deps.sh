@@ -12,6 +12,9 @@ packages=(
   xvfb xauth libgtest-dev libgmock-dev googletest libbenchmark-dev
   unixodbc unixodbc-dev tdsodbc poppler-utils
   python3-openpyxl sqlite3
+  # the fuzz targets (scripts/fuzz.sh): clang with libFuzzer and its sanitizer runtimes; SQLite's
+  # own statement reader for the cross-check of the one-statement test
+  clang libclang-rt-14-dev libsqlite3-dev
   # tools for scripts/screenshots.sh: drives the screens under Xvfb and saves the pictures
   xdotool imagemagick
 )
