@@ -291,10 +291,11 @@ bool Connection::OpenTarget(const ConnectionTarget& target, Failure* failure) {
     dialect_ = Dialect(target.engine);
     QStringList setup;
     if (target.engine == Engine::SQLite) {
-        // Several programs save into one file at once: WAL lets readers and one writer work side by
-        // side, and the busy timeout makes a second writer wait instead of failing.
-        setup = {QStringLiteral("PRAGMA busy_timeout = 5000"), QStringLiteral("PRAGMA journal_mode = WAL"),
-                 QStringLiteral("PRAGMA synchronous = NORMAL"), QStringLiteral("PRAGMA foreign_keys = OFF")};
+        // The file lives in a shared network folder, where WAL's shared memory does not reach the
+        // other machines: the rollback journal, always, and a file left in WAL mode is switched back.
+        // The busy timeout makes a second writer wait instead of failing.
+        setup = {QStringLiteral("PRAGMA busy_timeout = 5000"), QStringLiteral("PRAGMA journal_mode = DELETE"),
+                 QStringLiteral("PRAGMA foreign_keys = OFF")};
     } else if (target.engine == Engine::PostgreSQL) {
         setup = {QStringLiteral("SET client_min_messages TO warning"),
                  QStringLiteral("SET standard_conforming_strings TO on"),

@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 
 #include "core/codecs.h"
 #include "core/money.h"
@@ -129,7 +131,29 @@ TEST_F(BlankFile, HoldsTheElevenTablesAndTheRowsOfABlankDatabase) {
     EXPECT_EQ(member->Fields("AdminAccess").Value(), QVariant(0));
 
     auto mode = Read(file, QStringLiteral("PRAGMA journal_mode"));
-    EXPECT_EQ(mode->Fields(0).Value().toString(), "wal");
+    EXPECT_EQ(mode->Fields(0).Value().toString(), "delete");
+}
+
+// A file another build left in WAL mode is switched back to the rollback journal when opened: WAL's
+// shared memory does not work across the machines of a network folder.
+TEST_F(BlankFile, AFileInWalModeIsOpenedWithTheRollbackJournal) {
+    const QString file = dir + QStringLiteral("/") + kDatabaseFileName;
+    ASSERT_TRUE(DB::CreateDB(file));
+    {
+        Connection c;
+        ASSERT_TRUE(c.Open(SqliteConnectionString(file)));
+        ASSERT_GE(c.Execute(QStringLiteral("PRAGMA journal_mode = WAL"), {}, false, nullptr), 0);
+    }
+    {
+        QSqlDatabase raw = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("wal-probe"));
+        raw.setDatabaseName(file);
+        ASSERT_TRUE(raw.open());
+        QSqlQuery q(raw);
+        ASSERT_TRUE(q.exec(QStringLiteral("PRAGMA journal_mode")) && q.next());
+        EXPECT_EQ(q.value(0).toString(), "wal");
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("wal-probe"));
+    EXPECT_EQ(Read(file, QStringLiteral("PRAGMA journal_mode"))->Fields(0).Value().toString(), "delete");
 }
 
 TEST_F(BlankFile, FallbackBuildsTablesWithoutRows) {
