@@ -81,7 +81,8 @@ bool IsIdentifier(QStringView name) {
 }  // namespace sqlcompose
 
 Failure UnbalancedQuoteFailure(QStringView fragment, Engine engine) {
-    const QString near = Near(fragment);
+    // The engines quote the token from the quote that was left open.
+    const QString near = fragment.startsWith(u'\'') ? Near(fragment.mid(1)) : Near(fragment);
     QString text;
     switch (engine) {
         case Engine::SQLite:
