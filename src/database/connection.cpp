@@ -293,9 +293,10 @@ bool Connection::OpenTarget(const ConnectionTarget& target, Failure* failure) {
     if (target.engine == Engine::SQLite) {
         // The file lives in a shared network folder, where WAL's shared memory does not reach the
         // other machines: the rollback journal, always, and a file left in WAL mode is switched back.
-        // The busy timeout makes a second writer wait instead of failing.
-        setup = {QStringLiteral("PRAGMA busy_timeout = 5000"), QStringLiteral("PRAGMA journal_mode = DELETE"),
-                 QStringLiteral("PRAGMA foreign_keys = OFF")};
+        // The busy timeout makes a second writer wait instead of failing; with the rollback journal a
+        // busy writer can hold the file through many short commits, so the wait is generous.
+        setup = {QStringLiteral("PRAGMA busy_timeout = 30000"),
+                 QStringLiteral("PRAGMA journal_mode = DELETE"), QStringLiteral("PRAGMA foreign_keys = OFF")};
     } else if (target.engine == Engine::PostgreSQL) {
         setup = {QStringLiteral("SET client_min_messages TO warning"),
                  QStringLiteral("SET standard_conforming_strings TO on"),

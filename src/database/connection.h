@@ -70,7 +70,7 @@ class Connection {
     Connection& operator=(const Connection&) = delete;
 
     // Opens by connection string. An SQLite file must exist and hold the shared schema (it is opened
-    // read-write, rollback journal, busy timeout 5 s, foreign keys off); it is never created here.
+    // read-write, rollback journal, busy timeout 30 s, foreign keys off); it is never created here.
     // Unreachable servers, refused logins and foreign files fail with dberr::kUnspecified.
     bool Open(const QString& connectionString, Failure* failure = nullptr);
     void Close();
