@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "core/failure.h"
-#include "database/provisioning.h"
 #include "database/sql_compose.h"
+#include "database/value_conversion.h"
 
 namespace tlm {
 
@@ -17,10 +17,10 @@ class Connection;
 
 // A forward-only, read-only cursor for reads too large to hold: each Next() fetches one row from
 // the engine (PostgreSQL in single-row mode), so memory stays flat however many rows there are.
-// Values are converted as the recordsets convert them: money as tlm::Money, dates as a local
-// QDateTime, flags 0/1, a NULL as a null QVariant of the column's type. Field names match without
-// regard to case. The statement stays open until Close() or the end of the rows, so a long read
-// holds the engine's read lock that long.
+// Values are converted as the recordsets convert them (ConvertStoredValue, value_conversion.h):
+// money as tlm::Money, dates as a local QDateTime, flags 0/1, a NULL as a null QVariant of the
+// column's type. Field names match without regard to case. The statement stays open until Close()
+// or the end of the rows, so a long read holds the engine's read lock that long.
 class Cursor {
   public:
     explicit Cursor(std::shared_ptr<Connection> connection);
@@ -45,21 +45,12 @@ class Cursor {
     const Failure& LastError() const { return error_; }
 
   private:
-    struct Column {
-        QString name;
-        ColumnKind kind;
-        qint32 adoType;
-    };
-
     std::shared_ptr<Connection> connection_;
     std::unique_ptr<QSqlQuery> query_;
-    std::vector<Column> columns_;
+    std::vector<StoredColumn> columns_;
     QHash<QString, int> index_;
     bool open_ = false;
     Failure error_;
 };
-
-// One stored value as a field gives it, by the column's kind (shared by the cursor's reads).
-QVariant ConvertStoredValue(const QVariant& raw, ColumnKind kind, qint32 adoType);
 
 }  // namespace tlm

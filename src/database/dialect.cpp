@@ -1,9 +1,15 @@
 #include "database/dialect.h"
 
 #include <QDate>
+#include <QDateTime>
+#include <QFileInfo>
+#include <QHash>
 #include <QRegularExpression>
 #include <QSet>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTime>
+#include <QUrl>
 #include <algorithm>
 #include <vector>
 
@@ -934,6 +940,284 @@ QString Dialect::SourceTable(const QString& sql) {
     if (name.startsWith(u'[') || name.startsWith(u'"'))
         name = name.mid(1, name.size() - 2);
     return name;
+}
+
+// ---- what else differs per engine ------------------------------------------------------------
+
+namespace {
+
+// One row an engine; what takes code rather than a value is a switch in the method below.
+struct EngineTraits {
+    Engine engine;
+    const char* provider;  // the provider word of the connection string
+    bool providerPrefix;   // SQL Server's word carries a version ("SQLOLEDB.1")
+    const char* driver;
+    bool opensFile;
+    const char* script;        // the creation script of a server database
+    const char* dateFormat;    // how a date is stored and bound
+    const char* insertOutput;  // between the column list and VALUES, to hand back the new ID
+    const char* insertReturning;
+    bool idFromDriver;  // the new ID comes from the driver's last insert id, not from a result row
+    bool runsUnboundTextDirectly;
+    bool handsOverWholeResult;
+    bool reconnectsOnUse;
+    bool bracketsNames;
+    CaseBlindText caseBlindText;
+};
+
+constexpr EngineTraits kEngines[] = {
+    {Engine::SQLite, "SQLite", false, "QSQLITE", true, "", "yyyy-MM-dd HH:mm:ss", "", "", true, false, false,
+     false, false, CaseBlindText::NocaseCollation},
+    {Engine::PostgreSQL, "PostgreSQL", false, "QPSQL", false, "POSTGRESQL.SQL", "yyyy-MM-dd HH:mm:ss", "",
+     " RETURNING ID", false, true, true, true, false, CaseBlindText::CitextType},
+    {Engine::SqlServer, "SQLOLEDB", true, "QODBC", false, "MSSQL.SQL", "yyyyMMdd HH:mm:ss",
+     " OUTPUT INSERTED.ID", "", false, false, false, false, true, CaseBlindText::ByDefault},
+};
+
+const EngineTraits& Traits(Engine engine) {
+    for (const EngineTraits& t : kEngines)
+        if (t.engine == engine)
+            return t;
+    return kEngines[0];
+}
+
+}  // namespace
+
+ConnectionTarget ParseConnectionString(const QString& connectionString) {
+    QHash<QString, QString> kv;
+    for (const QString& part : connectionString.split(u';')) {
+        const qsizetype eq = part.indexOf(u'=');
+        if (eq < 0)
+            continue;
+        const QString key = part.left(eq).trimmed().toLower();
+        if (!kv.contains(key))
+            kv.insert(key, part.mid(eq + 1).trimmed());
+    }
+    ConnectionTarget t;
+    t.provider = kv.value(QStringLiteral("provider"));
+    const QString source = kv.value(QStringLiteral("data source"));
+    if (const std::optional<Engine> engine = Dialect::EngineOfProvider(t.provider)) {
+        t.known = true;
+        t.engine = *engine;
+        if (Dialect(t.engine).OpensFile()) {
+            t.path = source;
+            return t;
+        }
+    }
+    QString host = source;
+    const qsizetype comma = host.indexOf(u',');
+    if (comma >= 0) {
+        t.port = host.mid(comma + 1).trimmed().toInt();
+        host = host.left(comma).trimmed();
+    }
+    const qsizetype slash = host.indexOf(u'\\');
+    if (slash >= 0) {
+        t.instance = host.mid(slash + 1);
+        host = host.left(slash);
+    }
+    t.host = host;
+    t.database = kv.value(QStringLiteral("initial catalog"));
+    t.user = kv.value(QStringLiteral("user id"), kv.value(QStringLiteral("uid")));
+    t.password = kv.value(QStringLiteral("password"), kv.value(QStringLiteral("pwd")));
+    const QString integrated = kv.value(QStringLiteral("integrated security")).toLower();
+    t.integratedSecurity = integrated == u"sspi" || integrated == u"true" || integrated == u"yes";
+    return t;
+}
+
+QString SqliteConnectionString(const QString& filePath) {
+    return QStringLiteral("Provider=") + QLatin1StringView(Traits(Engine::SQLite).provider) +
+           QStringLiteral(";Data Source=") + filePath;
+}
+
+QString OdbcConnectionString(const ConnectionTarget& t) {
+    // A value with ';' or braces must be braced, with '}' doubled, or the driver splits it.
+    auto value = [](const QString& v) {
+        if (!v.contains(u';') && !v.contains(u'{') && !v.contains(u'}') && v.trimmed() == v)
+            return v;
+        return u'{' + QString(v).replace(u'}', QStringLiteral("}}")) + u'}';
+    };
+    QString s = QStringLiteral("DRIVER={FreeTDS};SERVER=") + value(t.host);
+    if (!t.instance.isEmpty())
+        s += u'\\' + t.instance;
+    s += QStringLiteral(";PORT=") + QString::number(t.port > 0 ? t.port : 1433);
+    s += QStringLiteral(";DATABASE=") + value(t.database);
+    if (t.integratedSecurity)
+        s += QStringLiteral(";Trusted_Connection=Yes");
+    else
+        s += QStringLiteral(";UID=") + value(t.user) + QStringLiteral(";PWD=") + value(t.password);
+    s += QStringLiteral(";TDS_Version=7.4;ClientCharset=UTF-8");
+    return s;
+}
+
+std::optional<Engine> Dialect::EngineOfProvider(const QString& provider) {
+    for (const EngineTraits& t : kEngines) {
+        const QLatin1StringView word(t.provider);
+        if (t.providerPrefix ? provider.startsWith(word, Qt::CaseInsensitive)
+                             : provider.compare(word, Qt::CaseInsensitive) == 0)
+            return t.engine;
+    }
+    return std::nullopt;
+}
+
+QString Dialect::ServerScriptName(const ConnectionTarget& target) {
+    const char* script = target.known ? Traits(target.engine).script : "";
+    // The file engine has no script: any provider but a server's reads SQL Server's.
+    return QString::fromLatin1(*script ? script : Traits(Engine::SqlServer).script);
+}
+
+bool Dialect::OpensFile() const {
+    return Traits(engine_).opensFile;
+}
+
+QString Dialect::DriverName() const {
+    return QString::fromLatin1(Traits(engine_).driver);
+}
+
+void Dialect::ConfigureDatabase(QSqlDatabase& db, const ConnectionTarget& target) const {
+    switch (engine_) {
+        case Engine::SQLite: {
+            // mode=rw: an existing file only (a missing one is an error, never an empty new file);
+            // rwc when building a new one.
+            const bool create = !QFileInfo::exists(target.path);
+            QUrl url = QUrl::fromLocalFile(QFileInfo(target.path).absoluteFilePath());
+            url.setQuery(create ? QStringLiteral("mode=rwc") : QStringLiteral("mode=rw"));
+            db.setDatabaseName(url.toString(QUrl::FullyEncoded));
+            db.setConnectOptions(QStringLiteral("QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=5000"));
+            break;
+        }
+        case Engine::PostgreSQL:
+            db.setHostName(target.host.isEmpty() ? QStringLiteral("localhost") : target.host);
+            if (target.port > 0)
+                db.setPort(target.port);
+            db.setDatabaseName(target.database.isEmpty() ? QStringLiteral("postgres") : target.database);
+            if (!target.integratedSecurity) {
+                db.setUserName(target.user);
+                db.setPassword(target.password);
+            }
+            // The provider's own login time-out; a dead host must not hang the screen forever.
+            db.setConnectOptions(QStringLiteral("connect_timeout=15"));
+            break;
+        case Engine::SqlServer:
+            db.setDatabaseName(OdbcConnectionString(target));
+            db.setConnectOptions(QStringLiteral("SQL_ATTR_LOGIN_TIMEOUT=15;SQL_ATTR_CONNECTION_TIMEOUT=15"));
+            break;
+    }
+}
+
+QStringList Dialect::SessionSetup() const {
+    switch (engine_) {
+        case Engine::SQLite:
+            // The file lives in a shared network folder, where WAL's shared memory does not reach the
+            // other machines: the rollback journal, always, and a file left in WAL mode is switched
+            // back. The busy timeout makes a second writer wait instead of failing; with the rollback
+            // journal a busy writer can hold the file through many short commits, so the wait is
+            // generous.
+            return {QStringLiteral("PRAGMA busy_timeout = 30000"),
+                    QStringLiteral("PRAGMA journal_mode = DELETE"),
+                    QStringLiteral("PRAGMA foreign_keys = OFF")};
+        case Engine::PostgreSQL:
+            return {QStringLiteral("SET client_min_messages TO warning"),
+                    QStringLiteral("SET standard_conforming_strings TO on"),
+                    QStringLiteral("SET DateStyle TO ISO, YMD")};
+        case Engine::SqlServer:
+            break;
+    }
+    return {};
+}
+
+QString Dialect::SharedSchemaProbe() const {
+    if (!OpensFile())
+        return QString();
+    return QStringLiteral(
+        "SELECT 1 FROM sqlite_master WHERE type = 'table' AND name = 'tReportedAppointments' COLLATE NOCASE");
+}
+
+bool Dialect::RunsUnboundTextDirectly() const {
+    return Traits(engine_).runsUnboundTextDirectly;
+}
+
+std::optional<QString> Dialect::DatabaseOfUse(const QString& sql) const {
+    if (!Traits(engine_).reconnectsOnUse)
+        return std::nullopt;
+    static const QRegularExpression use(
+        QStringLiteral("^\\s*use\\s+(\\S.*?)\\s*$"),
+        QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
+    const auto m = use.match(sql);
+    if (!m.hasMatch())
+        return std::nullopt;
+    QString name = m.captured(1);
+    if ((name.startsWith(u'[') && name.endsWith(u']')) || (name.startsWith(u'"') && name.endsWith(u'"')))
+        name = name.mid(1, name.size() - 2);
+    return name;
+}
+
+bool Dialect::MeansLostConnection(const QString& nativeErrorCode) const {
+    switch (engine_) {
+        case Engine::SQLite: {
+            // Busy, locked, I/O, cannot open, read-only, not a database: the file, not the statement.
+            const int rc = nativeErrorCode.toInt() & 0xff;
+            return rc == 5 || rc == 6 || rc == 8 || rc == 10 || rc == 14 || rc == 26;
+        }
+        case Engine::PostgreSQL:
+            return nativeErrorCode.startsWith(QStringLiteral("08")) ||
+                   nativeErrorCode.startsWith(QStringLiteral("57P"));
+        case Engine::SqlServer:
+            return nativeErrorCode.startsWith(QStringLiteral("08"));
+    }
+    return false;
+}
+
+bool Dialect::HandsOverWholeResult() const {
+    return Traits(engine_).handsOverWholeResult;
+}
+
+QString Dialect::DateStorageText(const QDateTime& dt) const {
+    return dt.toString(QString::fromLatin1(Traits(engine_).dateFormat));
+}
+
+QString Dialect::QuoteName(const QString& name) const {
+    return Traits(engine_).bracketsNames ? u'[' + name + u']' : name;
+}
+
+QString Dialect::InsertStatement(const QString& table, const QStringList& quotedNames) const {
+    const EngineTraits& t = Traits(engine_);
+    const QLatin1StringView output(t.insertOutput);
+    QString sql = QStringLiteral("INSERT INTO ") + table;
+    if (quotedNames.isEmpty()) {
+        sql += output + QStringLiteral(" DEFAULT VALUES");
+    } else {
+        QString placeholders;
+        for (qsizetype i = 0; i < quotedNames.size(); ++i)
+            placeholders += i ? QStringLiteral(", ?") : QStringLiteral("?");
+        sql += QStringLiteral(" (") + quotedNames.join(QStringLiteral(", ")) + u')' + output +
+               QStringLiteral(" VALUES (") + placeholders + u')';
+    }
+    return sql + QLatin1StringView(t.insertReturning);
+}
+
+QVariant Dialect::InsertedId(QSqlQuery& query) const {
+    if (Traits(engine_).idFromDriver)
+        return query.lastInsertId();
+    return query.next() ? query.value(0) : QVariant();
+}
+
+QString Dialect::UnbalancedQuoteText(const QString& near) const {
+    switch (engine_) {
+        case Engine::SQLite:
+            return QStringLiteral("unrecognized token: \"'") + near +
+                   QStringLiteral("\" Unable to execute statement");
+        case Engine::PostgreSQL:
+            return QStringLiteral("ERROR:  unterminated quoted string at or near \"'") + near +
+                   QStringLiteral("\"\n(42601) QPSQL: Unable to create query");
+        case Engine::SqlServer:
+            break;
+    }
+    return QStringLiteral("[FreeTDS][SQL Server]Unclosed quotation mark after the character string '") +
+           near + QStringLiteral("'. (105)");
+}
+
+CaseBlindText Dialect::CaseBlindTextBy() const {
+    return Traits(engine_).caseBlindText;
 }
 
 QStringList SplitSqlScript(const QString& script) {

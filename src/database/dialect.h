@@ -2,12 +2,49 @@
 
 #include <QString>
 #include <QStringList>
+#include <QVariant>
+#include <optional>
+
+class QDateTime;
+class QSqlDatabase;
+class QSqlQuery;
 
 namespace tlm {
 
 // The engines behind the database kinds: DBChoice 0 is an SQLite file; DBChoice 1 is a server,
 // chosen by the provider word of the connection string ("SQLOLEDB.1" or "PostgreSQL").
 enum class Engine { SQLite, PostgreSQL, SqlServer };
+
+// What a connection string names. Forms read:
+//   "Provider=SQLite;Data Source=<file>"                               (DBChoice 0)
+//   "Provider=SQLOLEDB.1;Persist Security Info=True;Password=p;User ID=u;Data Source=host[,port|\inst];
+//    Initial Catalog=db"  or ";Integrated Security=SSPI" instead of the credentials
+//   "Provider=PostgreSQL;Data Source=host[,port];Initial Catalog=db;User ID=u;Password=p"
+// Keys are read without regard to case or order.
+struct ConnectionTarget {
+    bool known = false;  // a provider this program can open
+    Engine engine = Engine::SQLite;
+    QString provider;
+    QString path;  // SQLite
+    QString host;
+    int port = 0;
+    QString instance;
+    QString database;
+    QString user;
+    QString password;
+    bool integratedSecurity = false;
+};
+ConnectionTarget ParseConnectionString(const QString& connectionString);
+QString SqliteConnectionString(const QString& filePath);
+// The ODBC text for a SQL Server target through the FreeTDS driver.
+QString OdbcConnectionString(const ConnectionTarget& target);
+
+// How an engine compares text without regard to case, which databases made by earlier builds lack.
+enum class CaseBlindText {
+    ByDefault,        // the default collation already ignores case
+    NocaseCollation,  // text columns declared COLLATE NOCASE (tables are rebuilt to get it)
+    CitextType,       // text columns of the citext type
+};
 
 // Query code composes one of two SQL forms: the file form when DBChoice is 0 and the server form
 // otherwise. A Dialect turns that text into what its engine takes, just before prepare.
@@ -39,6 +76,9 @@ enum class Engine { SQLite, PostgreSQL, SqlServer };
 //   True, False                                    -> 1, 0 (flags are smallint 0/1)
 // SQL Server takes the server form unchanged.
 // Nothing inside quotes or comments is touched.
+//
+// Everything else that differs between the engines is answered here too, so the connection, the
+// recordsets and the provisioning never ask which engine they talk to.
 class Dialect {
   public:
     explicit Dialect(Engine engine) : engine_(engine) {}
@@ -63,6 +103,58 @@ class Dialect {
     static QString ExpandBareTableName(const QString& sqlOrTable);
     // The one table a "SELECT ... FROM t ..." reads, or empty (joins and subqueries give empty).
     static QString SourceTable(const QString& sql);
+
+    // ---- opening a connection
+    // The engine a connection string's provider word names: "SQLite", "SQLOLEDB..." or "PostgreSQL",
+    // without regard to case.
+    static std::optional<Engine> EngineOfProvider(const QString& provider);
+    // The creation script of a server database (DBChoice 1): "POSTGRESQL.SQL" for a PostgreSQL
+    // target, "MSSQL.SQL" for any other.
+    static QString ServerScriptName(const ConnectionTarget& target);
+    // True when the target is a file (the connection string's Data Source is its path) that must
+    // exist and hold the shared schema before it is opened.
+    bool OpensFile() const;
+    // The Qt SQL driver: QSQLITE, QPSQL or QODBC.
+    QString DriverName() const;
+    // Points the driver at the target: the file (read-write; created only when missing), the host
+    // and login, or the ODBC text; with the engine's own wait for a dead host or a busy file.
+    void ConfigureDatabase(QSqlDatabase& db, const ConnectionTarget& target) const;
+    // Statements run on each new connection before any other.
+    QStringList SessionSetup() const;
+    // A read that finds a row only in a database of the shared schema, for engines that open a
+    // file (a foreign file is refused and never written to); empty for the others.
+    QString SharedSchemaProbe() const;
+
+    // ---- running statements
+    // True when a text without bound values is run as it stands rather than prepared (PostgreSQL
+    // cannot prepare every statement, CREATE DATABASE among them).
+    bool RunsUnboundTextDirectly() const;
+    // The database a "use <db>" statement names, where the engine switches databases only by
+    // connecting anew (PostgreSQL; the creation scripts rely on "use"); else nothing.
+    std::optional<QString> DatabaseOfUse(const QString& sql) const;
+    // True when the driver's error code means the connection or the file is lost (or busy), not that
+    // the statement was refused.
+    bool MeansLostConnection(const QString& nativeErrorCode) const;
+    // True when the driver hands over the whole result at once unless asked to read forward only,
+    // which it then does row by row at a higher cost per row (PostgreSQL's single-row mode).
+    bool HandsOverWholeResult() const;
+
+    // ---- values and rows
+    // A date as the engine stores it: "yyyy-MM-dd HH:mm:ss", or "yyyyMMdd HH:mm:ss" on SQL Server,
+    // which reads the dashed form by its language setting.
+    QString DateStorageText(const QDateTime& dt) const;
+    // A column name as a written row names it.
+    QString QuoteName(const QString& name) const;
+    // "INSERT INTO t (a, b) VALUES (?, ?)" (or DEFAULT VALUES without names) with what the engine
+    // needs to hand back the new row's ID.
+    QString InsertStatement(const QString& table, const QStringList& quotedNames) const;
+    // The new row's ID once InsertStatement has run on the query, or an invalid value.
+    QVariant InsertedId(QSqlQuery& query) const;
+
+    // ---- what the engine says and how it compares
+    // The engine's message for a quote left open, near the text from the quote on.
+    QString UnbalancedQuoteText(const QString& near) const;
+    CaseBlindText CaseBlindTextBy() const;
 
   private:
     Engine engine_;

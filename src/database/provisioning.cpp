@@ -6,8 +6,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSqlQuery>
-#include <QSqlRecord>
 #include <QUuid>
 
 #include "core/codecs.h"
@@ -15,170 +13,13 @@
 #include "core/local_settings.h"
 #include "core/process_state.h"
 #include "core/prompt.h"
-#include "database/connection.h"
+#include "database/dialect.h"
+#include "database/link.h"
 #include "database/recordset.h"
 
 namespace tlm {
 
-const std::vector<TableDef>& Schema() {
-    static const std::vector<TableDef> tables = [] {
-        // Both reported tables end with the same columns, from the member who reported the item on.
-        const auto withReportedTail = [](std::vector<ColumnDef> columns) {
-            columns.insert(columns.end(), {{QStringLiteral("ReportedBy"), ColumnKind::Text},
-                                           {QStringLiteral("ProjectValue"), ColumnKind::Text},
-                                           {QStringLiteral("ActivityValue"), ColumnKind::Text}});
-            for (int i = 1; i <= 8; ++i)
-                columns.push_back({QStringLiteral("Field%1Value").arg(i), ColumnKind::Text});
-            columns.insert(columns.end(), {{QStringLiteral("Field9Value"), ColumnKind::Money},
-                                           {QStringLiteral("Field10Value"), ColumnKind::Money},
-                                           {QStringLiteral("TotalCost"), ColumnKind::Money},
-                                           {QStringLiteral("Approved"), ColumnKind::Bool},
-                                           {QStringLiteral("ApprovedBy"), ColumnKind::Text}});
-            return columns;
-        };
-        std::vector<TableDef> t = {
-            {QStringLiteral("tProjects"),
-             {{QStringLiteral("ID"), ColumnKind::Id},
-              {QStringLiteral("ProjectName"), ColumnKind::Text},
-              {QStringLiteral("ProjectManager"), ColumnKind::Text},
-              {QStringLiteral("Rate"), ColumnKind::Money},
-              {QStringLiteral("ColorCode"), ColumnKind::Int16},
-              {QStringLiteral("StartDate"), ColumnKind::DateTime},
-              {QStringLiteral("FinishDate"), ColumnKind::DateTime},
-              {QStringLiteral("Description"), ColumnKind::Memo},
-              {QStringLiteral("ProjectCode"), ColumnKind::Text}}},
-            {QStringLiteral("tActivities"),
-             {{QStringLiteral("ID"), ColumnKind::Id},
-              {QStringLiteral("ActivityName"), ColumnKind::Text},
-              {QStringLiteral("Project"), ColumnKind::Text},
-              {QStringLiteral("Rate"), ColumnKind::Money},
-              {QStringLiteral("Coordinator"), ColumnKind::Text},
-              {QStringLiteral("DueDate"), ColumnKind::DateTime}}},
-            {QStringLiteral("tMembers"),
-             {{QStringLiteral("ID"), ColumnKind::Id},
-              {QStringLiteral("Name"), ColumnKind::Text},
-              {QStringLiteral("Email"), ColumnKind::Text},
-              {QStringLiteral("Department"), ColumnKind::Text},
-              {QStringLiteral("Rate"), ColumnKind::Money},
-              {QStringLiteral("AdminAccess"), ColumnKind::Bool}}},
-            {QStringLiteral("tNotificationTemplates"),
-             {{QStringLiteral("ID"), ColumnKind::Id},
-              {QStringLiteral("NotificationName"), ColumnKind::Text},
-              {QStringLiteral("NotificationValue"), ColumnKind::Memo},
-              {QStringLiteral("Enabled"), ColumnKind::Bool}}},
-            {QStringLiteral("tGeneralSettings"),
-             {{QStringLiteral("ID"), ColumnKind::Id},
-              {QStringLiteral("KeyID"), ColumnKind::Text},
-              {QStringLiteral("KeyVal"), ColumnKind::Memo},
-              {QStringLiteral("KeyLocal"), ColumnKind::Bool}}},
-        };
-        for (int i = 1; i <= 4; ++i)
-            t.push_back({QStringLiteral("tCustomList%1").arg(i),
-                         {{QStringLiteral("ID"), ColumnKind::Id},
-                          {QStringLiteral("CustomFieldName"), ColumnKind::Text}}});
-        t.push_back({QStringLiteral("tReportedTasks"),
-                     withReportedTail({
-                         {QStringLiteral("ID"), ColumnKind::Id},
-                         {QStringLiteral("ActualWork"), ColumnKind::Int32},
-                         {QStringLiteral("BillingInformation"), ColumnKind::Text},
-                         {QStringLiteral("Categories"), ColumnKind::Text},
-                         {QStringLiteral("Companies"), ColumnKind::Text},
-                         {QStringLiteral("Complete"), ColumnKind::Bool},
-                         {QStringLiteral("ContactNames"), ColumnKind::Text},
-                         {QStringLiteral("CreationTime"), ColumnKind::DateTime},
-                         {QStringLiteral("DateCompleted"), ColumnKind::DateTime},
-                         {QStringLiteral("DelegationState"), ColumnKind::Text},
-                         {QStringLiteral("Delegator"), ColumnKind::Text},
-                         {QStringLiteral("DueDate"), ColumnKind::DateTime},
-                         {QStringLiteral("EntryID"), ColumnKind::Memo},
-                         {QStringLiteral("Importance"), ColumnKind::Text},
-                         {QStringLiteral("IsRecurring"), ColumnKind::Bool},
-                         {QStringLiteral("LastModificationTime"), ColumnKind::DateTime},
-                         {QStringLiteral("Mileage"), ColumnKind::Text},
-                         {QStringLiteral("NoAging"), ColumnKind::Bool},
-                         {QStringLiteral("Ordinal"), ColumnKind::Int32},
-                         {QStringLiteral("Owner"), ColumnKind::Text},
-                         {QStringLiteral("Ownership"), ColumnKind::Text},
-                         {QStringLiteral("Role"), ColumnKind::Text},
-                         {QStringLiteral("SchedulePlusPriority"), ColumnKind::Text},
-                         {QStringLiteral("Sensitivity"), ColumnKind::Text},
-                         {QStringLiteral("StartDate"), ColumnKind::DateTime},
-                         {QStringLiteral("Status"), ColumnKind::Text},
-                         {QStringLiteral("StatusOnCompletionRecipients"), ColumnKind::Text},
-                         {QStringLiteral("StatusUpdateRecipients"), ColumnKind::Text},
-                         {QStringLiteral("Subject"), ColumnKind::Text},
-                         {QStringLiteral("TeamTask"), ColumnKind::Bool},
-                         {QStringLiteral("TotalWork"), ColumnKind::Int32},
-                         {QStringLiteral("Body"), ColumnKind::Memo},
-                         {QStringLiteral("HTMLBody"), ColumnKind::Memo},
-                         {QStringLiteral("ReportedDate"), ColumnKind::Text},
-                     })});
-        t.push_back({QStringLiteral("tReportedAppointments"),
-                     withReportedTail({
-                         {QStringLiteral("ID"), ColumnKind::Id},
-                         {QStringLiteral("AllDayEvent"), ColumnKind::Bool},
-                         {QStringLiteral("BillingInformation"), ColumnKind::Text},
-                         {QStringLiteral("BusyStatus"), ColumnKind::Text},
-                         {QStringLiteral("Categories"), ColumnKind::Text},
-                         {QStringLiteral("Companies"), ColumnKind::Text},
-                         {QStringLiteral("CreationTime"), ColumnKind::DateTime},
-                         {QStringLiteral("Duration"), ColumnKind::Int32},
-                         {QStringLiteral("EndDate"), ColumnKind::DateTime},
-                         {QStringLiteral("EntryID"), ColumnKind::Memo},
-                         {QStringLiteral("Importance"), ColumnKind::Text},
-                         {QStringLiteral("IsRecurring"), ColumnKind::Bool},
-                         {QStringLiteral("LastModificationTime"), ColumnKind::DateTime},
-                         {QStringLiteral("Location"), ColumnKind::Text},
-                         {QStringLiteral("MeetingStatus"), ColumnKind::Text},
-                         {QStringLiteral("Mileage"), ColumnKind::Text},
-                         {QStringLiteral("NoAging"), ColumnKind::Bool},
-                         {QStringLiteral("OptionalAttendees"), ColumnKind::Text},
-                         {QStringLiteral("Organizer"), ColumnKind::Text},
-                         {QStringLiteral("RecurrenceState"), ColumnKind::Text},
-                         {QStringLiteral("ReplyTime"), ColumnKind::DateTime},
-                         {QStringLiteral("RequiredAttendees"), ColumnKind::Text},
-                         {QStringLiteral("Resources"), ColumnKind::Text},
-                         {QStringLiteral("ResponseRequested"), ColumnKind::Bool},
-                         {QStringLiteral("ResponseStatus"), ColumnKind::Text},
-                         {QStringLiteral("Sensitivity"), ColumnKind::Text},
-                         {QStringLiteral("StartDate"), ColumnKind::DateTime},
-                         {QStringLiteral("NetMeetingOrganizerAlias"), ColumnKind::Text},
-                         {QStringLiteral("Body"), ColumnKind::Memo},
-                         {QStringLiteral("HTMLBody"), ColumnKind::Memo},
-                         {QStringLiteral("Subject"), ColumnKind::Text},
-                         {QStringLiteral("ReportedDate"), ColumnKind::DateTime},
-                     })});
-        return t;
-    }();
-    return tables;
-}
-
 namespace {
-
-const QHash<QString, ColumnKind>& KindsByName() {
-    static const QHash<QString, ColumnKind> kinds = [] {
-        QHash<QString, ColumnKind> k;
-        for (const TableDef& t : Schema())
-            for (const ColumnDef& c : t.columns) {
-                const QString key = c.name.toCaseFolded();
-                if (!k.contains(key) || c.kind == ColumnKind::DateTime)
-                    k.insert(key, c.kind);
-            }
-        return k;
-    }();
-    return kinds;
-}
-
-const QHash<QString, QString>& CanonicalNames() {
-    static const QHash<QString, QString> names = [] {
-        QHash<QString, QString> n;
-        for (const TableDef& t : Schema())
-            for (const ColumnDef& c : t.columns)
-                n.insert(c.name.toCaseFolded(), c.name);
-        return n;
-    }();
-    return names;
-}
 
 QString SqliteType(ColumnKind kind) {
     switch (kind) {
@@ -301,37 +142,6 @@ bool BuildSqliteFile(const QString& path, bool withRows, Failure* failure, bool*
 
 }  // namespace
 
-ColumnKind KindOfColumn(const QString& name) {
-    return KindsByName().value(name.toCaseFolded(), ColumnKind::Other);
-}
-
-QString CanonicalColumnName(const QString& name) {
-    return CanonicalNames().value(name.toCaseFolded(), name);
-}
-
-qint32 AdoTypeOf(ColumnKind kind) {
-    switch (kind) {
-        case ColumnKind::Id:
-        case ColumnKind::Int32:
-            return adotype::adInteger;
-        case ColumnKind::Int16:
-            return adotype::adSmallInt;
-        case ColumnKind::Text:
-            return adotype::adVarWChar;
-        case ColumnKind::Memo:
-            return adotype::adLongVarWChar;
-        case ColumnKind::Money:
-            return adotype::adCurrency;
-        case ColumnKind::DateTime:
-            return adotype::adDate;
-        case ColumnKind::Bool:
-            return adotype::adBoolean;
-        case ColumnKind::Other:
-            break;
-    }
-    return adotype::adVarWChar;
-}
-
 QStringList SqliteSchemaStatements() {
     QStringList out;
     for (const TableDef& t : Schema()) {
@@ -370,12 +180,9 @@ bool DB::CreateDB(const QString& path) {
 QString GetSQLScript(qint32 dbChoice, const QString& connectionString) {
     QString name;
     switch (dbChoice) {
-        case 1: {
-            const ConnectionTarget t = ParseConnectionString(connectionString);
-            name = t.known && t.engine == Engine::PostgreSQL ? QStringLiteral("POSTGRESQL.SQL")
-                                                             : QStringLiteral("MSSQL.SQL");
+        case 1:
+            name = Dialect::ServerScriptName(ParseConnectionString(connectionString));
             break;
-        }
         case 2:
             name = QStringLiteral("ORACLE.SQL");
             break;
@@ -475,157 +282,6 @@ QString fncCreateSQLDB(bool& blnCreated) {
         default:
             return server;
     }
-}
-
-namespace {
-
-bool IsTextType(const QString& declared) {
-    const QString t = declared.toUpper();
-    return t.contains(QLatin1String("CHAR")) || t.contains(QLatin1String("TEXT")) ||
-           t.contains(QLatin1String("CLOB")) || t.contains(QLatin1String("MEMO"));
-}
-
-bool Run(Connection& c, const QString& sql, Failure* failure) {
-    return c.Execute(sql, {}, false, failure) >= 0;
-}
-
-// Reads every row of one statement, all columns as text; empty on failure.
-QList<QStringList> Rows(Connection& c, const QString& sql, const QVariantList& values = {}) {
-    QList<QStringList> out;
-    QSqlQuery q = c.NewQuery();
-    q.setForwardOnly(true);
-    if (!q.prepare(sql))
-        return out;
-    for (const QVariant& v : values)
-        q.addBindValue(v);
-    if (!q.exec())
-        return out;
-    while (q.next()) {
-        QStringList row;
-        for (int i = 0; i < q.record().count(); ++i)
-            row.append(q.value(i).toString());
-        out.append(row);
-    }
-    return out;
-}
-
-// One table rebuilt with the same columns, types, defaults and key; its text columns case-blind.
-bool RebuildSqliteTable(Connection& c, const QString& table, const QString& createSql, Failure* failure) {
-    const QList<QStringList> info = Rows(c, QStringLiteral("PRAGMA table_info(\"%1\")").arg(table));
-    if (info.isEmpty())
-        return true;
-    const bool autoIncrement = createSql.contains(QLatin1String("AUTOINCREMENT"), Qt::CaseInsensitive);
-    QStringList defs;
-    QStringList names;
-    for (const QStringList& col : info) {  // cid, name, type, notnull, dflt_value, pk
-        const QString quoted = u'"' + col[1] + u'"';
-        QString def = quoted + u' ' + col[2];
-        if (col[5].toInt() > 0)
-            def +=
-                autoIncrement ? QStringLiteral(" PRIMARY KEY AUTOINCREMENT") : QStringLiteral(" PRIMARY KEY");
-        if (col[3].toInt() != 0)
-            def += QStringLiteral(" NOT NULL");
-        if (!col[4].isEmpty())
-            def += QStringLiteral(" DEFAULT ") + col[4];
-        if (IsTextType(col[2]))
-            def += QStringLiteral(" COLLATE NOCASE");
-        defs.append(def);
-        names.append(quoted);
-    }
-    const QString old = table + QStringLiteral("_before_nocase");
-    const QList<QStringList> seq =
-        Rows(c, QStringLiteral("SELECT seq FROM sqlite_sequence WHERE name = ?"), {table});
-    const QString columns = names.join(QStringLiteral(", "));
-    if (!Run(c, QStringLiteral("ALTER TABLE \"%1\" RENAME TO \"%2\"").arg(table, old), failure) ||
-        !Run(c, QStringLiteral("CREATE TABLE \"%1\" (%2)").arg(table, defs.join(QStringLiteral(", "))),
-             failure) ||
-        !Run(c, QStringLiteral("INSERT INTO \"%1\" (%2) SELECT %2 FROM \"%3\"").arg(table, columns, old),
-             failure) ||
-        !Run(c, QStringLiteral("DROP TABLE \"%1\"").arg(old), failure))
-        return false;
-    // Identities are never handed out twice, even those of rows deleted before the upgrade.
-    if (!seq.isEmpty() &&
-        c.Execute(QStringLiteral("UPDATE sqlite_sequence SET seq = MAX(seq, ?) WHERE name = ?"),
-                  {seq.first().first().toLongLong(), table}, false, failure) < 0)
-        return false;
-    return true;
-}
-
-bool UpgradeSqlite(Connection& c, Failure* failure) {
-    QList<std::pair<QString, QString>> pending;
-    for (const TableDef& t : Schema()) {
-        const QList<QStringList> row =
-            Rows(c,
-                 QStringLiteral(
-                     "SELECT name, sql FROM sqlite_master WHERE type = 'table' AND name = ? COLLATE NOCASE"),
-                 {t.name});
-        if (row.isEmpty())
-            continue;
-        const QString sql = row.first().value(1);
-        if (sql.contains(QLatin1String("COLLATE NOCASE"), Qt::CaseInsensitive))
-            continue;
-        bool hasText = false;
-        for (const QStringList& col :
-             Rows(c, QStringLiteral("PRAGMA table_info(\"%1\")").arg(row.first().first())))
-            hasText = hasText || IsTextType(col.value(2));
-        if (hasText)
-            pending.append({row.first().first(), sql});
-    }
-    if (pending.isEmpty())
-        return true;
-    // All tables or none: a half-upgraded file would compare one table one way and the next another.
-    if (!Run(c, QStringLiteral("BEGIN IMMEDIATE"), failure))
-        return false;
-    for (const auto& [table, sql] : pending) {
-        if (!RebuildSqliteTable(c, table, sql, failure)) {
-            Run(c, QStringLiteral("ROLLBACK"), nullptr);
-            return false;
-        }
-    }
-    if (Run(c, QStringLiteral("COMMIT"), failure))
-        return true;
-    Run(c, QStringLiteral("ROLLBACK"), nullptr);
-    return false;
-}
-
-bool UpgradePostgres(Connection& c, Failure* failure) {
-    QStringList tables;
-    for (const TableDef& t : Schema())
-        tables.append(u'\'' + t.name.toLower() + u'\'');
-    const QList<QStringList> columns =
-        Rows(c, QStringLiteral("SELECT table_name, column_name FROM information_schema.columns "
-                               "WHERE table_schema = current_schema() AND table_name IN (%1) "
-                               "AND data_type IN ('character varying', 'text', 'character') "
-                               "ORDER BY table_name, ordinal_position")
-                    .arg(tables.join(QStringLiteral(", "))));
-    if (columns.isEmpty())
-        return true;
-    if (!Run(c, QStringLiteral("BEGIN"), failure))
-        return false;
-    bool ok = Run(c, QStringLiteral("CREATE EXTENSION IF NOT EXISTS citext"), failure);
-    for (int i = 0; ok && i < columns.size(); ++i)
-        ok = Run(c,
-                 QStringLiteral("ALTER TABLE \"%1\" ALTER COLUMN \"%2\" TYPE citext")
-                     .arg(columns[i][0], columns[i][1]),
-                 failure);
-    if (ok && Run(c, QStringLiteral("COMMIT"), failure))
-        return true;
-    Run(c, QStringLiteral("ROLLBACK"), nullptr);
-    return false;
-}
-
-}  // namespace
-
-bool UpgradeTextComparison(Connection& connection, Failure* failure) {
-    switch (connection.engine()) {
-        case Engine::SQLite:
-            return UpgradeSqlite(connection, failure);
-        case Engine::PostgreSQL:
-            return UpgradePostgres(connection, failure);
-        case Engine::SqlServer:
-            break;  // its default collation already ignores case
-    }
-    return true;
 }
 
 }  // namespace tlm

@@ -8,98 +8,12 @@
 #include <QSqlRecord>
 
 #include "core/money.h"
-#include "database/connection.h"
+#include "database/dialect.h"
+#include "database/link.h"
 
 namespace tlm {
 
 namespace {
-
-QVariant TypedNull(ColumnKind kind) {
-    switch (kind) {
-        case ColumnKind::Money:
-            return QVariant(QMetaType::fromType<Money>());
-        case ColumnKind::DateTime:
-            return QVariant(QMetaType::fromType<QDateTime>());
-        case ColumnKind::Id:
-        case ColumnKind::Int16:
-        case ColumnKind::Int32:
-        case ColumnKind::Bool:
-            return QVariant(QMetaType::fromType<int>());
-        case ColumnKind::Text:
-        case ColumnKind::Memo:
-            return QVariant(QMetaType::fromType<QString>());
-        case ColumnKind::Other:
-            break;
-    }
-    return QVariant();
-}
-
-int Digits(const QString& s, int from, int count) {
-    int v = 0;
-    for (int i = from; i < from + count; ++i) {
-        const char16_t c = s[i].unicode();
-        if (c < u'0' || c > u'9')
-            return -1;
-        v = v * 10 + (c - u'0');
-    }
-    return v;
-}
-
-// "YYYY-MM-DD HH:MM:SS" (also with 'T', or the date alone), the stored form; read without a format
-// parser since every row of a large result passes here.
-QDateTime ParseStoredDate(const QString& s) {
-    if (s.size() != 19 && s.size() != 10 && !(s.size() > 19 && s[19] == u'.'))
-        return QDateTime();
-    if (s[4] != u'-' || s[7] != u'-')
-        return QDateTime();
-    const int y = Digits(s, 0, 4), mo = Digits(s, 5, 2), d = Digits(s, 8, 2);
-    int h = 0, mi = 0, sec = 0;
-    if (s.size() >= 19) {
-        if ((s[10] != u' ' && s[10] != u'T') || s[13] != u':' || s[16] != u':')
-            return QDateTime();
-        h = Digits(s, 11, 2);
-        mi = Digits(s, 14, 2);
-        sec = Digits(s, 17, 2);
-    }
-    if (y < 0 || mo < 0 || d < 0 || h < 0 || mi < 0 || sec < 0)
-        return QDateTime();
-    const QDate date(y, mo, d);
-    const QTime time(h, mi, sec);
-    if (!date.isValid() || !time.isValid())
-        return QDateTime();
-    return QDateTime(date, time);
-}
-
-ColumnKind KindFromDriver(const QMetaType& type) {
-    switch (type.id()) {
-        case QMetaType::Bool:
-            return ColumnKind::Bool;
-        case QMetaType::Int:
-        case QMetaType::Short:
-        case QMetaType::UShort:
-        case QMetaType::UInt:
-            return ColumnKind::Int32;
-        case QMetaType::QDateTime:
-            return ColumnKind::DateTime;
-        default:
-            return ColumnKind::Other;
-    }
-}
-
-qint32 AdoTypeFromDriver(const QMetaType& type) {
-    switch (type.id()) {
-        case QMetaType::LongLong:
-        case QMetaType::ULongLong:
-            return adotype::adBigInt;
-        case QMetaType::Double:
-        case QMetaType::Float:
-            return adotype::adNumeric;
-        case QMetaType::QDate:
-            return adotype::adDate;
-        default:
-            return adotype::adVarWChar;
-    }
-}
 
 const QString kNoCurrent = QStringLiteral(
     "Either BOF or EOF is True, or the current record has been deleted. Requested operation requires a "
@@ -123,8 +37,7 @@ QVariant Recordset::Field::Value() const {
         return QVariant();
     if (!rs_->CheckCurrent())
         return QVariant();
-    const Column& c = rs_->columns_[size_t(index_)];
-    return rs_->ReadValue(rs_->rows_[size_t(rs_->pos_)].values[index_], c);
+    return ConvertStoredValue(rs_->rows_[size_t(rs_->pos_)].values[index_], rs_->columns_[size_t(index_)]);
 }
 
 bool Recordset::Field::SetValue(const QVariant& value) {
@@ -190,8 +103,9 @@ bool Recordset::Open(const QString& source, Failure* failure) {
         return fail(Failure{dberr::kObjectClosed, QStringLiteral("No connection."), 0, QString()});
     const QString finalSql = connection_->dialect().Translate(statement);
     QSqlQuery q = connection_->NewQuery();
-    // PostgreSQL hands over the whole result at once; row-by-row mode costs more than it saves here.
-    q.setForwardOnly(connection_->engine() != Engine::PostgreSQL);
+    // Where the driver hands over the whole result at once, its row-by-row mode costs more than it
+    // saves: every row is held here anyway.
+    q.setForwardOnly(!connection_->dialect().HandsOverWholeResult());
     Failure f;
     bool direct = false;
     if (!connection_->PrepareQuery(q, finalSql, false, &direct, &f) ||
@@ -202,16 +116,8 @@ bool Recordset::Open(const QString& source, Failure* failure) {
     const int n = record.count();
     columns_.reserve(size_t(n));
     for (int i = 0; i < n; ++i) {
-        const QString name = CanonicalColumnName(record.fieldName(i));
-        ColumnKind kind = KindOfColumn(name);
-        const QMetaType driverType = record.field(i).metaType();
-        qint32 ado = AdoTypeOf(kind);
-        if (kind == ColumnKind::Other) {
-            kind = KindFromDriver(driverType);
-            ado = kind == ColumnKind::Other ? AdoTypeFromDriver(driverType) : AdoTypeOf(kind);
-        }
-        columns_.push_back(Column{name, kind, ado});
-        const QString key = name.toCaseFolded();
+        columns_.push_back(DescribeColumn(record.fieldName(i), record.field(i).metaType()));
+        const QString key = columns_.back().name.toCaseFolded();
         if (!index_.contains(key))
             index_.insert(key, i);
     }
@@ -232,70 +138,6 @@ bool Recordset::Open(const QString& source, Failure* failure) {
     bof_ = rows_.empty();
     currentDeleted_ = false;
     return true;
-}
-
-QVariant Recordset::ReadValue(const QVariant& raw, const Column& column) const {
-    if (!raw.isValid() || raw.isNull())
-        return TypedNull(column.kind);
-    switch (column.kind) {
-        case ColumnKind::Money: {
-            if (raw.metaType() == QMetaType::fromType<Money>())
-                return raw;
-            if (raw.typeId() == QMetaType::QString) {
-                if (const auto m = Money::parse(raw.toString()))
-                    return QVariant::fromValue(*m);
-                return raw;
-            }
-            if (const auto m = Money::fromVariant(raw))
-                return QVariant::fromValue(*m);
-            return raw;
-        }
-        case ColumnKind::DateTime: {
-            if (raw.typeId() == QMetaType::QDateTime) {
-                // The driver may attach a zone; the program works in plain local time.
-                const QDateTime dt = raw.toDateTime();
-                return QDateTime(dt.date(), dt.time());
-            }
-            if (raw.typeId() == QMetaType::QString) {
-                const QDateTime dt = ParseStoredDate(raw.toString());
-                return dt.isValid() ? QVariant(dt) : raw;
-            }
-            return raw;
-        }
-        case ColumnKind::Bool: {
-            if (raw.typeId() == QMetaType::QString) {
-                const QString t = raw.toString().trimmed();
-                if (t.compare(u"True", Qt::CaseInsensitive) == 0)
-                    return 1;
-                if (t.compare(u"False", Qt::CaseInsensitive) == 0)
-                    return 0;
-            }
-            bool ok = false;
-            const qlonglong v = raw.toLongLong(&ok);
-            return ok ? QVariant(v != 0 ? 1 : 0) : QVariant(raw.toBool() ? 1 : 0);
-        }
-        case ColumnKind::Id:
-        case ColumnKind::Int16:
-        case ColumnKind::Int32: {
-            if (raw.typeId() == QMetaType::Int)
-                return raw;
-            bool ok = false;
-            const int v = raw.toInt(&ok);
-            return ok ? QVariant(v) : raw;
-        }
-        case ColumnKind::Text:
-        case ColumnKind::Memo:
-            return raw.typeId() == QMetaType::QString ? raw : QVariant(raw.toString());
-        case ColumnKind::Other:
-            break;
-    }
-    // A computed decimal (a sum of money) reads as money: PostgreSQL hands it over as text, SQLite as
-    // its 8-byte number, rounded to four decimals through the shortest text that gives it back.
-    if (column.adoType == adotype::adNumeric) {
-        if (const auto m = Money::fromVariant(raw))
-            return QVariant::fromValue(*m);
-    }
-    return raw;
 }
 
 Recordset::Field Recordset::Fields(const QString& name) {
@@ -485,7 +327,7 @@ bool Recordset::Find(const QString& criteria) {
     if (currentDeleted_)
         currentDeleted_ = false;
     for (; pos_ < qsizetype(rows_.size()); ++pos_) {
-        const QVariant v = ReadValue(rows_[size_t(pos_)].values[col.value()], c);
+        const QVariant v = ConvertStoredValue(rows_[size_t(pos_)].values[col.value()], c);
         if (!v.isValid() || v.isNull())
             continue;
         if (op == u"LIKE") {
@@ -599,10 +441,7 @@ bool Recordset::WriteRow(Row& row) {
     if (id < 0 || table_.isEmpty())
         return Fail(dberr::kNotUpdatable,
                     QStringLiteral("Insufficient key column information for updating or refreshing."));
-    const Engine engine = connection_->engine();
-    const auto quote = [engine](const QString& name) {
-        return engine == Engine::SqlServer ? u'[' + name + u']' : name;
-    };
+    const Dialect& dialect = connection_->dialect();
     QStringList names;
     QVariantList values;
     for (int i = 0; i < FieldCount(); ++i) {
@@ -610,22 +449,12 @@ bool Recordset::WriteRow(Row& row) {
             continue;
         if (i == id && (row.state != RowState::New || row.values[i].isNull()))
             continue;
-        names.append(quote(columns_[size_t(i)].name));
+        names.append(dialect.QuoteName(columns_[size_t(i)].name));
         values.append(row.values[i]);
     }
     Failure f;
     if (row.state == RowState::New) {
-        QString sql = QStringLiteral("INSERT INTO ") + table_;
-        QString placeholders;
-        for (int i = 0; i < names.size(); ++i)
-            placeholders += i ? QStringLiteral(", ?") : QStringLiteral("?");
-        const QString output =
-            engine == Engine::SqlServer ? QStringLiteral(" OUTPUT INSERTED.ID") : QString();
-        sql += names.isEmpty() ? output + QStringLiteral(" DEFAULT VALUES")
-                               : QStringLiteral(" (") + names.join(QStringLiteral(", ")) + u')' + output +
-                                     QStringLiteral(" VALUES (") + placeholders + u')';
-        if (engine == Engine::PostgreSQL)
-            sql += QStringLiteral(" RETURNING ID");
+        const QString sql = dialect.InsertStatement(table_, names);
         QSqlQuery q = connection_->NewQuery();
         bool direct = false;
         if (!connection_->PrepareQuery(q, sql, true, &direct, &f) ||
@@ -633,8 +462,7 @@ bool Recordset::WriteRow(Row& row) {
             error_ = f;
             return false;
         }
-        const QVariant newId =
-            engine == Engine::SQLite ? connection_->LastInsertId(q) : (q.next() ? q.value(0) : QVariant());
+        const QVariant newId = dialect.InsertedId(q);
         if (newId.isValid() && !newId.isNull())
             row.values[id] = newId;
     } else {
@@ -690,9 +518,7 @@ qint64 Command::Execute(const QVariantList& values) {
                          QStringLiteral("Operation is not allowed when the object is closed."), 0, QString()};
         return -1;
     }
-    static const QRegularExpression use(QStringLiteral("^\\s*use\\s"),
-                                        QRegularExpression::CaseInsensitiveOption);
-    if (connection_->engine() == Engine::PostgreSQL && use.match(CommandText).hasMatch()) {
+    if (connection_->dialect().DatabaseOfUse(CommandText)) {
         prepared_.reset();
         return connection_->Execute(CommandText, values, true, &error_);
     }

@@ -9,8 +9,9 @@
 #include <vector>
 
 #include "core/failure.h"
-#include "database/provisioning.h"
+#include "database/schema.h"
 #include "database/sql_compose.h"
+#include "database/value_conversion.h"
 
 namespace tlm {
 
@@ -97,11 +98,7 @@ class Recordset {
     void ClearError() { error_ = Failure(); }
 
   private:
-    struct Column {
-        QString name;
-        ColumnKind kind;
-        qint32 adoType;
-    };
+    using Column = StoredColumn;
     enum class RowState { Unchanged, New, Modified };
     struct Row {
         QVector<QVariant> values;
@@ -116,7 +113,6 @@ class Recordset {
     bool WriteRow(Row& row);
     bool DeleteById(const QVariant& id);
     int IdColumn() const;
-    QVariant ReadValue(const QVariant& raw, const Column& column) const;
 
     std::shared_ptr<Connection> connection_;
     LockMode lock_;

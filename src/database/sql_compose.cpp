@@ -4,7 +4,7 @@
 #include <QRegularExpression>
 
 #include "core/codecs.h"
-#include "database/connection.h"
+#include "database/link.h"
 
 namespace tlm {
 
@@ -83,27 +83,12 @@ bool IsIdentifier(QStringView name) {
 Failure UnbalancedQuoteFailure(QStringView fragment, Engine engine) {
     // The engines quote the token from the quote that was left open.
     const QString near = fragment.startsWith(u'\'') ? Near(fragment.mid(1)) : Near(fragment);
-    QString text;
-    switch (engine) {
-        case Engine::SQLite:
-            text = QStringLiteral("unrecognized token: \"'") + near +
-                   QStringLiteral("\" Unable to execute statement");
-            break;
-        case Engine::PostgreSQL:
-            text = QStringLiteral("ERROR:  unterminated quoted string at or near \"'") + near +
-                   QStringLiteral("\"\n(42601) QPSQL: Unable to create query");
-            break;
-        case Engine::SqlServer:
-            text =
-                QStringLiteral("[FreeTDS][SQL Server]Unclosed quotation mark after the character string '") +
-                near + QStringLiteral("'. (105)");
-            break;
-    }
-    return Failure{dberr::kCommandError, text, 0, QString()};
+    return Failure{dberr::kCommandError, Dialect(engine).UnbalancedQuoteText(near), 0, QString()};
 }
 
 Failure UnbalancedQuoteFailure(QStringView fragment) {
     const std::shared_ptr<Connection> c = CurrentConnection();
+    // Nothing open (a statement composed before connecting): the default database kind's words.
     return UnbalancedQuoteFailure(fragment, c && c->IsOpen() ? c->engine() : Engine::SQLite);
 }
 
