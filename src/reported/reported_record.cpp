@@ -13,7 +13,7 @@
 
 namespace tlm::detail {
 
-QVariant RowReader::Read(const char* column, qint32 type, bool* found) {
+QVariant RowReader::Fetch(const char* column, qint32 type, bool* found) {
     *found = false;
     if (!ok_)
         return QVariant();
@@ -27,44 +27,44 @@ QVariant RowReader::Read(const char* column, qint32 type, bool* found) {
     return type < 0 ? f.Value() : DB::NullSafeValue(f.Value(), type);
 }
 
-void RowReader::Text(const char* column, QString& out) {
+void RowReader::Read(const char* column, QString& out) {
     bool found = false;
-    const QVariant v = Read(column, adotype::adVarChar, &found);
+    const QVariant v = Fetch(column, adotype::adVarChar, &found);
     if (found)
         out = v.toString();
 }
 
-void RowReader::Date(const char* column, QDateTime& out) {
+void RowReader::Read(const char* column, QDateTime& out) {
     bool found = false;
-    const QVariant v = Read(column, adotype::adDate, &found);
+    const QVariant v = Fetch(column, adotype::adDate, &found);
     if (found)
         out = v.toDateTime();
 }
 
-void RowReader::Currency(const char* column, Money& out, qint32 type) {
+void RowReader::Read(const char* column, Money& out, qint32 type) {
     bool found = false;
-    const QVariant v = Read(column, type, &found);
+    const QVariant v = Fetch(column, type, &found);
     if (found)
         out = Money::fromVariant(v).value_or(Money{});
 }
 
-void RowReader::Flag(const char* column, bool& out) {
+void RowReader::Read(const char* column, bool& out) {
     bool found = false;
-    const QVariant v = Read(column, adotype::adNumeric, &found);
+    const QVariant v = Fetch(column, adotype::adNumeric, &found);
     if (found)
         out = v.isValid() && v.toBool();
 }
 
-void RowReader::Number(const char* column, qint32& out) {
+void RowReader::Read(const char* column, qint32& out) {
     bool found = false;
-    const QVariant v = Read(column, adotype::adNumeric, &found);
+    const QVariant v = Fetch(column, adotype::adNumeric, &found);
     if (found)
         out = v.isValid() ? v.toInt() : 0;
 }
 
 void RowReader::Raw(const char* column, QString& out) {
     bool found = false;
-    const QVariant v = Read(column, -1, &found);
+    const QVariant v = Fetch(column, -1, &found);
     if (found)
         out = v.isNull() ? QString() : v.toString();
 }
@@ -100,7 +100,83 @@ QString ItemReader::named(const char* name) const {
     return fncGetItemValueName(QString::fromLatin1(name), plain(name));
 }
 
-void ReadCommonUserFields(const TlmItem& item, cReportedRecord& r) {
+namespace {
+
+// The shared columns that are read and written as they are; the ID, the reported date, the two
+// currency fields and the approver each have a way of their own.
+constexpr Column<cReportedRecord> kSharedColumns[] = {
+    {"Subject", &cReportedRecord::Subject},
+    {"Body", &cReportedRecord::Body},
+    {"ReportedBy", &cReportedRecord::ReportedBy},
+    {"ProjectValue", &cReportedRecord::ProjectValue},
+    {"ActivityValue", &cReportedRecord::ActivityValue},
+    {"Approved", &cReportedRecord::Approved},
+    {"TotalCost", &cReportedRecord::TotalCost},
+    {"BillingInformation", &cReportedRecord::BillingInformation},
+    {"Categories", &cReportedRecord::Categories},
+    {"Companies", &cReportedRecord::Companies},
+    {"CreationTime", &cReportedRecord::CreationTime},
+    {"EntryID", &cReportedRecord::EntryID},
+    {"Importance", &cReportedRecord::Importance},
+    {"IsRecurring", &cReportedRecord::IsRecurring},
+    {"LastModificationTime", &cReportedRecord::LastModificationTime},
+    {"Mileage", &cReportedRecord::Mileage},
+    {"NoAging", &cReportedRecord::NoAging},
+    {"Sensitivity", &cReportedRecord::Sensitivity},
+    {"StartDate", &cReportedRecord::StartDate},
+    {"HTMLBody", &cReportedRecord::HTMLBody},
+    {"Field1Value", &cReportedRecord::Field1Value},
+    {"Field2Value", &cReportedRecord::Field2Value},
+    {"Field3Value", &cReportedRecord::Field3Value},
+    {"Field4Value", &cReportedRecord::Field4Value},
+    {"Field5Value", &cReportedRecord::Field5Value},
+    {"Field6Value", &cReportedRecord::Field6Value},
+    {"Field7Value", &cReportedRecord::Field7Value},
+    {"Field8Value", &cReportedRecord::Field8Value},
+};
+
+}  // namespace
+
+void ReadSharedColumns(RowReader& in, cReportedRecord& r, const char* field9Column,
+                       const char* field10Column) {
+    in.Raw("ID", r.ID);
+    ReadColumns(in, r, kSharedColumns);
+    in.Read("ReportedDate", r.ReportedDate);
+    in.Read(field9Column, r.Field9Value);
+    in.Read(field10Column, r.Field10Value);
+    in.Read("ApprovedBy", r.ApprovedBy);
+}
+
+void WriteSharedColumns(RowWriter& out, const cReportedRecord& r) {
+    WriteColumns(out, r, kSharedColumns);
+    out.Put("ReportedDate", ReportedDateToWrite(r.ReportedDate));
+    out.Put("Field9Value", QVariant::fromValue(r.Field9Value));
+    out.Put("Field10Value", QVariant::fromValue(r.Field10Value));
+    out.Put("ApprovedBy", QString());  // a written report is never approved by anybody
+}
+
+void ReadSharedFromItem(const TlmItem& item, const ItemReader& in, const char* startProperty,
+                        cReportedRecord& r) {
+    r.ID = GetFieldValueFromItem(item, QStringLiteral("ReportedID")).toString();
+    if (r.ID.isEmpty())
+        r.ID = QStringLiteral("0");
+    r.Body = in.safeText("Body");
+    r.HTMLBody = in.safeText("HTMLBody");
+    r.Subject = in.plain("Subject").toString();
+    r.BillingInformation = in.plain("BillingInformation").toString();
+    r.Categories = in.plain("Categories").toString();
+    r.Companies = in.plain("Companies").toString();
+    r.CreationTime = in.date("CreationTime");
+    r.EntryID = in.plain("EntryID").toString();
+    r.Importance = in.named("Importance");
+    r.IsRecurring = in.flag("IsRecurring");
+    r.LastModificationTime = in.date("LastModificationTime");
+    r.Mileage = in.plain("Mileage").toString();
+    r.NoAging = in.flag("NoAging");
+    r.Sensitivity = in.named("Sensitivity");
+    r.StartDate = in.date(startProperty);
+    r.ReportedBy = sCurrentUser();
+
     const auto user = [&](const char* name) {
         return GetFieldValueFromItem(item, QString::fromLatin1(name)).toString().trimmed();
     };

@@ -5,6 +5,7 @@
 #include <QVariant>
 #include <initializer_list>
 #include <utility>
+#include <variant>
 
 #include "core/codecs.h"
 #include "core/money.h"
@@ -54,15 +55,15 @@ class RowReader {
   public:
     RowReader(Recordset& rs, QString label) : rs_(rs), label_(std::move(label)) {}
     bool ok() const { return ok_; }
-    void Text(const char* column, QString& out);
-    void Date(const char* column, QDateTime& out);
-    void Currency(const char* column, Money& out, qint32 type = 5);
-    void Flag(const char* column, bool& out);      // type 131: always false
-    void Number(const char* column, qint32& out);  // type 131: always 0
-    void Raw(const char* column, QString& out);    // no conversion
+    void Read(const char* column, QString& out);
+    void Read(const char* column, QDateTime& out);
+    void Read(const char* column, Money& out, qint32 type = 5);
+    void Read(const char* column, bool& out);    // type 131: always false
+    void Read(const char* column, qint32& out);  // type 131: always 0
+    void Raw(const char* column, QString& out);  // no conversion
 
   private:
-    QVariant Read(const char* column, qint32 type, bool* found);
+    QVariant Fetch(const char* column, qint32 type, bool* found);
     Recordset& rs_;
     QString label_;
     bool ok_ = true;
@@ -98,8 +99,36 @@ class ItemReader {
     SafeItem safe_;
 };
 
-// What both records read from an item the same way: IDs, project, activity, fields, cost.
-void ReadCommonUserFields(const TlmItem& item, cReportedRecord& r);
+// A column that is read into and written from one field of the record, converted by the field's type.
+template <class Record>
+struct Column {
+    const char* name;
+    std::variant<QString Record::*, QDateTime Record::*, Money Record::*, bool Record::*, qint32 Record::*>
+        field;
+};
+
+template <class Record, class Columns>
+void ReadColumns(RowReader& in, Record& record, const Columns& columns) {
+    for (const Column<Record>& c : columns)
+        std::visit([&](auto member) { in.Read(c.name, record.*member); }, c.field);
+}
+
+template <class Record, class Columns>
+void WriteColumns(RowWriter& out, const Record& record, const Columns& columns) {
+    for (const Column<Record>& c : columns)
+        std::visit([&](auto member) { out.Put(c.name, QVariant::fromValue(record.*member)); }, c.field);
+}
+
+// The columns both kinds share; a kind reads and writes these first, then its own. A task reads
+// Field9Value and Field10Value from other columns than it writes them to, so the reader names the
+// two columns.
+void ReadSharedColumns(RowReader& in, cReportedRecord& r, const char* field9Column,
+                       const char* field10Column);
+void WriteSharedColumns(RowWriter& out, const cReportedRecord& r);
+
+// What both kinds read from an item the same way; startProperty is the kind's name for its start.
+void ReadSharedFromItem(const TlmItem& item, const ItemReader& in, const char* startProperty,
+                        cReportedRecord& r);
 // A reported date of no date (1899 or 4501) is written as now.
 QDateTime ReportedDateToWrite(const QDateTime& date);
 // The looked-up manager, coordinator and activity due date of a record's project and activity.

@@ -1,6 +1,9 @@
 #include "settings/option_settings.h"
 
+#include <vector>
+
 #include "core/local_settings.h"
+#include "domain/option_keys.h"
 #include "settings/global_settings.h"
 
 namespace tlm {
@@ -20,12 +23,6 @@ QString TextKey(const cDBSettings* g, const QString& key) {
 void SetKey(cDBSettings& g, const QString& key, const QString& value) {
     g.GeneralSettings.SetValue(key, value);
 }
-void SetFlag(cDBSettings& g, const QString& key, bool on) {
-    SetKey(g, key, on ? QStringLiteral("1") : QStringLiteral("0"));
-}
-void SetNumber(cDBSettings& g, const QString& key, int value) {
-    SetKey(g, key, QString::number(value));
-}
 
 QString OrDefault(const QString& text, const QString& fallback) {
     return text.trimmed().isEmpty() ? fallback : text;
@@ -34,52 +31,240 @@ QString CustomDefault(int i) {
     return QStringLiteral("Custom Field ") + QString::number(i + 1);
 }
 
-const char* const kAccessKeys[AccessControlValues::kFlags] = {
-    "tpoAllowTaskItem",          "tpoAllowAppointmentItem",  "tpoAllowMemberViewAllSummaryReports",
-    "tpoAllowMemberAddActivity", "tpoAllowMemberAddProject", "tpoAllowMemberAddCustomList",
-    "tpoAllowMemberViewAllOLAP",
+// One key of a panel: its name, the field it fills and how the two convert. A panel lists its keys
+// once, in the order it saves them, and Load and Save both walk that list.
+struct OptionKey {
+    enum class Kind {
+        Flag,        // a switch, saved as "1" or "0"
+        Number,      // a 16-bit whole number
+        NumberText,  // a 16-bit whole number in a text field
+        Text,        // read trimmed, saved as it is
+        Title,       // read as it is, the fallback when blank; saved as it is
+        Template,    // the switch of the notification template of that name
+    };
+    QString name;
+    Kind kind;
+    bool* flag;
+    int* number;
+    QString* text;
+    QString fallback;
+};
+using Keys = std::vector<OptionKey>;
+
+OptionKey Flag(const QString& name, bool& field) {
+    return {name, OptionKey::Kind::Flag, &field, nullptr, nullptr, QString()};
+}
+OptionKey Template(const QString& name, bool& field) {
+    return {name, OptionKey::Kind::Template, &field, nullptr, nullptr, QString()};
+}
+OptionKey Number(const QString& name, int& field) {
+    return {name, OptionKey::Kind::Number, nullptr, &field, nullptr, QString()};
+}
+OptionKey NumberText(const QString& name, QString& field) {
+    return {name, OptionKey::Kind::NumberText, nullptr, nullptr, &field, QString()};
+}
+OptionKey Text(const QString& name, QString& field) {
+    return {name, OptionKey::Kind::Text, nullptr, nullptr, &field, QString()};
+}
+OptionKey Title(const QString& name, QString& field, const QString& fallback) {
+    return {name, OptionKey::Kind::Title, nullptr, nullptr, &field, fallback};
+}
+
+// nullptr reads as an empty store.
+void LoadKeys(const cDBSettings* g, const Keys& keys) {
+    for (const OptionKey& k : keys) {
+        switch (k.kind) {
+            case OptionKey::Kind::Flag:
+                *k.flag = FlagKey(g, k.name);
+                break;
+            case OptionKey::Kind::Template:
+                *k.flag = g && g->MessageTemplates.IsChecked(k.name);
+                break;
+            case OptionKey::Kind::Number:
+                *k.number = IntKey(g, k.name);
+                break;
+            case OptionKey::Kind::NumberText:
+                *k.text = QString::number(IntKey(g, k.name));
+                break;
+            case OptionKey::Kind::Text:
+                *k.text = TextKey(g, k.name).trimmed();
+                break;
+            case OptionKey::Kind::Title:
+                *k.text = OrDefault(TextKey(g, k.name), k.fallback);
+                break;
+        }
+    }
+}
+
+// Sets the keys in the store; the caller saves the tables.
+void SaveKeys(cDBSettings& g, const Keys& keys) {
+    for (const OptionKey& k : keys) {
+        switch (k.kind) {
+            case OptionKey::Kind::Flag:
+                SetKey(g, k.name, *k.flag ? QStringLiteral("1") : QStringLiteral("0"));
+                break;
+            case OptionKey::Kind::Template:
+                g.MessageTemplates.SetNotificaionEnabledValue(k.name, *k.flag);
+                break;
+            case OptionKey::Kind::Number:
+                SetKey(g, k.name, QString::number(*k.number));
+                break;
+            case OptionKey::Kind::NumberText:
+            case OptionKey::Kind::Text:
+            case OptionKey::Kind::Title:
+                SetKey(g, k.name, *k.text);
+                break;
+        }
+    }
+}
+
+const QLatin1StringView kAccessKeys[AccessControlValues::kFlags] = {
+    tpo::kAllowTaskItem,          tpo::kAllowAppointmentItem,  tpo::kAllowMemberViewAllSummaryReports,
+    tpo::kAllowMemberAddActivity, tpo::kAllowMemberAddProject, tpo::kAllowMemberAddCustomList,
+    tpo::kAllowMemberViewAllOLAP,
 };
 
 struct SwitchRow {
     const char* control;
-    const char* key;
+    QLatin1StringView key;
     int name;  // index into the display names of the notification events
 };
 const SwitchRow kSwitchRows[NotificationSwitchValues::kSwitches] = {
-    {"chkNotifyManagerWhenMemberReports", "tpoNotifyManagerWhenMemberReports", 0},
-    {"chkNotifyCoordinatorWhenMemberReports", "tpoNotifyCoordinatorWhenMemberReports", 1},
-    {"chkNotifyMembersWhenNewProjectAdded", "tpoNotifyMembersWhenNewProjectsAdded", 2},
-    {"chkNotifyMembersWhenNewTaskAdded", "tpoNotifyMembersWhenNewActivitiesAdded", 3},
-    {"chkNotifyManagerWhenNewProjectAssigned", "tpoNotifyManagerWhenAssignedProject", 4},
-    {"chkNotifyCoordinatorWhenNewTaskAssigned", "tpoNotifyCoordintorWhenAssignedActivity", 5},
-    {"chkNotifyManagerOnTaskWithdrawal", "tpoNotifyManagerWhenReportIsWithdrawn", 6},
-    {"chkNotifyCoordinatorOnTaskWithdrawal", "tpoNotifyCoordinatorWhenReportIsWithdrawn", 7},
-    {"chkSendAutoNotificationToMemberWhenApproved", "tpoNotifyMemberWhenApproved", 11},
-    {"chkSendAutoNotificationToMemberWhenDecline", "tpoNotifyMemberWhenDecline", 12},
-    {"chkNotifyManagerWhenMemberUpdates", "tpoNotifyManagerWhenMemberUpdates", 13},
-    {"chkNotifyCoordinatorWhenMemberUpdates", "tpoNotifyCoordinatorWhenMemberUpdates", 14},
+    {"chkNotifyManagerWhenMemberReports", tpo::kNotifyManagerWhenMemberReports, 0},
+    {"chkNotifyCoordinatorWhenMemberReports", tpo::kNotifyCoordinatorWhenMemberReports, 1},
+    {"chkNotifyMembersWhenNewProjectAdded", tpo::kNotifyMembersWhenNewProjectsAdded, 2},
+    {"chkNotifyMembersWhenNewTaskAdded", tpo::kNotifyMembersWhenNewActivitiesAdded, 3},
+    {"chkNotifyManagerWhenNewProjectAssigned", tpo::kNotifyManagerWhenAssignedProject, 4},
+    {"chkNotifyCoordinatorWhenNewTaskAssigned", tpo::kNotifyCoordinatorWhenAssignedActivity, 5},
+    {"chkNotifyManagerOnTaskWithdrawal", tpo::kNotifyManagerWhenReportIsWithdrawn, 6},
+    {"chkNotifyCoordinatorOnTaskWithdrawal", tpo::kNotifyCoordinatorWhenReportIsWithdrawn, 7},
+    {"chkSendAutoNotificationToMemberWhenApproved", tpo::kNotifyMemberWhenApproved, 11},
+    {"chkSendAutoNotificationToMemberWhenDecline", tpo::kNotifyMemberWhenDeclined, 12},
+    {"chkNotifyManagerWhenMemberUpdates", tpo::kNotifyManagerWhenMemberUpdates, 13},
+    {"chkNotifyCoordinatorWhenMemberUpdates", tpo::kNotifyCoordinatorWhenMemberUpdates, 14},
 };
 
-const char* const kReportingFlags[ReportingValues::kFlags][3] = {
-    {"chkHideExpiredProjectsFromMembers", "tpoHideExpiredProjectsFromMembers",
+struct ReportingFlagRow {
+    const char* control;
+    QLatin1StringView key;
+    const char* caption;
+};
+const ReportingFlagRow kReportingFlags[ReportingValues::kFlags] = {
+    {"chkHideExpiredProjectsFromMembers", tpo::kHideExpiredProjectsFromMembers,
      "Hide expired projects from members"},
-    {"chkHideExpiredTasksFromMembers", "tpoHideExpiredTasksFromMembers",
+    {"chkHideExpiredTasksFromMembers", tpo::kHideExpiredTasksFromMembers,
      "Hide expired activities from members"},
-    {"chkPreventPostingItemWithExpiredProjects", "tpoPreventPostingWithExpiredProjects",
+    {"chkPreventPostingItemWithExpiredProjects", tpo::kPreventPostingWithExpiredProjects,
      "Don't allow posting of items with expired projects"},
-    {"chkPreventPostingItemWithExpiredTask", "tpoPreventPostingWithExpiredActivities",
+    {"chkPreventPostingItemWithExpiredTask", tpo::kPreventPostingWithExpiredActivities,
      "Don't allow posting of items with expired activities"},
-    {"chkAllowUpdateToReportedData", "tpoAllowUpdatedToReportedData",
+    {"chkAllowUpdateToReportedData", tpo::kAllowUpdateToReportedData,
      "Allow members to update published timesheet"},
-    {"chkAllowMembersToWithdrawReportedData", "tpoAllowWithdrawalOfReport",
+    {"chkAllowMembersToWithdrawReportedData", tpo::kAllowWithdrawalOfReport,
      "Allow members to withdraw published timesheet"},
-    {"chkReportFromDefaultCalendarOnly", "tpoReportAppointmentFromDefaultFolderOnly",
+    {"chkReportFromDefaultCalendarOnly", tpo::kReportAppointmentFromDefaultFolderOnly,
      "Report appointments from the default calendar only"},
-    {"chkReportFromDefaultTaskFolderOnly", "tpoReportTaskFromDefaultFolderOnly",
+    {"chkReportFromDefaultTaskFolderOnly", tpo::kReportTaskFromDefaultFolderOnly,
      "Report tasks from the default task folder only"},
 };
 // Most hours a month can hold.
 constexpr int kHoursInAMonth = 744;
+
+// ---- the keys of each panel, in the order each saves them ----------------------------------------
+
+Keys KeysOf(AccessControlValues& v) {
+    Keys keys;
+    for (int i = 0; i < AccessControlValues::kFlags; ++i)
+        keys.push_back(Flag(kAccessKeys[i], v.flags[size_t(i)]));
+    return keys;
+}
+
+Keys KeysOf(NotificationSwitchValues& v) {
+    Keys keys;
+    for (int i = 0; i < NotificationSwitchValues::kSwitches; ++i)
+        keys.push_back(Template(kSwitchRows[i].key, v.on[size_t(i)]));
+    return keys;
+}
+
+Keys KeysOf(FieldsValues& v) {
+    Keys keys = {
+        Title(tpo::kProjectTitle, v.projectTitle, QStringLiteral("Project")),
+        Title(tpo::kActivityTitle, v.activityTitle, QStringLiteral("Task")),
+        Flag(tpo::kMandatoryProject, v.mandatoryProject),
+        Flag(tpo::kMandatoryActivity, v.mandatoryActivity),
+    };
+    for (int i = 0; i < 10; ++i) {
+        keys.push_back(Flag(tpo::CustomFieldKey(tpo::kMandatoryCustomField, i + 1), v.mandatory[size_t(i)]));
+        keys.push_back(Flag(tpo::CustomFieldKey(tpo::kActiveCustomField, i + 1), v.available[size_t(i)]));
+    }
+    keys.push_back(Title(tpo::kCustomFieldsTitle, v.customFieldsTitle, QStringLiteral("Custom Fields")));
+    for (int i = 0; i < 10; ++i)
+        keys.push_back(
+            Title(tpo::CustomFieldKey(tpo::kTitleCustomField, i + 1), v.titles[size_t(i)], CustomDefault(i)));
+    keys.push_back(Flag(tpo::kProjectActivityCustomizable, v.membersChooseProjects));
+    for (int i = 0; i < 4; ++i)
+        keys.push_back(
+            Flag(tpo::CustomFieldKey(tpo::kCustomizableCustomField, i + 1), v.customizable[size_t(i)]));
+    return keys;
+}
+
+Keys KeysOf(AdvancedValues& v) {
+    return {
+        Number(tpo::kUseRateFrom, v.rateFrom),
+        Flag(tpo::kAllowMemberToChangeRate, v.memberChangesRate),
+        Number(tpo::kWorkFieldToUseForTaskItem, v.taskWork),
+        Number(tpo::kRateIntervalMode, v.rateInterval),
+        NumberText(tpo::kRateIntervalCustomValue, v.hours),
+        Flag(tpo::kAllowEditOfEmailToReport, v.editMailToReport),
+        Flag(tpo::kAllowSelectionOfMembersToReport, v.chooseRecipients),
+        Flag(tpo::kReportEditable, v.reportEditable),
+        Flag(tpo::kUpdateItemStartDateWithProjectStartDate, v.startFromProject),
+        Flag(tpo::kUpdateAppointmentEndDateWith, v.updateEndDate),
+        Number(tpo::kAppointmentWhichEndDate, v.whichEndDate),
+        Flag(tpo::kUpdateTaskEndDateWith, v.updateDueDate),
+        Number(tpo::kTaskWhichDueDate, v.whichDueDate),
+    };
+}
+
+Keys KeysOf(UpgradeValues& v) {
+    return {
+        Flag(tpo::kAllowAutoUpgrade, v.allowUpgrade),
+        Text(tpo::kUpgradeFolderPath, v.path),
+        Flag(tpo::kAutoCheckForNewVersionAtStartup, v.checkAtStartup),
+        Number(tpo::kInstallModeOfUpgrade, v.installMode),
+        Flag(tpo::kDisplayMessageToMemberOnNewVersionAvailability, v.tellMember),
+    };
+}
+
+// The two switches are the notification templates' own, saved with the templates.
+Keys KeysOf(AuditValues& v) {
+    return {
+        Flag(tpo::kRequiresManagerApproval, v.requiresApproval),
+        Flag(tpo::kAuditEnableProjectActivityEdit, v.editProjectActivity),
+        Flag(tpo::kAuditEnableCostEdit, v.editCost),
+        Flag(tpo::kAuditDisplayApprovedEmail, v.showApprovedMail),
+        Flag(tpo::kAuditDisplayDeclinedEmail, v.showDeclinedMail),
+        Flag(tpo::kAuditRemoveDeclinedDataFromDB, v.removeDeclined),
+        Template(tpo::kNotifyMemberWhenApproved, v.notifyApproved),
+        Template(tpo::kNotifyMemberWhenDeclined, v.notifyDeclined),
+    };
+}
+
+Keys KeysOf(ReportingValues& v) {
+    Keys keys;
+    for (int i = 0; i < 4; ++i)
+        keys.push_back(Flag(kReportingFlags[i].key, v.flags[size_t(i)]));
+    keys.push_back(Flag(tpo::kPreventWorkTimeLessThan, v.preventShortItems));
+    keys.push_back(Text(tpo::kMinimumWorkTimeRequired, v.minimumMinutes));
+    keys.push_back(Text(tpo::kTotalWorkHoursMonth, v.hoursPerMonth));
+    for (int i = 4; i < ReportingValues::kFlags; ++i)
+        keys.push_back(Flag(kReportingFlags[i].key, v.flags[size_t(i)]));
+    keys.push_back(Flag(tpo::kCopyReportedTaskToRepository, v.copyTasks));
+    keys.push_back(Text(tpo::kTaskRepositoryFolder, v.taskFolder));
+    keys.push_back(Flag(tpo::kCopyReportedAppointmentToRepository, v.copyAppointments));
+    keys.push_back(Text(tpo::kAppointmentRepositoryFolder, v.appointmentFolder));
+    return keys;
+}
 
 }  // namespace
 
@@ -98,8 +283,7 @@ int WholeNumber(const QString& text, int low, int high) {
 // ---- access ------------------------------------------------------------------------------------
 
 void AccessControlValues::Load(const cDBSettings* g) {
-    for (int i = 0; i < kFlags; ++i)
-        flags[size_t(i)] = FlagKey(g, QString::fromLatin1(kAccessKeys[i]));
+    LoadKeys(g, KeysOf(*this));
     allowed.clear();
     notAllowed.clear();
     if (g)
@@ -121,8 +305,8 @@ void AccessControlValues::Save(cDBSettings& g, cMySettings* my) const {
     };
     setAccess(notAllowed, false);
     setAccess(allowed, true);
-    for (int i = 0; i < kFlags; ++i)
-        SetFlag(g, QString::fromLatin1(kAccessKeys[i]), flags[size_t(i)]);
+    AccessControlValues saved = *this;
+    SaveKeys(g, KeysOf(saved));
     if (my) {
         my->setFlag(QStringLiteral("AllowTaskItems"), flags[0] ? 1 : 0);
         my->setFlag(QStringLiteral("AllowAppointmentItems"), flags[1] ? 1 : 0);
@@ -140,39 +324,23 @@ QString NotificationSwitchValues::ControlName(int index) {
 
 QString NotificationSwitchValues::Caption(const cDBSettings* g, int index) {
     const SwitchRow& row = kSwitchRows[index];
-    return g ? g->NotificationNames.value(row.name) : QString::fromLatin1(row.key);
+    return g ? g->NotificationNames.value(row.name) : QString(row.key);
 }
 
 void NotificationSwitchValues::Load(const cDBSettings* g) {
-    for (int i = 0; i < kSwitches; ++i)
-        on[size_t(i)] = g && g->MessageTemplates.IsChecked(QString::fromLatin1(kSwitchRows[i].key));
+    LoadKeys(g, KeysOf(*this));
 }
 
 void NotificationSwitchValues::Save(cDBSettings& g) const {
-    for (int i = 0; i < kSwitches; ++i)
-        g.MessageTemplates.SetNotificaionEnabledValue(QString::fromLatin1(kSwitchRows[i].key), on[size_t(i)]);
+    NotificationSwitchValues saved = *this;
+    SaveKeys(g, KeysOf(saved));
     g.SaveGlobalSettings(4);
 }
 
 // ---- fields ------------------------------------------------------------------------------------
 
 void FieldsValues::Load(const cDBSettings* g) {
-    projectTitle = OrDefault(TextKey(g, QStringLiteral("tpoProjectTitle")), QStringLiteral("Project"));
-    activityTitle = OrDefault(TextKey(g, QStringLiteral("tpoActivityTitle")), QStringLiteral("Task"));
-    mandatoryProject = FlagKey(g, QStringLiteral("tpoMandatoryProject"));
-    mandatoryActivity = FlagKey(g, QStringLiteral("tpoMandatoryActivity"));
-    customFieldsTitle =
-        OrDefault(TextKey(g, QStringLiteral("tpoCustomFieldsTitle")), QStringLiteral("Custom Fields"));
-    for (int i = 0; i < 10; ++i) {
-        const QString n = QString::number(i + 1);
-        available[size_t(i)] = FlagKey(g, QStringLiteral("tpoActiveCustomField") + n);
-        mandatory[size_t(i)] = FlagKey(g, QStringLiteral("tpoMandatoryCustomField") + n);
-        titles[size_t(i)] =
-            OrDefault(TextKey(g, QStringLiteral("tpoTitleCustomField") + n), CustomDefault(i));
-        if (i < 4)
-            customizable[size_t(i)] = FlagKey(g, QStringLiteral("tpoCustomizableCustomField") + n);
-    }
-    membersChooseProjects = FlagKey(g, QStringLiteral("tpoProjectActivityCustomizable"));
+    LoadKeys(g, KeysOf(*this));
 }
 
 QString FieldsValues::Check() const {
@@ -194,36 +362,20 @@ QString FieldsValues::Check() const {
 }
 
 void FieldsValues::Save(cDBSettings& g, cMySettings* my) {
-    if (projectTitle.trimmed().isEmpty())
-        projectTitle = QStringLiteral("Project");
-    if (activityTitle.trimmed().isEmpty())
-        activityTitle = QStringLiteral("Task");
-    SetKey(g, QStringLiteral("tpoProjectTitle"), projectTitle);
-    SetKey(g, QStringLiteral("tpoActivityTitle"), activityTitle);
-    SetFlag(g, QStringLiteral("tpoMandatoryProject"), mandatoryProject);
-    SetFlag(g, QStringLiteral("tpoMandatoryActivity"), mandatoryActivity);
-    for (int i = 0; i < 10; ++i) {
-        const QString n = QString::number(i + 1);
-        SetFlag(g, QStringLiteral("tpoMandatoryCustomField") + n, mandatory[size_t(i)]);
-        SetFlag(g, QStringLiteral("tpoActiveCustomField") + n, available[size_t(i)]);
-    }
-    SetKey(g, QStringLiteral("tpoCustomFieldsTitle"), customFieldsTitle);
-    std::array<QString, 10> saved;
-    for (int i = 0; i < 10; ++i) {
-        saved[size_t(i)] = OrDefault(titles[size_t(i)], CustomDefault(i));
-        SetKey(g, QStringLiteral("tpoTitleCustomField") + QString::number(i + 1), saved[size_t(i)]);
-    }
-    SetFlag(g, QStringLiteral("tpoProjectActivityCustomizable"), membersChooseProjects);
-    for (int i = 0; i < 4; ++i)
-        SetFlag(g, QStringLiteral("tpoCustomizableCustomField") + QString::number(i + 1),
-                customizable[size_t(i)]);
+    projectTitle = OrDefault(projectTitle, QStringLiteral("Project"));
+    activityTitle = OrDefault(activityTitle, QStringLiteral("Task"));
+    // The custom titles are saved with their defaults, but the panel keeps them as typed.
+    FieldsValues saved = *this;
+    for (int i = 0; i < 10; ++i)
+        saved.titles[size_t(i)] = OrDefault(titles[size_t(i)], CustomDefault(i));
+    SaveKeys(g, KeysOf(saved));
     g.SaveGlobalSettings(5);
     if (my) {
         my->ProjectTitle = projectTitle;
         my->ActivityTitle = activityTitle;
         my->CustomFieldsTitle = customFieldsTitle;
         for (int i = 0; i < 10; ++i)
-            my->CustomFieldName[i] = saved[size_t(i)];
+            my->CustomFieldName[i] = saved.titles[size_t(i)];
         my->SaveAdminSettingsOnly();
     }
 }
@@ -231,19 +383,7 @@ void FieldsValues::Save(cDBSettings& g, cMySettings* my) {
 // ---- advanced ----------------------------------------------------------------------------------
 
 void AdvancedValues::Load(const cDBSettings* g) {
-    rateFrom = IntKey(g, QStringLiteral("tpoUseRateFrom"));
-    memberChangesRate = FlagKey(g, QStringLiteral("tpoAllowMemberToChangeRate"));
-    taskWork = IntKey(g, QStringLiteral("tpoWorkFieldToUseForTaskItem"));
-    rateInterval = IntKey(g, QStringLiteral("tpoRateIntervalMode"));
-    hours = QString::number(IntKey(g, QStringLiteral("tpoRateIntervalCustomValue")));
-    editMailToReport = FlagKey(g, QStringLiteral("tpoAllowEditOfEmailToReport"));
-    chooseRecipients = FlagKey(g, QStringLiteral("tpoAllowSelectionOfMembersToReport"));
-    reportEditable = FlagKey(g, QStringLiteral("tpoReportEditable"));
-    startFromProject = FlagKey(g, QStringLiteral("tpoUpdateItemStartDateWithProjectStartDate"));
-    updateEndDate = FlagKey(g, QStringLiteral("tpoUpdateAppointmentEndDateWith"));
-    whichEndDate = IntKey(g, QStringLiteral("tpoAppointmentWhichEndDate"));
-    updateDueDate = FlagKey(g, QStringLiteral("tpoUpdateTaskEndDateWith"));
-    whichDueDate = IntKey(g, QStringLiteral("tpoTaskWhichDueDate"));
+    LoadKeys(g, KeysOf(*this));
 }
 
 namespace {
@@ -262,66 +402,35 @@ QString AdvancedValues::Check() const {
 }
 
 void AdvancedValues::Save(cDBSettings& g) const {
-    SetNumber(g, QStringLiteral("tpoUseRateFrom"), rateFrom);
-    SetFlag(g, QStringLiteral("tpoAllowMemberToChangeRate"), MemberRateApplies() && memberChangesRate);
-    SetNumber(g, QStringLiteral("tpoWorkFieldToUseForTaskItem"), taskWork);
-    SetNumber(g, QStringLiteral("tpoRateIntervalMode"), rateInterval);
-    SetNumber(g, QStringLiteral("tpoRateIntervalCustomValue"), IntervalHours(*this));
-    SetFlag(g, QStringLiteral("tpoAllowEditOfEmailToReport"), editMailToReport);
-    SetFlag(g, QStringLiteral("tpoAllowSelectionOfMembersToReport"), chooseRecipients);
-    SetFlag(g, QStringLiteral("tpoReportEditable"), reportEditable);
-    SetFlag(g, QStringLiteral("tpoUpdateItemStartDateWithProjectStartDate"), startFromProject);
-    SetFlag(g, QStringLiteral("tpoUpdateAppointmentEndDateWith"), updateEndDate);
-    SetNumber(g, QStringLiteral("tpoAppointmentWhichEndDate"), whichEndDate);
-    SetFlag(g, QStringLiteral("tpoUpdateTaskEndDateWith"), updateDueDate);
-    SetNumber(g, QStringLiteral("tpoTaskWhichDueDate"), whichDueDate);
+    AdvancedValues saved = *this;
+    saved.memberChangesRate = MemberRateApplies() && memberChangesRate;
+    saved.hours = QString::number(IntervalHours(*this));
+    SaveKeys(g, KeysOf(saved));
     g.SaveGlobalSettings(5);
 }
 
 // ---- upgrade -----------------------------------------------------------------------------------
 
 void UpgradeValues::Load(const cDBSettings* g) {
-    allowUpgrade = FlagKey(g, QStringLiteral("tpoAllowAutoUpgrade"));
-    path = TextKey(g, QStringLiteral("tpoUpgradeFoderPath")).trimmed();
-    checkAtStartup = FlagKey(g, QStringLiteral("tpoAutoCheckForNewVersionAtStartup"));
-    installMode = IntKey(g, QStringLiteral("tpoInstallModeOfUpgrade"));
-    tellMember = FlagKey(g, QStringLiteral("tpoDisplayMessageToMemberOnNewVersionAvailiability"));
+    LoadKeys(g, KeysOf(*this));
 }
 
 void UpgradeValues::Save(cDBSettings& g) const {
-    SetFlag(g, QStringLiteral("tpoAllowAutoUpgrade"), allowUpgrade);
-    SetKey(g, QStringLiteral("tpoUpgradeFoderPath"), path);
-    SetFlag(g, QStringLiteral("tpoAutoCheckForNewVersionAtStartup"), checkAtStartup);
-    SetNumber(g, QStringLiteral("tpoInstallModeOfUpgrade"), installMode);
-    SetFlag(g, QStringLiteral("tpoDisplayMessageToMemberOnNewVersionAvailiability"), tellMember);
+    UpgradeValues saved = *this;
+    SaveKeys(g, KeysOf(saved));
     g.SaveGlobalSettings(5);
 }
 
 // ---- audit -------------------------------------------------------------------------------------
 
 void AuditValues::Load(const cDBSettings* g) {
-    requiresApproval = FlagKey(g, QStringLiteral("tpoRequiresManagerApproval"));
-    editProjectActivity = FlagKey(g, QStringLiteral("tpoAuditEnableProjectActivityEdit"));
-    editCost = FlagKey(g, QStringLiteral("tpoAuditEnableCostEdit"));
-    notifyApproved = g && g->MessageTemplates.IsChecked(QStringLiteral("tpoNotifyMemberWhenApproved"));
-    showApprovedMail = FlagKey(g, QStringLiteral("tpoAuditDisplayApprovedEmail"));
-    notifyDeclined = g && g->MessageTemplates.IsChecked(QStringLiteral("tpoNotifyMemberWhenDecline"));
-    showDeclinedMail = FlagKey(g, QStringLiteral("tpoAuditDisplayDeclinedEmail"));
-    removeDeclined = FlagKey(g, QStringLiteral("tpoAuditRemoveDeclinedDataFromDB"));
+    LoadKeys(g, KeysOf(*this));
 }
 
 void AuditValues::Save(cDBSettings& g, cMySettings* my) const {
-    SetFlag(g, QStringLiteral("tpoRequiresManagerApproval"), requiresApproval);
-    SetFlag(g, QStringLiteral("tpoAuditEnableProjectActivityEdit"), editProjectActivity);
-    SetFlag(g, QStringLiteral("tpoAuditEnableCostEdit"), editCost);
-    SetFlag(g, QStringLiteral("tpoAuditDisplayApprovedEmail"), showApprovedMail);
-    SetFlag(g, QStringLiteral("tpoAuditDisplayDeclinedEmail"), showDeclinedMail);
-    SetFlag(g, QStringLiteral("tpoAuditRemoveDeclinedDataFromDB"), removeDeclined);
+    AuditValues saved = *this;
+    SaveKeys(g, KeysOf(saved));
     g.SaveGlobalSettings(5);
-    g.MessageTemplates.SetNotificaionEnabledValue(QStringLiteral("tpoNotifyMemberWhenApproved"),
-                                                  notifyApproved);
-    g.MessageTemplates.SetNotificaionEnabledValue(QStringLiteral("tpoNotifyMemberWhenDecline"),
-                                                  notifyDeclined);
     g.SaveGlobalSettings(4);
     if (my) {
         my->setFlag(QStringLiteral("AllowManagerReview"), requiresApproval ? 1 : 0);
@@ -332,23 +441,15 @@ void AuditValues::Save(cDBSettings& g, cMySettings* my) const {
 // ---- reporting ---------------------------------------------------------------------------------
 
 QString ReportingValues::ControlName(int index) {
-    return QString::fromLatin1(kReportingFlags[index][0]);
+    return QString::fromLatin1(kReportingFlags[index].control);
 }
 QString ReportingValues::Caption(int index) {
-    return QString::fromLatin1(kReportingFlags[index][2]);
+    return QString::fromLatin1(kReportingFlags[index].caption);
 }
 
 void ReportingValues::Load(const cDBSettings* g) {
-    for (int i = 0; i < kFlags; ++i)
-        flags[size_t(i)] = FlagKey(g, QString::fromLatin1(kReportingFlags[i][1]));
-    preventShortItems = FlagKey(g, QStringLiteral("tpoPreventWorkTimeLessThan"));
-    // A value saved empty reads back as one blank.
-    minimumMinutes = TextKey(g, QStringLiteral("tpoMinimumWorkTimeRequired")).trimmed();
-    hoursPerMonth = TextKey(g, QStringLiteral("tpoTotalWorkHoursMonth")).trimmed();
-    copyTasks = FlagKey(g, QStringLiteral("tpoCopyReportedTaskToRepository"));
-    taskFolder = TextKey(g, QStringLiteral("tpoTaskRepositoryFolder")).trimmed();
-    copyAppointments = FlagKey(g, QStringLiteral("tpoCopyReportedAppointmentToRepository"));
-    appointmentFolder = TextKey(g, QStringLiteral("tpoAppointmentRepositoryFolder")).trimmed();
+    // A value saved empty reads back as one blank, hence the trimmed texts.
+    LoadKeys(g, KeysOf(*this));
 }
 
 QString ReportingValues::Check() const {
@@ -366,17 +467,10 @@ QString ReportingValues::Check() const {
 }
 
 void ReportingValues::Save(cDBSettings& g) const {
-    for (int i = 0; i < 4; ++i)
-        SetFlag(g, QString::fromLatin1(kReportingFlags[i][1]), flags[size_t(i)]);
-    SetFlag(g, QStringLiteral("tpoPreventWorkTimeLessThan"), preventShortItems);
-    SetKey(g, QStringLiteral("tpoMinimumWorkTimeRequired"), minimumMinutes.trimmed());
-    SetKey(g, QStringLiteral("tpoTotalWorkHoursMonth"), hoursPerMonth.trimmed());
-    for (int i = 4; i < kFlags; ++i)
-        SetFlag(g, QString::fromLatin1(kReportingFlags[i][1]), flags[size_t(i)]);
-    SetFlag(g, QStringLiteral("tpoCopyReportedTaskToRepository"), copyTasks);
-    SetKey(g, QStringLiteral("tpoTaskRepositoryFolder"), taskFolder);
-    SetFlag(g, QStringLiteral("tpoCopyReportedAppointmentToRepository"), copyAppointments);
-    SetKey(g, QStringLiteral("tpoAppointmentRepositoryFolder"), appointmentFolder);
+    ReportingValues saved = *this;
+    saved.minimumMinutes = minimumMinutes.trimmed();
+    saved.hoursPerMonth = hoursPerMonth.trimmed();
+    SaveKeys(g, KeysOf(saved));
     g.SaveGlobalSettings(5);
 }
 

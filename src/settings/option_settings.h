@@ -27,6 +27,8 @@ struct AccessControlValues {
     QString Check() const;
     // Members named in neither list keep their rights.
     void Save(cDBSettings& g, cMySettings* my) const;
+
+    bool operator==(const AccessControlValues&) const = default;
 };
 
 // Which notification mails go out: one switch per template.
@@ -40,6 +42,8 @@ struct NotificationSwitchValues {
     static QString Caption(const cDBSettings* g, int index);
     void Load(const cDBSettings* g);  // nullptr reads as an empty store
     void Save(cDBSettings& g) const;
+
+    bool operator==(const NotificationSwitchValues&) const = default;
 };
 
 // The project and activity words and the ten custom fields.
@@ -61,6 +65,8 @@ struct FieldsValues {
     QString Check() const;
     // Empty project and activity titles become their defaults here, so the panel shows what was saved.
     void Save(cDBSettings& g, cMySettings* my);
+
+    bool operator==(const FieldsValues&) const = default;
 };
 
 // Cost calculation and the date updates of reported items.
@@ -85,6 +91,8 @@ struct AdvancedValues {
     void Load(const cDBSettings* g);  // nullptr reads as an empty store
     QString Check() const;
     void Save(cDBSettings& g) const;
+
+    bool operator==(const AdvancedValues&) const = default;
 };
 
 // Client upgrades from a shared folder.
@@ -97,6 +105,8 @@ struct UpgradeValues {
 
     void Load(const cDBSettings* g);  // nullptr reads as an empty store
     void Save(cDBSettings& g) const;
+
+    bool operator==(const UpgradeValues&) const = default;
 };
 
 // How reported timesheets are approved.
@@ -113,6 +123,8 @@ struct AuditValues {
     void Load(const cDBSettings* g);  // nullptr reads as an empty store
     // The keys, then the two switches, which are the notification templates' own.
     void Save(cDBSettings& g, cMySettings* my) const;
+
+    bool operator==(const AuditValues&) const = default;
 };
 
 // What members may do with reported items, and where copies go.
@@ -134,6 +146,8 @@ struct ReportingValues {
     void Load(const cDBSettings* g);  // nullptr reads as an empty store
     QString Check() const;
     void Save(cDBSettings& g) const;
+
+    bool operator==(const ReportingValues&) const = default;
 };
 
 // A whole number within the range, or -1.

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -133,6 +135,9 @@ TEST_F(Sending, NoHostKeepsTheWireBytesWithTheirRecipients) {
     ASSERT_EQ(r.status, MailSendResult::Status::KeptInOutbox) << r.reason.toStdString();
     EXPECT_TRUE(r.reason.contains(QStringLiteral("SMTP server"))) << r.reason.toStdString();
     ASSERT_EQ(OutboxFiles(outbox), QStringList{r.outboxFile});
+    // Nothing but the mail: no temporary file is left beside it.
+    EXPECT_EQ(QDir(outbox).entryList(QDir::Files | QDir::Hidden),
+              QStringList{QFileInfo(r.outboxFile).fileName()});
     EXPECT_TRUE(IsPrivateFile(r.outboxFile));
     const QByteArray eml = ReadAll(r.outboxFile);
     EXPECT_TRUE(eml.startsWith("X-Tlm-Recipients: ann@x.org, bo@y.org, cy@z.org\r\nX-Tlm-Failure: "))

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <initializer_list>
+#include <type_traits>
+#include <utility>
+
 #include "domain/domain_test_fixture.h"
 #include "domain/item.h"
 #include "reported/appointment_data.h"
@@ -84,6 +88,143 @@ TEST_P(ReportedTest, MissingColumnIsReportedAndLaterFieldsStay) {
     EXPECT_EQ(t.Subject, QStringLiteral("S"));
     EXPECT_EQ(t.Body, QStringLiteral("before"));
     EXPECT_TRUE(FirstReport().contains(QStringLiteral("TaskData.FromRecordset")));
+}
+
+// Gives each text field of the list a value of its own, and checks that each came back.
+template <class Record>
+void FillTexts(Record& r, std::initializer_list<QString Record::*> fields, const QString& tag) {
+    int n = 0;
+    for (QString Record::*f : fields)
+        r.*f = tag + QString::number(++n);
+}
+template <class Record>
+void ExpectTexts(const Record& back, const Record& r, std::initializer_list<QString Record::*> fields) {
+    int n = 0;
+    for (QString Record::*f : fields) {
+        ++n;
+        EXPECT_EQ(back.*f, r.*f) << "text field " << n;
+    }
+}
+
+const std::initializer_list<QString cReportedRecord::*> kSharedTexts = {
+    &cReportedRecord::Subject,      &cReportedRecord::Body,          &cReportedRecord::ReportedBy,
+    &cReportedRecord::ProjectValue, &cReportedRecord::ActivityValue, &cReportedRecord::BillingInformation,
+    &cReportedRecord::Categories,   &cReportedRecord::Companies,     &cReportedRecord::EntryID,
+    &cReportedRecord::Importance,   &cReportedRecord::Mileage,       &cReportedRecord::Sensitivity,
+    &cReportedRecord::HTMLBody,     &cReportedRecord::Field1Value,   &cReportedRecord::Field2Value,
+    &cReportedRecord::Field3Value,  &cReportedRecord::Field4Value,   &cReportedRecord::Field5Value,
+    &cReportedRecord::Field6Value,  &cReportedRecord::Field7Value,
+};
+
+// Every shared column and every column of the kind's own gets a value unlike its default, is written
+// and read back: a column missing from either list loses its value. Flag and count columns read as
+// false and 0, so the row itself is asked for them.
+TEST_P(ReportedTest, BothKindsWriteEveryColumnAndReadItBack) {
+    const auto fillShared = [](cReportedRecord& r, const QString& tag) {
+        FillTexts(r, kSharedTexts, tag);
+        r.Field8Value = QStringLiteral("8.25");  // a task reads its two currency fields from here
+        r.ReportedDate = QDateTime(QDate(2024, 3, 4), QTime(10, 15));
+        r.CreationTime = QDateTime(QDate(2024, 3, 1), QTime(8, 0));
+        r.LastModificationTime = QDateTime(QDate(2024, 3, 2), QTime(9, 5, 30));
+        r.StartDate = QDateTime(QDate(2024, 3, 3), QTime(13, 45));
+        r.Approved = r.IsRecurring = r.NoAging = true;
+        r.TotalCost = *Money::parse(QStringLiteral("67.5"));
+        r.Field9Value = Money::fromInt(9);
+        r.Field10Value = Money::fromInt(10);
+        r.ApprovedBy = QStringLiteral("Someone");
+    };
+    const auto expectShared = [](const cReportedRecord& back, const cReportedRecord& r) {
+        ExpectTexts(back, r, kSharedTexts);
+        EXPECT_EQ(back.Field8Value, r.Field8Value);
+        EXPECT_EQ(back.ReportedDate, r.ReportedDate);
+        EXPECT_EQ(back.CreationTime, r.CreationTime);
+        EXPECT_EQ(back.LastModificationTime, r.LastModificationTime);
+        EXPECT_EQ(back.StartDate, r.StartDate);
+        EXPECT_EQ(back.TotalCost, r.TotalCost);
+        EXPECT_EQ(back.ApprovedBy, QString());  // never written as approved by anybody
+        EXPECT_FALSE(back.ID.isEmpty());
+    };
+    const auto writeAndRead = [this](const auto& written, auto& back) {
+        using Record = std::decay_t<decltype(written)>;
+        auto rs = Open(Record::GetTableName());
+        EXPECT_TRUE(rs->AddNew());
+        written.ToRecordSet(*rs);
+        EXPECT_TRUE(rs->Update()) << rs->LastError().description.toStdString();
+        rs = Open(QStringLiteral("SELECT * FROM ") + Record::GetTableName(), LockMode::ReadOnly);
+        back.FromRecordset(*rs);
+        EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+        return rs;
+    };
+    // A flag is stored as any number but 0.
+    const auto expectFlagsSet = [](Recordset& rs, std::initializer_list<const char*> columns) {
+        for (const char* column : columns)
+            EXPECT_NE(rs.Fields(column).Value().toInt(), 0) << column;
+    };
+    const auto expectCounts = [](Recordset& rs, std::initializer_list<std::pair<const char*, int>> columns) {
+        for (const auto& [column, value] : columns)
+            EXPECT_EQ(rs.Fields(column).Value().toInt(), value) << column;
+    };
+
+    const std::initializer_list<QString cTaskData::*> taskTexts = {
+        &cTaskData::ContactNames,
+        &cTaskData::DelegationState,
+        &cTaskData::Delegator,
+        &cTaskData::Owner,
+        &cTaskData::Ownership,
+        &cTaskData::Role,
+        &cTaskData::SchedulePlusPriority,
+        &cTaskData::Status,
+        &cTaskData::StatusOnCompletionRecipients,
+        &cTaskData::StatusUpdateRecipients,
+    };
+    cTaskData task;
+    fillShared(task, QStringLiteral("task "));
+    FillTexts(task, taskTexts, QStringLiteral("own task "));
+    task.DateCompleted = QDateTime(QDate(2024, 4, 1), QTime(17, 0));
+    task.DueDate = QDateTime(QDate(2024, 5, 2), QTime(9, 30));
+    task.Complete = task.TeamTask = true;
+    task.ActualWork = 90;
+    task.Ordinal = 3;
+    task.TotalWork = 120;
+    cTaskData taskBack;
+    auto taskRow = writeAndRead(task, taskBack);
+    expectShared(taskBack, task);
+    ExpectTexts(taskBack, task, taskTexts);
+    EXPECT_EQ(taskBack.DateCompleted, task.DateCompleted);
+    EXPECT_EQ(taskBack.DueDate, task.DueDate);
+    EXPECT_EQ(taskBack.Field9Value, *Money::parse(QStringLiteral("8.25")));
+    EXPECT_EQ(taskBack.Field10Value, *Money::parse(QStringLiteral("8.25")));
+    EXPECT_EQ(taskRow->Fields("Field9Value").Value().value<Money>(), Money::fromInt(9));
+    EXPECT_EQ(taskRow->Fields("Field10Value").Value().value<Money>(), Money::fromInt(10));
+    expectFlagsSet(*taskRow, {"Approved", "IsRecurring", "NoAging", "Complete", "TeamTask"});
+    expectCounts(*taskRow, {{"ActualWork", 90}, {"Ordinal", 3}, {"TotalWork", 120}});
+
+    const std::initializer_list<QString cAppointmentData::*> appointmentTexts = {
+        &cAppointmentData::Location,
+        &cAppointmentData::MeetingStatus,
+        &cAppointmentData::NetMeetingOrganizerAlias,
+        &cAppointmentData::OptionalAttendees,
+        &cAppointmentData::Organizer,
+        &cAppointmentData::RecurrenceState,
+        &cAppointmentData::RequiredAttendees,
+        &cAppointmentData::Resources,
+        &cAppointmentData::ResponseStatus,
+    };
+    cAppointmentData appointment;
+    fillShared(appointment, QStringLiteral("appointment "));
+    FillTexts(appointment, appointmentTexts, QStringLiteral("own appointment "));
+    appointment.EndDate = QDateTime(QDate(2024, 3, 3), QTime(15, 0));
+    appointment.AllDayEvent = true;
+    appointment.Duration = 75;
+    cAppointmentData appointmentBack;
+    auto appointmentRow = writeAndRead(appointment, appointmentBack);
+    expectShared(appointmentBack, appointment);
+    ExpectTexts(appointmentBack, appointment, appointmentTexts);
+    EXPECT_EQ(appointmentBack.EndDate, appointment.EndDate);
+    EXPECT_EQ(appointmentBack.Field9Value, Money::fromInt(9));
+    EXPECT_EQ(appointmentBack.Field10Value, Money::fromInt(10));
+    expectFlagsSet(*appointmentRow, {"Approved", "IsRecurring", "NoAging", "AllDayEvent"});
+    expectCounts(*appointmentRow, {{"Duration", 75}});
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, ReportedTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),

@@ -144,6 +144,84 @@ TEST_P(OptionSaveTest, AdvancedSaveKeepsTheMembersRateSwitchOnlyForMemberRates) 
     EXPECT_EQ(back.hours, QStringLiteral("8"));
 }
 
+// Every field of every panel is saved and loaded back from a newly loaded store, in two passes
+// that give each field another value: a key missing from a panel's list, or kept as another kind,
+// cannot come back right in both.
+TEST_P(OptionSaveTest, EveryOptionOfEveryPanelSurvivesSaveAndLoad) {
+    cMySettings my;
+    const auto cameBack = [&](auto values) {
+        if constexpr (requires { values.Save(*global, &my); })
+            values.Save(*global, &my);
+        else
+            values.Save(*global);
+        EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+        decltype(values) back;
+        back.Load(&Reload());
+        return back == values;
+    };
+    for (const int pass : {0, 1}) {
+        const bool on = pass == 1;
+        const auto text = [pass](const char* what) {
+            return QString::fromLatin1(what) + QString::number(pass);
+        };
+        SCOPED_TRACE(pass);
+
+        AccessControlValues access;
+        access.flags.fill(on);
+        (on ? access.allowed : access.notAllowed) = QStringList{QStringLiteral("Robin")};
+        EXPECT_TRUE(cameBack(access)) << "access";
+
+        NotificationSwitchValues switches;
+        switches.on.fill(on);
+        EXPECT_TRUE(cameBack(switches)) << "notification switches";
+
+        FieldsValues fields;
+        fields.projectTitle = text("Job ");
+        fields.activityTitle = text("Step ");
+        fields.mandatoryProject = fields.mandatoryActivity = fields.membersChooseProjects = on;
+        fields.customFieldsTitle = text("Extras ");
+        fields.available.fill(on);
+        fields.mandatory.fill(on);
+        fields.customizable.fill(on);
+        for (size_t i = 0; i < fields.titles.size(); ++i)
+            fields.titles[i] = text("Extra ") + u'.' + QString::number(i);
+        EXPECT_TRUE(cameBack(fields)) << "fields";
+
+        AdvancedValues advanced;
+        advanced.rateFrom = on ? 2 : 1;  // the member's own rate switch is kept for member rates only
+        advanced.memberChangesRate = on;
+        advanced.taskWork = on ? 1 : 0;
+        advanced.rateInterval = on ? 1 : 0;
+        advanced.hours = on ? QStringLiteral("8") : QStringLiteral("0");
+        advanced.editMailToReport = advanced.chooseRecipients = advanced.reportEditable = on;
+        advanced.startFromProject = advanced.updateEndDate = advanced.updateDueDate = on;
+        advanced.whichEndDate = pass + 1;
+        advanced.whichDueDate = pass + 2;
+        EXPECT_TRUE(cameBack(advanced)) << "advanced";
+
+        UpgradeValues upgrade;
+        upgrade.allowUpgrade = upgrade.checkAtStartup = upgrade.tellMember = on;
+        upgrade.path = text("//server/upgrade/");
+        upgrade.installMode = pass + 1;
+        EXPECT_TRUE(cameBack(upgrade)) << "upgrade";
+
+        AuditValues audit;
+        audit.requiresApproval = audit.editProjectActivity = audit.editCost = on;
+        audit.notifyApproved = audit.showApprovedMail = on;
+        audit.notifyDeclined = audit.showDeclinedMail = audit.removeDeclined = on;
+        EXPECT_TRUE(cameBack(audit)) << "audit";
+
+        ReportingValues reporting;
+        reporting.flags.fill(on);
+        reporting.preventShortItems = reporting.copyTasks = reporting.copyAppointments = on;
+        reporting.minimumMinutes = QString::number(15 + pass);
+        reporting.hoursPerMonth = QString::number(160 + pass);
+        reporting.taskFolder = text("//server/tasks/");
+        reporting.appointmentFolder = text("//server/appointments/");
+        EXPECT_TRUE(cameBack(reporting)) << "reporting";
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, OptionSaveTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
                          EngineName);
 
