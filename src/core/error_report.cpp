@@ -33,7 +33,6 @@ ErrorReportMailer* g_mailer = nullptr;
 bool g_reportShown = false;
 bool g_logEnabled = false;
 QString g_currentAction;
-QStringList g_secrets;
 
 ErrorPresenter& presenter() {
     return g_presenter ? *g_presenter : g_stderrPresenter;
@@ -46,22 +45,6 @@ void SetErrorPresenter(ErrorPresenter* p) {
 }
 void SetErrorReportMailer(ErrorReportMailer* mailer) {
     g_mailer = mailer;
-}
-
-void RegisterSecret(const QString& secret) {
-    // Very short values would mask ordinary words; connection-string patterns still cover them.
-    if (secret.size() >= 3 && !g_secrets.contains(secret))
-        g_secrets.append(secret);
-}
-
-QString MaskSecrets(const QString& text) {
-    static const QRegularExpression pattern(QStringLiteral("\\b(Password|PWD)\\s*=\\s*[^;\\r\\n]*"),
-                                            QRegularExpression::CaseInsensitiveOption);
-    QString out = text;
-    out.replace(pattern, QStringLiteral("\\1=****"));
-    for (const QString& s : g_secrets)
-        out.replace(s, QStringLiteral("****"));
-    return out;
 }
 
 QString BuildReportText(const Failure& f) {

@@ -4,10 +4,10 @@
 #include <QStringList>
 
 #include "core/failure.h"
+#include "core/prompt.h"
+#include "core/secrets.h"
 
 namespace tlm {
-
-inline const QString kMessageTitle = QStringLiteral("Tally Loom Manager Process");
 
 // Shows the report dialogs. The GUI installs the real screens; without one, reports go to stderr.
 class ErrorPresenter {
@@ -43,11 +43,6 @@ QString BuildFriendlyReportText(const Failure& failure);
 QString ErrorReportSubject();
 // Composes and hands the report to the mailer; on failure shows the stop box.
 void subSendErrorReport(const QString& reportText, bool blnSendDirectly);
-
-// Secrets never appear in a report, message, mail or log. Connection-string passwords
-// ("Password=", "PWD=") are masked by pattern; any registered secret by value.
-void RegisterSecret(const QString& secret);
-QString MaskSecrets(const QString& text);
 
 QString fncGetAppVersion();
 QString fncGetLogFolder();

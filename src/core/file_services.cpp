@@ -1,77 +1,25 @@
 #include "core/file_services.h"
 
-#include <QCoreApplication>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
+#include <QRandomGenerator>
 #include <QStandardPaths>
 #include <QTemporaryFile>
 
-#include "core/error_report.h"
-#include "core/prompt.h"
-
 namespace tlm {
-
-namespace {
-ShellLauncher* g_launcher = nullptr;
-}
 
 QString fncStripTrailingSlash(const QString& path) {
     if (path.endsWith(QLatin1Char('/')) || path.endsWith(QLatin1Char('\\')))
         return path.left(path.size() - 1);
     return path;
-}
-
-void SetShellLauncher(ShellLauncher* launcher) {
-    g_launcher = launcher;
-}
-ShellLauncher* shellLauncher() {
-    return g_launcher;
-}
-
-RunTarget ResolveRunTarget(const QString& name, const QString& folder, const QString& applicationDir) {
-    RunTarget t;
-    const QString head = name.left(4).toUpper();
-    if (head == QLatin1String("HTTP") || head == QLatin1String("MAIL")) {
-        t.isLink = true;
-        t.found = true;
-        t.path = name;
-        return t;
-    }
-    if (!folder.isEmpty()) {
-        t.path = fncStripTrailingSlash(folder) + QLatin1Char('/') + name;
-        if (QFileInfo(t.path).isFile()) {
-            t.found = true;
-            return t;
-        }
-    }
-    t.path = fncStripTrailingSlash(applicationDir) + QLatin1Char('/') + name;
-    t.found = QFileInfo(t.path).isFile();
-    return t;
-}
-
-void RunApp(const QString& name, const QString& arguments, const QString& folder) {
-    subTraceAction(QStringLiteral("Attempting to execute ") + name + QLatin1Char(' ') + arguments +
-                   QLatin1Char(' ') + folder);
-    const RunTarget t = ResolveRunTarget(name, folder, QCoreApplication::applicationDirPath());
-    if (t.isLink) {
-        if (g_launcher)
-            g_launcher->openUrl(t.path);
-        return;
-    }
-    subTraceAction(QStringLiteral("Attempting to execute the path '") + t.path + QLatin1Char('\''));
-    if (!t.found || !g_launcher)
-        return;
-    if (!g_launcher->startProgram(t.path, arguments, folder)) {
-        MsgBox(QStringLiteral("Exception occured when running the file") + QLatin1Char(' ') + t.path +
-                   QLatin1Char('\n') + QStringLiteral("The program could not be started."),
-               PromptIcon::Critical);
-    }
-}
-
-void subOpenWithShell(const QString& file) {
-    if (g_launcher)
-        g_launcher->openUrl(file);
 }
 
 QString fncGetSpecialFolder(int folderNumber) {
@@ -85,22 +33,98 @@ QString fncGetSpecialFolder(int folderNumber) {
     }
 }
 
-bool WriteFileAtomically(const QString& path, const QByteArray& bytes, bool privateMode, QString* error) {
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QSaveFile f(path);
-    if (!f.open(QIODevice::WriteOnly)) {
+AtomicFile::AtomicFile(QString target, Access access) : target_(std::move(target)), access_(access) {}
+
+AtomicFile::~AtomicFile() {
+    cancel();
+}
+
+bool AtomicFile::open(QString* error) {
+    const auto fail = [&](const QString& why) {
         if (error)
-            *error = f.errorString();
+            *error = why;
         return false;
+    };
+    cancel();
+    const QFileInfo info(target_);
+    QDir().mkpath(info.absolutePath());
+    // A name of our own beside the target: a rename within one folder is one step.
+    const QByteArray base = QFile::encodeName(info.absolutePath() + QStringLiteral("/.") + info.fileName());
+    struct stat existing {};
+    const bool exists = ::stat(QFile::encodeName(target_).constData(), &existing) == 0;
+    const mode_t mode = access_ == Access::Private ? 0600 : 0666;
+    int fd = -1;
+    QByteArray name;
+    for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
+        name = base + '.' + QByteArray::number(::getpid()) + '.' +
+               QByteArray::number(QRandomGenerator::global()->generate(), 36) + ".tmp";
+        fd = ::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        if (fd < 0 && errno != EEXIST)
+            return fail(QString::fromLocal8Bit(std::strerror(errno)));
     }
-    if (privateMode)
-        f.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    if (f.write(bytes) != bytes.size() || !f.commit()) {
-        if (error)
-            *error = f.errorString();
-        return false;
+    if (fd < 0)
+        return fail(QStringLiteral("no temporary name is free"));
+    // An existing file keeps its mode, unless a secret now goes into it.
+    if (exists && access_ == Access::Usual)
+        ::fchmod(fd, existing.st_mode & 07777);
+    temporary_ = QFile::decodeName(name);
+    file_ = std::make_unique<QFile>();
+    if (!file_->open(fd, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        const QString why = file_->errorString();
+        cancel();
+        return fail(why);
     }
     return true;
+}
+
+QIODevice* AtomicFile::device() {
+    return file_.get();
+}
+
+bool AtomicFile::commit(QString* error) {
+    const auto fail = [&](const QString& why) {
+        if (error)
+            *error = why;
+        cancel();
+        return false;
+    };
+    if (temporary_.isEmpty() || !file_)
+        return fail(QStringLiteral("the file was not opened"));
+    if (!file_->flush())
+        return fail(file_->errorString());
+    if (::fsync(file_->handle()) != 0)
+        return fail(QString::fromLocal8Bit(std::strerror(errno)));
+    file_->close();
+    // A library that wrote by name may have replaced the file; the checks hold for what is there.
+    if (::rename(QFile::encodeName(temporary_).constData(), QFile::encodeName(target_).constData()) != 0)
+        return fail(QString::fromLocal8Bit(std::strerror(errno)));
+    temporary_.clear();
+    file_.reset();
+    return true;
+}
+
+void AtomicFile::cancel() {
+    if (file_) {
+        file_->close();
+        file_.reset();
+    }
+    if (!temporary_.isEmpty()) {
+        ::unlink(QFile::encodeName(temporary_).constData());
+        temporary_.clear();
+    }
+}
+
+bool WriteFileAtomically(const QString& path, const QByteArray& bytes, bool privateMode, QString* error) {
+    AtomicFile file(path, privateMode ? AtomicFile::Access::Private : AtomicFile::Access::Usual);
+    if (!file.open(error))
+        return false;
+    if (file.device()->write(bytes) != bytes.size()) {
+        if (error)
+            *error = file.device()->errorString();
+        return false;
+    }
+    return file.commit(error);
 }
 
 bool IsFolderWritable(const QString& folder) {

@@ -1,34 +1,16 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
-#include <functional>
+#include <memory>
+
+class QFile;
+class QIODevice;
 
 namespace tlm {
 
 // Removes one trailing "/" or "\", and only one.
 QString fncStripTrailingSlash(const QString& path);
-
-// Opens a document or link, or starts a program; the GUI installs the desktop's way.
-class ShellLauncher {
-  public:
-    virtual ~ShellLauncher() = default;
-    virtual bool openUrl(const QString& url) = 0;
-    virtual bool startProgram(const QString& path, const QString& arguments, const QString& folder) = 0;
-};
-void SetShellLauncher(ShellLauncher* launcher);
-ShellLauncher* shellLauncher();
-
-// What RunApp decided to start.
-struct RunTarget {
-    bool isLink = false;
-    bool found = false;
-    QString path;  // the link, or the program path that was tried last
-};
-// A name starting with "HTTP" or "MAIL" (any case) is a link and passes without a file test;
-// otherwise <folder>/<name> then <applicationDir>/<name> (no ".exe" on this platform).
-RunTarget ResolveRunTarget(const QString& name, const QString& folder, const QString& applicationDir);
-void RunApp(const QString& name, const QString& arguments, const QString& folder);
-void subOpenWithShell(const QString& file);
 
 // Folder numbers of the original: 5 the user's documents, 43 the shared program data.
 QString fncGetSpecialFolder(int folderNumber);
@@ -37,7 +19,35 @@ QString fncGetSpecialFolder(int folderNumber);
 // mounts, root): a real temporary file is made and removed.
 bool IsFolderWritable(const QString& folder);
 
-// Writes a file whole or not at all (temporary file, then rename), at the given permissions.
+// The one way this program writes a file: into a temporary file beside the target, renamed over it
+// once whole, so a reader never sees half a file and a failure leaves the old one. An existing
+// target keeps its mode; a new one gets the usual mode of new files (the umask applies, it is never
+// changed), or 0600 when a secret is inside.
+class AtomicFile {
+  public:
+    enum class Access { Usual, Private };
+    explicit AtomicFile(QString target, Access access = Access::Usual);
+    ~AtomicFile();  // removes the temporary file unless committed
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
+
+    bool open(QString* error = nullptr);
+    // For libraries that write by name: they open this path and write it themselves.
+    QString temporaryPath() const { return temporary_; }
+    // For writing through Qt; valid between open and commit.
+    QIODevice* device();
+    // Flushes to the disk and puts the file in place; false (and the old file kept) on any failure.
+    bool commit(QString* error = nullptr);
+    void cancel();
+
+  private:
+    QString target_;
+    Access access_;
+    QString temporary_;
+    std::unique_ptr<QFile> file_;
+};
+
+// A whole file from bytes, through AtomicFile.
 bool WriteFileAtomically(const QString& path, const QByteArray& bytes, bool privateMode,
                          QString* error = nullptr);
 

@@ -10,6 +10,7 @@
 
 #include "core/codecs.h"
 #include "core/error_report.h"
+#include "core/ini_format.h"
 
 namespace tlm {
 
@@ -86,7 +87,7 @@ bool DefaultsToOne(const QString& flag) {
 }
 
 QString SettingsFile() {
-    QSettings probe(kSettingsOrganization, kSettingsApplication);
+    QSettings probe(IniStringsFormat(), QSettings::UserScope, kSettingsOrganization, kSettingsApplication);
     return probe.fileName();
 }
 
@@ -119,7 +120,7 @@ bool CheckNames(const QString& application, const QString& key, Failure* failure
 class Store {
   public:
     explicit Store(const QString& application = kSettingsApplication)
-        : settings_(kSettingsOrganization, application.trimmed()) {}
+        : settings_(IniStringsFormat(), QSettings::UserScope, kSettingsOrganization, application.trimmed()) {}
 
     QString get(const QString& key, const QString& def, Failure* failure = nullptr) {
         const QVariant v = settings_.value(key);
@@ -135,13 +136,32 @@ class Store {
         }
         return v.toString();
     }
-    void set(const QString& key, const QString& value) { settings_.setValue(key, value); }
+    void set(const QString& key, const QString& value) {
+        const QString full = settings_.group().isEmpty() ? key : settings_.group() + u'/' + key;
+        if (!before_.contains(full))
+            before_.insert(full, settings_.contains(key) ? settings_.value(key) : QVariant());
+        settings_.setValue(key, value);
+    }
     QSettings& raw() { return settings_; }
     bool sync(Failure* failure, const QString& label) {
         EnsurePrivateFile(settings_.fileName());
         settings_.sync();
         QFile::setPermissions(settings_.fileName(), QFileDevice::ReadOwner | QFileDevice::WriteOwner);
         if (settings_.status() != QSettings::NoError) {
+            // QSettings keeps unsaved values for the whole process and would write them with the next
+            // save or show them to the next read: put back what the file still holds.
+            const QString group = settings_.group();
+            while (!settings_.group().isEmpty())
+                settings_.endGroup();
+            for (auto it = before_.cbegin(); it != before_.cend(); ++it) {
+                if (it.value().isValid())
+                    settings_.setValue(it.key(), it.value());
+                else
+                    settings_.remove(it.key());
+            }
+            if (!group.isEmpty())
+                settings_.beginGroup(group);
+            before_.clear();
             if (failure)
                 *failure =
                     Failure{errnum::kSettingsWrite, QStringLiteral("Could not set key value"), 0, label};
@@ -152,6 +172,7 @@ class Store {
 
   private:
     QSettings settings_;
+    QHash<QString, QVariant> before_;  // each key's value before this store first set it
 };
 
 }  // namespace
@@ -162,13 +183,21 @@ QString LocalSettingsFilePath() {
 
 bool SaveSetting(const QString& application, const QString& section, const QString& key, const QString& value,
                  Failure* failure) {
+    return SaveSettingsGroup(application, section, {{key, value}}, failure);
+}
+
+bool SaveSettingsGroup(const QString& application, const QString& section,
+                       const QList<QPair<QString, QString>>& values, Failure* failure) {
     const QString label = QStringLiteral("modRegistryEntry.SaveSetting");
-    if (!CheckNames(application, key, failure, label))
-        return false;
+    for (const auto& [key, value] : values) {
+        if (!CheckNames(application, key, failure, label))
+            return false;
+    }
     Store store(application);
     if (!section.trimmed().isEmpty())
         store.raw().beginGroup(section.trimmed());
-    store.set(key, value);
+    for (const auto& [key, value] : values)
+        store.set(key, value);
     if (!section.trimmed().isEmpty())
         store.raw().endGroup();
     return store.sync(failure, label);
@@ -178,10 +207,27 @@ QString GetSetting(const QString& application, const QString& section, const QSt
                    const QString& defaultValue, Failure* failure) {
     if (!CheckNames(application, key, failure, QStringLiteral("modRegistryEntry.GetSetting")))
         return defaultValue;
-    Store store(application);
+    return SettingsSection(application, section).get(key, defaultValue, failure);
+}
+
+struct SettingsSection::Impl {
+    explicit Impl(const QString& app) : application(app), store(app) {}
+    QString application;
+    Store store;
+};
+
+SettingsSection::SettingsSection(const QString& application, const QString& section)
+    : impl_(std::make_unique<Impl>(application)) {
     if (!section.trimmed().isEmpty())
-        store.raw().beginGroup(section.trimmed());
-    return store.get(key, defaultValue, failure);
+        impl_->store.raw().beginGroup(section.trimmed());
+}
+
+SettingsSection::~SettingsSection() = default;
+
+QString SettingsSection::get(const QString& key, const QString& defaultValue, Failure* failure) {
+    if (!CheckNames(impl_->application, key, failure, QStringLiteral("modRegistryEntry.GetSetting")))
+        return defaultValue;
+    return impl_->store.get(key, defaultValue, failure);
 }
 
 cMySettings::cMySettings() {

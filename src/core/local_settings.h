@@ -2,8 +2,11 @@
 
 #include <QDateTime>
 #include <QHash>
+#include <QList>
+#include <QPair>
 #include <QString>
 #include <QStringList>
+#include <memory>
 #include <optional>
 
 #include "core/failure.h"
@@ -13,13 +16,30 @@ namespace tlm {
 inline const QString kSettingsOrganization = QStringLiteral("Orrinwell");
 inline const QString kSettingsApplication = QStringLiteral("TLM");
 
-// Named text values per user, in QSettings("Orrinwell", "TLM"); a non-empty section is a group.
+// Named text values per user, in the INI file of QSettings("Orrinwell", "TLM") read as text only
+// (core/ini_format.h); a non-empty section is a group.
 // The file is kept at mode 0600 and replaced atomically, so a crash never leaves half a file.
 // On an empty application or key the failure is set and nothing is read or written.
 bool SaveSetting(const QString& application, const QString& section, const QString& key, const QString& value,
                  Failure* failure = nullptr);
 QString GetSetting(const QString& application, const QString& section, const QString& key,
                    const QString& defaultValue, Failure* failure = nullptr);
+// The keys of one section in one go: read from one open of the file, written with one replacement
+// of it, so a failure midway never leaves half a group.
+class SettingsSection {
+  public:
+    SettingsSection(const QString& application, const QString& section);
+    ~SettingsSection();
+    SettingsSection(const SettingsSection&) = delete;
+    SettingsSection& operator=(const SettingsSection&) = delete;
+    QString get(const QString& key, const QString& defaultValue, Failure* failure = nullptr);
+
+  private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+bool SaveSettingsGroup(const QString& application, const QString& section,
+                       const QList<QPair<QString, QString>>& values, Failure* failure = nullptr);
 // Path of the per-user settings file (for messages and tests).
 QString LocalSettingsFilePath();
 

@@ -2,11 +2,26 @@
 
 #include <cmath>
 
+#include "core/error_report.h"
+#include "core/failure.h"
+
 namespace tlm {
 
 namespace {
 __extension__ typedef __int128 Int128;  // exact products of money and ratios
+
+Money Overflow(const char* routine) {
+    subReportError(Failure{errnum::kOverflow, QStringLiteral("Overflow"), 0,
+                           QStringLiteral("Money.") + QLatin1String(routine)});
+    return Money{};
+}
 }  // namespace
+
+Money Money::fromInt(std::int64_t whole) {
+    if (whole > INT64_MAX / kScale || whole < INT64_MIN / kScale)
+        return Overflow("fromInt");
+    return Money{whole * kScale};
+}
 
 std::int64_t DivRoundHalfEven(std::int64_t num, std::int64_t den) {
     if (den < 0) {
@@ -79,10 +94,12 @@ std::optional<Money> Money::parse(const QString& input) {
 }
 
 Money Money::fromDouble(double value) {
-    if (!std::isfinite(value))
-        return Money{};
+    // Beyond the range the text would not parse; the test keeps it from being written at all.
+    if (!std::isfinite(value) || std::fabs(value) >= double(INT64_MAX / kScale))
+        return Overflow("fromDouble");
     // Ten decimals are past any money value's precision; the text then rounds exactly.
-    return parse(QString::number(value, 'f', 10)).value_or(Money{});
+    const std::optional<Money> m = parse(QString::number(value, 'f', 10));
+    return m ? *m : Overflow("fromDouble");
 }
 
 std::optional<Money> Money::fromVariant(const QVariant& v) {
@@ -97,10 +114,12 @@ std::optional<Money> Money::fromVariant(const QVariant& v) {
         case QMetaType::LongLong:
         case QMetaType::UInt:
         case QMetaType::UShort:
-        case QMetaType::ULong:
-        case QMetaType::ULongLong:
         case QMetaType::Bool:
             return Money::fromInt(v.toLongLong());
+        case QMetaType::ULongLong:
+        case QMetaType::ULong:
+            return v.toULongLong() > std::uint64_t(INT64_MAX) ? Overflow("fromVariant")
+                                                              : Money::fromInt(v.toLongLong());
         case QMetaType::Double:
         case QMetaType::Float:
             return Money::fromDouble(v.toDouble());
@@ -152,6 +171,8 @@ Money Money::mulDiv(std::int64_t num, std::int64_t den) const {
         if (twice > d || (twice == d && (q % 2 != 0)))
             q += sign;
     }
+    if (q > INT64_MAX || q < INT64_MIN)
+        return Overflow("mulDiv");
     return Money{std::int64_t(q)};
 }
 

@@ -15,10 +15,13 @@ struct Money {
 
     static constexpr std::int64_t kScale = 10000;
     static Money fromUnits(std::int64_t u) { return Money{u}; }
-    static Money fromInt(std::int64_t whole) { return Money{whole * kScale}; }
+    // Past about 9.2e14 a whole number has no place: "Overflow" goes through the failure path and
+    // the value is 0, never a wrapped one.
+    static Money fromInt(std::int64_t whole);
     // Parses "12", "-3.5", "1,234.5678", "0.00005" (rounded half to even to four decimals).
     static std::optional<Money> parse(const QString& text);
     // For values a driver hands back as double: rounded through their shortest decimal text.
+    // Not finite or out of range: "Overflow" through the failure path, and 0.
     static Money fromDouble(double value);
     // From whatever a database or grid gives: Money, integers, decimal text, double. Null gives 0.
     static std::optional<Money> fromVariant(const QVariant& value);
@@ -36,7 +39,8 @@ struct Money {
         units += o.units;
         return *this;
     }
-    // Multiply by a ratio num/den, rounding half to even once at the end.
+    // Multiply by a ratio num/den, rounding half to even once at the end. A result out of range
+    // reports "Overflow" through the failure path and gives 0.
     Money mulDiv(std::int64_t num, std::int64_t den) const;
     auto operator<=>(const Money&) const = default;
 };

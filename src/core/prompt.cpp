@@ -1,6 +1,6 @@
 #include "core/prompt.h"
 
-#include "core/error_report.h"
+#include "core/secrets.h"
 
 namespace tlm {
 

@@ -45,7 +45,9 @@ class ScriptedPrompter : public Prompter {
 Prompter& prompter();
 void SetPrompter(Prompter* p);  // nullptr restores the built-in ScriptedPrompter
 
-// The program's message box: title "Tally Loom Manager Process" unless given.
+inline const QString kMessageTitle = QStringLiteral("Tally Loom Manager Process");
+
+// The program's message box: title kMessageTitle unless given.
 PromptAnswer MsgBox(const QString& text, PromptIcon icon = PromptIcon::None,
                     PromptButtons buttons = PromptButtons::Ok, const QString& title = QString());
 

@@ -17,19 +17,25 @@ struct NumberKey {
 };
 
 void ReadNumbers(const QString& section, const QList<NumberKey>& keys) {
+    SettingsSection store(kSettingsApplication, section);
     for (const NumberKey& k : keys) {
         bool ok = false;
-        const qint16 v = ToInt16(
-            GetSetting(kSettingsApplication, section, QString::fromLatin1(k.key), QString::fromLatin1(k.def)),
-            &ok);
+        const qint16 v = ToInt16(store.get(QString::fromLatin1(k.key), QString::fromLatin1(k.def)), &ok);
         if (ok)
             *k.value = v;
     }
 }
 
-void SaveNumbers(const QString& section, const QList<std::pair<const char*, qint16>>& keys) {
+QList<QPair<QString, QString>> Numbers(const QList<std::pair<const char*, qint16>>& keys) {
+    QList<QPair<QString, QString>> values;
     for (const auto& [key, value] : keys)
-        SaveSetting(kSettingsApplication, section, QString::fromLatin1(key), QString::number(value));
+        values.append({QString::fromLatin1(key), QString::number(value)});
+    return values;
+}
+
+// A window's values are one group, written in one go.
+void SaveNumbers(const QString& section, const QList<std::pair<const char*, qint16>>& keys) {
+    SaveSettingsGroup(kSettingsApplication, section, Numbers(keys));
 }
 
 const QString kAudit = QStringLiteral("AuditUI");
@@ -74,29 +80,27 @@ void cUISettings::ReadReportsUIValues() {
     ReadNumbers(kReports, {{"TimePeriodIndex", &Reports_TimePeriodIndex, "0"},
                            {"ReportTypeIndex", &Reports_ReportTypeIndex, "2"},
                            {"FilterByIndex", &Reports_FilterByIndex, "0"}});
-    Reports_SelectedFieldsList_Tasks =
-        GetSetting(kSettingsApplication, kReports, QStringLiteral("SelectedFieldsListTasks"), QString());
-    Reports_SelectedFieldsList_Appointments = GetSetting(
-        kSettingsApplication, kReports, QStringLiteral("SelectedFieldsListAppointments"), QString());
-    Reports_SelectedFieldsList_Common =
-        GetSetting(kSettingsApplication, kReports, QStringLiteral("SelectedFieldsListCommon"), QString());
+    SettingsSection store(kSettingsApplication, kReports);
+    Reports_SelectedFieldsList_Tasks = store.get(QStringLiteral("SelectedFieldsListTasks"), QString());
+    Reports_SelectedFieldsList_Appointments =
+        store.get(QStringLiteral("SelectedFieldsListAppointments"), QString());
+    Reports_SelectedFieldsList_Common = store.get(QStringLiteral("SelectedFieldsListCommon"), QString());
     ReadNumbers(kReports, {{"WindowState", &Reports_WindowState, "0"},
                            {"Width", &Reports_Width, "12000"},
                            {"Height", &Reports_Height, "8000"}});
 }
 
 void cUISettings::SaveReportsUIValues() {
-    SaveNumbers(kReports, {{"TimePeriodIndex", Reports_TimePeriodIndex},
-                           {"ReportTypeIndex", Reports_ReportTypeIndex},
-                           {"FilterByIndex", Reports_FilterByIndex}});
-    SaveSetting(kSettingsApplication, kReports, QStringLiteral("SelectedFieldsListTasks"),
-                Reports_SelectedFieldsList_Tasks);
-    SaveSetting(kSettingsApplication, kReports, QStringLiteral("SelectedFieldsListAppointments"),
-                Reports_SelectedFieldsList_Appointments);
-    SaveSetting(kSettingsApplication, kReports, QStringLiteral("SelectedFieldsListCommon"),
-                Reports_SelectedFieldsList_Common);
-    SaveNumbers(kReports,
-                {{"WindowState", Reports_WindowState}, {"Width", Reports_Width}, {"Height", Reports_Height}});
+    QList<QPair<QString, QString>> values = Numbers({{"TimePeriodIndex", Reports_TimePeriodIndex},
+                                                     {"ReportTypeIndex", Reports_ReportTypeIndex},
+                                                     {"FilterByIndex", Reports_FilterByIndex}});
+    values.append({QStringLiteral("SelectedFieldsListTasks"), Reports_SelectedFieldsList_Tasks});
+    values.append(
+        {QStringLiteral("SelectedFieldsListAppointments"), Reports_SelectedFieldsList_Appointments});
+    values.append({QStringLiteral("SelectedFieldsListCommon"), Reports_SelectedFieldsList_Common});
+    values.append(Numbers(
+        {{"WindowState", Reports_WindowState}, {"Width", Reports_Width}, {"Height", Reports_Height}}));
+    SaveSettingsGroup(kSettingsApplication, kReports, values);
 }
 
 void cUISettings::ReadSearchUIValues() {

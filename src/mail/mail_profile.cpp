@@ -13,10 +13,6 @@ namespace {
 
 const QString kApp = QStringLiteral("TLM");
 
-QString Get(const QString& key, const QString& def, Failure* failure) {
-    return GetSetting(kApp, kMailProfileSection, key, def, failure);
-}
-
 }  // namespace
 
 QString MailTlsModeName(MailTlsMode mode) {
@@ -55,6 +51,10 @@ int MailProfile::effectivePort() const {
 }
 
 MailProfile LoadMailProfile(Failure* failure) {
+    SettingsSection section(kApp, kMailProfileSection);
+    const auto Get = [&](const QString& key, const QString& def, Failure* f) {
+        return section.get(key, def, f);
+    };
     MailProfile p;
     p.senderName = Get(QStringLiteral("SenderName"), QString(), failure).trimmed();
     p.senderAddress = Get(QStringLiteral("SenderAddress"), QString(), failure).trimmed();
@@ -94,21 +94,21 @@ bool SaveMailProfile(const MailProfile& p, Failure* failure) {
         {QStringLiteral("ConnectTimeout"), QString::number(p.connectTimeoutSeconds)},
         {QStringLiteral("ErrorReportMailbox"), p.errorReportMailbox},
     };
-    for (const auto& [key, value] : values) {
-        if (!SaveSetting(kApp, kMailProfileSection, key, value, failure))
-            return false;
-    }
-    return true;
+    return SaveSettingsGroup(kApp, kMailProfileSection, values, failure);
 }
 
 DirectorySettings LoadDirectorySettings(Failure* failure) {
+    SettingsSection section(kApp, kMailProfileSection);
+    const auto Get = [&](const QString& key, const QString& def, Failure* f) {
+        return section.get(key, def, f);
+    };
     DirectorySettings d;
     d.url = Get(QStringLiteral("LdapUrl"), QString(), failure).trimmed();
     d.baseDn = Get(QStringLiteral("LdapBaseDn"), QString(), failure).trimmed();
     d.bindDn = Get(QStringLiteral("LdapBindDn"), QString(), failure).trimmed();
     d.password = Get(QStringLiteral("LdapPassword"), QString(), failure);
     d.startTls =
-        Get(QStringLiteral("LdapStartTls"), QStringLiteral("0"), failure).trimmed() == QLatin1String("1");
+        Get(QStringLiteral("LdapStartTls"), QStringLiteral("1"), failure).trimmed() == QLatin1String("1");
     bool ok = false;
     const int timeout =
         Get(QStringLiteral("LdapTimeout"), QStringLiteral("10"), failure).trimmed().toInt(&ok);
@@ -130,11 +130,7 @@ bool SaveDirectorySettings(const DirectorySettings& d, Failure* failure) {
         {QStringLiteral("LdapStartTls"), d.startTls ? QStringLiteral("1") : QStringLiteral("0")},
         {QStringLiteral("LdapTimeout"), QString::number(d.timeoutSeconds)},
     };
-    for (const auto& [key, value] : values) {
-        if (!SaveSetting(kApp, kMailProfileSection, key, value, failure))
-            return false;
-    }
-    return true;
+    return SaveSettingsGroup(kApp, kMailProfileSection, values, failure);
 }
 
 QString UserNameFromMailboxName(const QString& mailboxName) {

@@ -2,16 +2,14 @@
 
 #include <xlsxwriter.h>
 
-#include <sys/stat.h>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
-#include <QTemporaryFile>
 #include <QXmlStreamWriter>
 
 #include <cstdio>
 
+#include "core/file_services.h"
 #include "core/money.h"
 #include "database/connection.h"
 #include "database/cursor.h"
@@ -330,6 +328,7 @@ ExportOutcome WriteRows(std::shared_ptr<Connection> connection, const ReportDefi
     Cursor cursor(std::move(connection));
     if (!cursor.Open(def.sql)) {
         out.failure = cursor.LastError();
+        out.databaseFailed = true;
         return out;
     }
     QStringList headings;
@@ -369,6 +368,7 @@ ExportOutcome WriteRows(std::shared_ptr<Connection> connection, const ReportDefi
     }
     if (cursor.LastError().isSet()) {
         out.failure = cursor.LastError();
+        out.databaseFailed = true;
         return out;
     }
     if (!begun) {
@@ -448,64 +448,38 @@ ExportOutcome ExportReportTo(QIODevice* device, std::shared_ptr<Connection> conn
 ExportOutcome ExportReport(std::shared_ptr<Connection> connection, const ReportDefinition& def,
                            ExportFormat format, const QString& path, bool append, const DateTextFn& dateText,
                            const std::function<bool(qint64)>& progress, bool requireRows) {
-    if (format == ExportFormat::Excel) {
-        // The workbook library writes to a name, so it gets a temporary one beside the target.
-        QTemporaryFile reserve(QFileInfo(path).absolutePath() + QStringLiteral("/.export-XXXXXX.xlsx"));
-        if (!reserve.open()) {
-            ExportOutcome out;
-            out.failure =
-                ExportFailure(QStringLiteral("The file could not be written: ") + reserve.errorString());
-            return out;
-        }
-        const QString temp = reserve.fileName();
-        reserve.close();
+    const auto couldNotWrite = [](const QString& why) {
         ExportOutcome out;
-        {
-            auto writer = MakeXlsxWriter(temp, dateText);
-            out = WriteRows(connection, def, *writer, progress, requireRows);
-        }
-        if (out.ok) {
-            if (std::rename(QFile::encodeName(temp).constData(), QFile::encodeName(path).constData()) != 0) {
-                out.ok = false;
-                out.failure = ExportFailure(QStringLiteral("The file could not be written: ") + path);
-            } else {
-                reserve.setAutoRemove(false);
-                // The reservation was private to the owner; the workbook gets a new file's usual mode.
-                const mode_t mask = umask(0);
-                umask(mask);
-                chmod(QFile::encodeName(path).constData(), 0666 & ~mask);
-            }
-        }
-        return out;  // the reservation removes the temporary file unless it was renamed
-    }
-
-    QSaveFile file(path);
-    file.setDirectWriteFallback(false);
+        out.failure = ExportFailure(QStringLiteral("The file could not be written: ") + why);
+        return out;
+    };
+    AtomicFile file(path);
+    QString why;
+    if (!file.open(&why))
+        return couldNotWrite(path + QStringLiteral(" (") + why + u')');
     ExportOutcome out;
-    if (!file.open(QIODevice::WriteOnly)) {
-        out.failure = ExportFailure(QStringLiteral("The file could not be written: ") + file.errorString());
-        return out;
-    }
-    if (append) {
-        QFile original(path);
-        if (original.open(QIODevice::ReadOnly)) {
-            while (!original.atEnd()) {
-                const QByteArray chunk = original.read(1 << 20);
-                if (file.write(chunk) != chunk.size())
-                    break;
+    if (format == ExportFormat::Excel) {
+        // The workbook library writes to a name: the temporary file's.
+        auto writer = MakeXlsxWriter(file.temporaryPath(), dateText);
+        out = WriteRows(connection, def, *writer, progress, requireRows);
+    } else {
+        if (append) {
+            QFile original(path);
+            if (original.open(QIODevice::ReadOnly)) {
+                while (!original.atEnd()) {
+                    const QByteArray chunk = original.read(1 << 20);
+                    if (file.device()->write(chunk) != chunk.size())
+                        return couldNotWrite(file.device()->errorString());
+                }
             }
         }
+        std::unique_ptr<ReportWriter> writer = MakeStreamWriter(format, file.device(), dateText, append);
+        out = WriteRows(connection, def, *writer, progress, requireRows);
     }
-    std::unique_ptr<ReportWriter> writer = MakeStreamWriter(format, &file, dateText, append);
-    out = WriteRows(connection, def, *writer, progress, requireRows);
-    if (!out.ok) {
-        file.cancelWriting();
-        return out;
-    }
-    if (!file.commit()) {
-        out.ok = false;
-        out.failure = ExportFailure(QStringLiteral("The file could not be written: ") + file.errorString());
-    }
+    if (!out.ok)
+        return out;  // the old file stays as it was
+    if (!file.commit(&why))
+        return couldNotWrite(path + QStringLiteral(" (") + why + u')');
     return out;
 }
 

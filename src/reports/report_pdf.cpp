@@ -1,14 +1,11 @@
 #include "reports/report_pdf.h"
 
-#include <sys/stat.h>
 #include <QFile>
 #include <QFileInfo>
 #include <QPrinter>
-#include <QTemporaryFile>
 #include <QTextDocument>
 #include <QUrl>
-#include <cstdio>
-
+#include "core/file_services.h"
 #include "reports/report_render.h"
 
 namespace tlm {
@@ -27,27 +24,20 @@ bool PrintDocumentToPdf(QTextDocument& document, const QString& path, QString* e
             *error = QStringLiteral("The file could not be written: ") + why;
         return false;
     };
-    QTemporaryFile reserve(QFileInfo(path).absolutePath() + QStringLiteral("/.pdf-XXXXXX"));
-    if (!reserve.open())
-        return fail(path + QStringLiteral(" (") + reserve.errorString() + u')');
-    reserve.close();
+    AtomicFile file(path);
+    QString why;
+    if (!file.open(&why))
+        return fail(path + QStringLiteral(" (") + why + u')');
     {
         QPrinter printer(QPrinter::HighResolution);
         printer.setOutputFormat(QPrinter::PdfFormat);
-        printer.setOutputFileName(reserve.fileName());
+        printer.setOutputFileName(file.temporaryPath());
         document.print(&printer);
     }
-    if (QFileInfo(reserve.fileName()).size() == 0)
+    if (QFileInfo(file.temporaryPath()).size() == 0)
         return fail(path);
-    // A rename over an existing file replaces it in one step.
-    if (std::rename(QFile::encodeName(reserve.fileName()).constData(), QFile::encodeName(path).constData()) !=
-        0)
-        return fail(path);
-    reserve.setAutoRemove(false);
-    // The reservation was private to the owner; the file gets a new file's usual mode.
-    const mode_t mask = umask(0);
-    umask(mask);
-    chmod(QFile::encodeName(path).constData(), 0666 & ~mask);
+    if (!file.commit(&why))
+        return fail(path + QStringLiteral(" (") + why + u')');
     return true;
 }
 

@@ -66,7 +66,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const QString path = LocalSettingsFilePath();
+    static const QString path = LocalSettingsFilePath();
     fuzz::WriteFile(path.mid(fuzz::Root().size() + 1),
                     QByteArray(reinterpret_cast<const char*>(data), qsizetype(size)));
 

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+
+#include <csignal>
 
 #include <QDir>
 #include <QFile>
@@ -141,6 +144,61 @@ TEST_F(LocalSettings, SectionsAreGroups) {
         QStringLiteral("9000"));
     EXPECT_EQ(GetSetting(kSettingsApplication, QString(), QStringLiteral("Width"), QStringLiteral("none")),
               QStringLiteral("none"));
+}
+
+TEST_F(LocalSettings, AGroupIsWrittenWholeOrNotAtAll) {
+    const QString app = kSettingsApplication, sec = QStringLiteral("MailProfile");
+    ASSERT_TRUE(SaveSettingsGroup(app, sec,
+                                  {{QStringLiteral("SmtpHost"), QStringLiteral("old.example")},
+                                   {QStringLiteral("SmtpPort"), QStringLiteral("25")}}));
+    {
+        SettingsSection read(app, sec);
+        EXPECT_EQ(read.get(QStringLiteral("SmtpHost"), QString()), QStringLiteral("old.example"));
+        EXPECT_EQ(read.get(QStringLiteral("SmtpPort"), QString()), QStringLiteral("25"));
+        EXPECT_EQ(read.get(QStringLiteral("Missing"), QStringLiteral("def")), QStringLiteral("def"));
+    }
+
+    // One bad key refuses the group before anything is written.
+    Failure failure;
+    EXPECT_FALSE(SaveSettingsGroup(
+        app, sec,
+        {{QStringLiteral("SmtpHost"), QStringLiteral("new.example")}, {QString(), QStringLiteral("x")}},
+        &failure));
+    EXPECT_EQ(failure.description, QStringLiteral("Key may not be empty"));
+    EXPECT_EQ(GetSetting(app, sec, QStringLiteral("SmtpHost"), QString()), QStringLiteral("old.example"));
+
+    // A write cut short (here by a file-size limit, which holds for every user) fails the save and
+    // keeps the old group whole.
+    Failure writeFailure;
+    bool saved = true;
+    {
+        const auto oldHandler = ::signal(SIGXFSZ, SIG_IGN);
+        rlimit old{};
+        ::getrlimit(RLIMIT_FSIZE, &old);
+        rlimit tight = old;
+        tight.rlim_cur = 16;
+        ::setrlimit(RLIMIT_FSIZE, &tight);
+        saved = SaveSettingsGroup(app, sec,
+                                  {{QStringLiteral("SmtpHost"), QStringLiteral("new.example")},
+                                   {QStringLiteral("SmtpPort"), QStringLiteral("587")}},
+                                  &writeFailure);
+        ::setrlimit(RLIMIT_FSIZE, &old);
+        ::signal(SIGXFSZ, oldHandler);
+    }
+    EXPECT_FALSE(saved);
+    EXPECT_EQ(writeFailure.description, QStringLiteral("Could not set key value"));
+    // Neither the file nor a later read in this process holds any part of the refused group.
+    QFile onDisk(file);
+    ASSERT_TRUE(onDisk.open(QIODevice::ReadOnly));
+    const QByteArray text = onDisk.readAll();
+    EXPECT_TRUE(text.contains("old.example")) << text.constData();
+    EXPECT_FALSE(text.contains("new.example")) << text.constData();
+    SettingsSection after(app, sec);
+    EXPECT_EQ(after.get(QStringLiteral("SmtpHost"), QString()), QStringLiteral("old.example"));
+    EXPECT_EQ(after.get(QStringLiteral("SmtpPort"), QString()), QStringLiteral("25"));
+    // The next good save writes what it was given, and nothing of the refused one.
+    ASSERT_TRUE(SaveSetting(app, sec, QStringLiteral("SenderName"), QStringLiteral("Desk")));
+    EXPECT_EQ(GetSetting(app, sec, QStringLiteral("SmtpHost"), QString()), QStringLiteral("old.example"));
 }
 
 TEST_F(LocalSettings, AdminSaveWritesOnlyItsValues) {
