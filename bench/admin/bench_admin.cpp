@@ -19,7 +19,7 @@
 #include "database/connection.h"
 #include "database/provisioning.h"
 #include "database/recordset.h"
-#include "desktop/grid_widget.h"
+#include "desktop/grid_view.h"
 #include "settings/global_settings.h"
 #include "support/member_seed.h"
 

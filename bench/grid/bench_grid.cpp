@@ -4,7 +4,7 @@
 #include <QDate>
 
 #include "core/money.h"
-#include "desktop/grid_widget.h"
+#include "desktop/grid_view.h"
 
 namespace {
 

@@ -9,6 +9,7 @@
 #include "core/money.h"
 #include "core/prompt.h"
 #include "domain/domain_services.h"
+#include "domain/option_keys.h"
 #include "domain/value_names.h"
 #include "notifications/senders.h"
 #include "settings/global_settings.h"
@@ -26,7 +27,7 @@ bool IsCustomSection(qint32 section) {
 
 QString CustomListTitle(qint32 section, const cDBSettings& settings) {
     return settings.GeneralSettings
-        .GetValue(QStringLiteral("tpoTitleCustomField%1").arg(section - kFirstCustomSection + 1),
+        .GetValue(tpo::CustomFieldKey(tpo::kTitleCustomField, section - kFirstCustomSection + 1),
                   cGeneralSettings::kText)
         .toString();
 }
@@ -318,8 +319,7 @@ void RequestReportFromRow(qint32 section, const QString& name, const QString& pr
 
     QString recipients = settings->Members.AllEmails(true);
     const bool choose =
-        settings->GeneralSettings
-            .GetValue(QStringLiteral("tpoAllowSelectionOfMembersToReport"), cGeneralSettings::kInteger)
+        settings->GeneralSettings.GetValue(tpo::kAllowSelectionOfMembersToReport, cGeneralSettings::kInteger)
             .toInt() != 0;
     if (choose) {
         recipients = pickRecipients ? pickRecipients() : QString();

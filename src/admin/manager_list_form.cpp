@@ -12,13 +12,13 @@
 #include <QVBoxLayout>
 #include <memory>
 
-#include "admin/list_pickers_dialog.h"
+#include "admin/list_pickers_form.h"
 #include "admin/member_import.h"
-#include "admin/pick_members_dialog.h"
+#include "admin/pick_members_form.h"
 #include "core/process_state.h"
 #include "core/prompt.h"
-#include "desktop/grid_widget.h"
-#include "desktop/gui_window_services.h"
+#include "desktop/grid_view.h"
+#include "desktop/window_services.h"
 #include "domain/value_names.h"
 #include "settings/global_settings.h"
 

@@ -8,9 +8,10 @@
 #include <QVBoxLayout>
 
 #include "core/file_services.h"
+#include "core/shell.h"
 #include "core/local_settings.h"
-#include "desktop/gui_window_services.h"
-#include "mail/mail_account_dialog.h"
+#include "desktop/window_services.h"
+#include "mail/mail_account_form.h"
 
 namespace tlm {
 

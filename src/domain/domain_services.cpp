@@ -7,6 +7,7 @@
 #include "core/local_settings.h"
 #include "core/process_state.h"
 #include "domain/item.h"
+#include "domain/option_keys.h"
 #include "domain/shared_lists.h"
 #include "mail/mail_profile.h"
 
@@ -14,8 +15,8 @@ namespace tlm {
 
 namespace {
 
-qint16 Setting(const cSharedLists& g, const char* key) {
-    return qint16(g.GeneralSettings.GetValue(QString::fromLatin1(key), 2).toInt());
+qint16 Setting(const cSharedLists& g, const QString& key) {
+    return qint16(g.GeneralSettings.GetValue(key, 2).toInt());
 }
 
 }  // namespace
@@ -27,7 +28,7 @@ Money GetTotalCost(const TlmItem& item) {
         return Money{};
 
     Money rate;
-    switch (Setting(*g, "tpoUseRateFrom")) {
+    switch (Setting(*g, tpo::kUseRateFrom)) {
         case 0: {
             QString project = GetFieldValueFromItem(item, QStringLiteral("ProjectValue")).toString();
             if (project.isEmpty())
@@ -62,8 +63,8 @@ Money GetTotalCost(const TlmItem& item) {
     qint64 work = 0;
     const QString messageClass = item.MessageClass.toUpper();
     if (messageClass.contains(QStringLiteral("IPM.TASK"))) {
-        work = Setting(*g, "tpoWorkFieldToUseForTaskItem") != 0 ? item.minutes(QStringLiteral("TotalWork"))
-                                                                : item.minutes(QStringLiteral("ActualWork"));
+        work = Setting(*g, tpo::kWorkFieldToUseForTaskItem) != 0 ? item.minutes(QStringLiteral("TotalWork"))
+                                                                 : item.minutes(QStringLiteral("ActualWork"));
     } else if (messageClass.contains(QStringLiteral("IPM.APPOINTMENT")) ||
                messageClass.contains(
                    QStringLiteral("IPM.OLE.CLASS.{00061055-0000-0000-C000-000000000046}"))) {
@@ -71,10 +72,9 @@ Money GetTotalCost(const TlmItem& item) {
     }
 
     qint64 interval = 60;
-    if (Setting(*g, "tpoRateIntervalMode") != 0) {
+    if (Setting(*g, tpo::kRateIntervalMode) != 0) {
         // The custom value is in hours; an empty value counts as 0 hours.
-        const QString text =
-            g->GeneralSettings.GetValue(QStringLiteral("tpoRateIntervalCustomValue"), 8).toString();
+        const QString text = g->GeneralSettings.GetValue(tpo::kRateIntervalCustomValue, 8).toString();
         bool ok = true, overflow = false;
         const qint32 hours = text.trimmed().isEmpty() ? 0 : ToInt32(text, &ok, &overflow);
         if (!ok) {
@@ -116,7 +116,7 @@ bool Expired(const QDateTime& date) {
 
 bool HideExpiredProject(const QString& name) {
     const cSharedLists* g = SharedLists();
-    if (!g || Setting(*g, "tpoHideExpiredProjectsFromMembers") == 0)
+    if (!g || Setting(*g, tpo::kHideExpiredProjectsFromMembers) == 0)
         return false;
     const cProject* p = g->Projects.Items.Find(name);
     return p && Expired(p->FinishDate);
@@ -124,7 +124,7 @@ bool HideExpiredProject(const QString& name) {
 
 bool HideExpiredTask(const QString& project, const QString& activity) {
     const cSharedLists* g = SharedLists();
-    if (!g || Setting(*g, "tpoHideExpiredTasksFromMembers") == 0)
+    if (!g || Setting(*g, tpo::kHideExpiredTasksFromMembers) == 0)
         return false;
     const cTask* t = g->Tasks.Items.Find(project + activity);
     return t && Expired(t->DueDate);

@@ -6,7 +6,6 @@
 #include "core/error_report.h"
 #include "database/connection.h"
 #include "database/recordset.h"
-#include "domain/shared_lists.h"
 
 namespace tlm {
 
@@ -193,19 +192,5 @@ QStringList cMembers::PopulateComboList() const {
     return names;
 }
 
-QString cMembers::AllEmails(bool excludeCurrentMember) const {
-    const cSharedLists* global = SharedLists();
-    const QString current = global ? global->CurrentMember.Name.toUpper() : QString();
-    QStringList parts(std::max(1, Items.Count()));
-    int next = 0;
-    for (const auto& e : Items) {
-        if (e.item.Email.isEmpty())
-            continue;
-        if (excludeCurrentMember && e.item.Name.toUpper() == current)
-            continue;
-        parts[next++] = e.item.Email;
-    }
-    return parts.join(u';');
-}
 
 }  // namespace tlm

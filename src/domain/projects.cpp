@@ -8,7 +8,6 @@
 #include "core/error_report.h"
 #include "database/connection.h"
 #include "database/recordset.h"
-#include "domain/shared_lists.h"
 
 namespace tlm {
 
@@ -84,21 +83,6 @@ QString cProject::ToStringValuesClient() const {
            EncodeValue(fncGetDateTextOrEmpty(FinishDate)) + u',' + Rate.toPlainString();
 }
 
-QString cProject::ToStringTasks(const QString& separator) const {
-    const cSharedLists* global = SharedLists();
-    if (!global)
-        return QString();
-    QString out;
-    for (const auto& e : global->Tasks.Items) {
-        const cTask& t = e.item;
-        if (t.Project != ProjectName)
-            continue;
-        const QString entry = EncodeValue(t.ActivityName) + u',' +
-                              EncodeValue(fncGetDateTextOrEmpty(t.DueDate)) + u',' + t.Rate.toPlainString();
-        out = out.isEmpty() ? entry : entry + separator + out;
-    }
-    return out.trimmed();
-}
 
 QString cProjects::GetProject(qint16 index) const {
     if (index < 1 || index > Items.Count())

@@ -5,8 +5,6 @@
 #include "core/error_report.h"
 #include "database/connection.h"
 #include "database/recordset.h"
-#include "domain/domain_services.h"
-#include "domain/shared_lists.h"
 #include "domain/single_list.h"
 
 namespace tlm {
@@ -144,39 +142,6 @@ cSingleList cTasks::GetProjectsList() const {
     return list;
 }
 
-QString cTasks::ToString() const {
-    const cSingleList projects = GetProjectsList();
-    const cSharedLists* global = SharedLists();
-    QStringList lines;
-    // Colour and dates carry over from the previous project when a name has no project row.
-    qint16 color = 0;
-    QDateTime start = ZeroDate(), finish = ZeroDate();
-    for (const auto& pe : projects.Items) {
-        const QString& name = pe.item;
-        if (HideExpiredProject(name))
-            continue;
-        QStringList entries;
-        for (const auto& e : Items) {
-            const cTask& t = e.item;
-            if (t.Project != name)
-                continue;
-            // Asked with the project twice, as the client has always asked.
-            if (HideExpiredTask(name, name))
-                continue;
-            entries.append(EncodeValue(t.ActivityName) + u',' + EncodeValue(DateTimeToText(t.DueDate)));
-        }
-        if (global)
-            if (const cProject* p = global->Projects.Items.Find(name)) {
-                color = p->ColorCode;
-                start = p->StartDate;
-                finish = p->FinishDate;
-            }
-        lines.append(EncodeValue(name) + u',' + QString::number(color) + u',' +
-                     EncodeValue(DateTimeToText(start)) + u',' + EncodeValue(DateTimeToText(finish)) + u':' +
-                     entries.join(u';'));
-    }
-    return lines.join(QStringLiteral("\r\n"));
-}
 
 QString cTasks::ToStringTab() const {
     QStringList names;
@@ -186,10 +151,6 @@ QString cTasks::ToStringTab() const {
     return names.join(u'\t').trimmed() + QStringLiteral("\t ");
 }
 
-QString GetTasksForAProject(const QString& project) {
-    const cSharedLists* global = SharedLists();
-    return global ? GetTasksForAProject(global->Tasks, project) : QString();
-}
 
 QString GetTasksForAProject(const cTasks& tasks, const QString& project) {
     if (tasks.Items.isEmpty())

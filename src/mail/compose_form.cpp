@@ -15,7 +15,7 @@
 
 #include "core/error_report.h"
 #include "core/prompt.h"
-#include "mail/mail_account_dialog.h"
+#include "mail/mail_account_form.h"
 
 namespace tlm {
 

@@ -47,7 +47,7 @@ struct DirectorySettings {
     QString baseDn;
     QString bindDn;  // empty: anonymous
     QString password;
-    bool startTls = false;  // upgrade an ldap:// connection before the bind
+    bool startTls = true;  // upgrade an ldap:// connection before the bind; off only when set so
     int timeoutSeconds = 10;
 };
 // Reading registers the password as a secret, as for the mail profile.

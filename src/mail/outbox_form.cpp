@@ -5,7 +5,7 @@
 #include <QProgressDialog>
 
 #include "core/prompt.h"
-#include "mail/mail_account_dialog.h"
+#include "mail/mail_account_form.h"
 #include "mail/outbox.h"
 
 namespace tlm {

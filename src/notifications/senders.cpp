@@ -5,6 +5,7 @@
 #include "core/error_report.h"
 #include "domain/list_common.h"
 #include "domain/members.h"
+#include "domain/option_keys.h"
 #include "domain/projects.h"
 #include "domain/single_list.h"
 #include "domain/tasks.h"
@@ -145,19 +146,18 @@ NotificationTags TaskTags(const cTask& task, bool withProjectRate) {
 }
 
 void SendEmailNotificationToMembersWhenNewProjectsAdded(const QString& sNewProjects) {
-    TellMembersOfNew(kNewProjects, QStringLiteral("tpoNotifyMembersWhenNewProjectsAdded"),
+    TellMembersOfNew(kNewProjects, tpo::kNotifyMembersWhenNewProjectsAdded,
                      QStringLiteral("TLM_NEW_PROJECTS"), sNewProjects);
 }
 
 void SendEmailNotificationToMembersWhenNewTasksAdded(const QString& sNewActivities) {
-    TellMembersOfNew(kNewActivities, QStringLiteral("tpoNotifyMembersWhenNewActivitiesAdded"),
+    TellMembersOfNew(kNewActivities, tpo::kNotifyMembersWhenNewActivitiesAdded,
                      QStringLiteral("TLM_NEW_ACTIVITIES"), sNewActivities);
 }
 
 void SendEmailNotificationToManagerWhenAssignedProject(const cProject& project) {
     const cNotificationStore* global = NotificationStore();
-    if (!global || project.ProjectName.isEmpty() ||
-        !FlagSet(*global, QStringLiteral("tpoNotifyManagerWhenAssignedProject")))
+    if (!global || project.ProjectName.isEmpty() || !FlagSet(*global, tpo::kNotifyManagerWhenAssignedProject))
         return;
     const cMember* manager = MemberByName(*global, project.ProjectManager);
     if (!manager || manager->Email.isEmpty())
@@ -168,7 +168,7 @@ void SendEmailNotificationToManagerWhenAssignedProject(const cProject& project) 
 void SendEmailNotificationToCoordinatorWhenAssignedTask(const cTask& task) {
     const cNotificationStore* global = NotificationStore();
     if (!global || task.ActivityName.isEmpty() ||
-        !FlagSet(*global, QStringLiteral("tpoNotifyCoordintorWhenAssignedActivity")))
+        !FlagSet(*global, tpo::kNotifyCoordinatorWhenAssignedActivity))
         return;
     const cMember* coordinator = MemberByName(*global, task.Coordinator);
     if (!coordinator || coordinator->Email.isEmpty())
@@ -181,7 +181,7 @@ void SendEmailToMembersToRequestReportOnAProject(const cProject& project, const 
     if (!global || project.ProjectName.isEmpty() || recipients.isEmpty())
         return;
     Send(kReportOnProject, recipients, ProjectTags(project),
-         !ShowFirst(*global, QStringLiteral("tpoAllowEditOfEmailToReport")));
+         !ShowFirst(*global, tpo::kAllowEditOfEmailToReport));
 }
 
 void SendEmailToMembersToRequestReportOnATask(const cTask& task, const QString& recipients) {
@@ -189,7 +189,7 @@ void SendEmailToMembersToRequestReportOnATask(const cTask& task, const QString& 
     if (!global || task.ActivityName.isEmpty() || recipients.isEmpty())
         return;
     Send(kReportOnActivity, recipients, TaskTags(task, true),
-         !ShowFirst(*global, QStringLiteral("tpoAllowEditOfEmailToReport")));
+         !ShowFirst(*global, tpo::kAllowEditOfEmailToReport));
 }
 
 void SendEmailToMemberToReport(const QString& memberName) {
@@ -203,18 +203,15 @@ void SendEmailToMemberToReport(const QString& memberName) {
     tags.Add(QStringLiteral("TLM_ADMIN"), sCurrentUser());
     tags.Add(QStringLiteral("TLM_MEMBER"), member->Name);
     tags.Add(QStringLiteral("TLM_NOW"), Now());
-    Send(kMemberToReport, member->Email, tags,
-         !ShowFirst(*global, QStringLiteral("tpoAllowEditOfEmailToReport")));
+    Send(kMemberToReport, member->Email, tags, !ShowFirst(*global, tpo::kAllowEditOfEmailToReport));
 }
 
 void SendEmailNotificationToMemberWhenApproved(const ReportedItemRef& item, const QString& sType) {
-    TellMemberOfItem(kApproved, QStringLiteral("tpoNotifyMemberWhenApproved"),
-                     QStringLiteral("tpoAuditDisplayApprovedEmail"), item, sType);
+    TellMemberOfItem(kApproved, tpo::kNotifyMemberWhenApproved, tpo::kAuditDisplayApprovedEmail, item, sType);
 }
 
 void SendEmailNotificationToMemberWhenDeclined(const ReportedItemRef& item, const QString& sType) {
-    TellMemberOfItem(kDeclined, QStringLiteral("tpoNotifyMemberWhenDecline"),
-                     QStringLiteral("tpoAuditDisplayDeclinedEmail"), item, sType);
+    TellMemberOfItem(kDeclined, tpo::kNotifyMemberWhenDeclined, tpo::kAuditDisplayDeclinedEmail, item, sType);
 }
 
 void InstallNotificationSenders(NotificationDisplay* display) {

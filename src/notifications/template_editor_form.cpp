@@ -16,8 +16,8 @@
 #include <QVBoxLayout>
 
 #include "core/error_report.h"
-#include "desktop/gui_window_services.h"
-#include "mail/mail_account_dialog.h"
+#include "desktop/window_services.h"
+#include "mail/mail_account_form.h"
 
 namespace tlm {
 

@@ -47,6 +47,7 @@ struct ExportOutcome {
     bool empty = false;  // no rows, and requireRows asked for at least one: nothing was written
     qint64 rows = 0;
     Failure failure;
+    bool databaseFailed = false;  // the failure came from the query or its rows, not from the file
 };
 
 // Runs the report's query again and writes every row to the file. The file is written under a

@@ -1,5 +1,6 @@
 #include "reports/report_fields.h"
 
+#include "domain/option_keys.h"
 #include "settings/global_settings.h"
 
 namespace tlm {
@@ -101,17 +102,15 @@ const FixedField kCommonOrder[] = {
 
 void cReportFields::LoadFieldsToDictionaries(const cGeneralSettings& settings, const QString& projectTitle,
                                              const QString& activityTitle) {
-    storedProjectTitle_ =
-        settings.GetValue(QStringLiteral("tpoProjectTitle"), cGeneralSettings::kText).toString();
-    storedActivityTitle_ =
-        settings.GetValue(QStringLiteral("tpoActivityTitle"), cGeneralSettings::kText).toString();
+    storedProjectTitle_ = settings.GetValue(tpo::kProjectTitle, cGeneralSettings::kText).toString();
+    storedActivityTitle_ = settings.GetValue(tpo::kActivityTitle, cGeneralSettings::kText).toString();
     for (int n = 1; n <= 10; ++n) {
         const QString title =
-            settings.GetValue(QStringLiteral("tpoTitleCustomField%1").arg(n), cGeneralSettings::kText)
+            settings.GetValue(tpo::CustomFieldKey(tpo::kTitleCustomField, n), cGeneralSettings::kText)
                 .toString();
         storedCustomTitles_[n - 1] = title;
         strCustomTitle[n - 1].clear();
-        if (settings.GetValue(QStringLiteral("tpoActiveCustomField%1").arg(n), cGeneralSettings::kInteger)
+        if (settings.GetValue(tpo::CustomFieldKey(tpo::kActiveCustomField, n), cGeneralSettings::kInteger)
                 .toInt() != 0)
             strCustomTitle[n - 1] =
                 title.trimmed().isEmpty() ? QStringLiteral("Custom Field %1").arg(n) : title;

@@ -27,11 +27,12 @@
 #include "core/process_state.h"
 #include "core/prompt.h"
 #include "database/connection.h"
-#include "desktop/gui_dialogs.h"
-#include "desktop/gui_window_services.h"
+#include "desktop/dialogs.h"
+#include "desktop/window_services.h"
 #include "desktop/ui_settings.h"
+#include "domain/option_keys.h"
 #include "domain/single_list.h"
-#include "reports/report_chart_widget.h"
+#include "reports/report_chart_form.h"
 #include "reports/report_export.h"
 #include "reports/report_pdf.h"
 #include "reports/report_request.h"
@@ -210,14 +211,12 @@ void frmReports::subSetCaption() {
     // The manager flag is always on in this program; the member-only path stays as designed.
     blnFullView = Process().blnManagerProcess;
     if (!blnFullView && db)
-        blnFullView = db->GeneralSettings
-                              .GetValue(QStringLiteral("tpoAllowMemberViewAllSummaryReports"),
-                                        cGeneralSettings::kInteger)
-                              .toInt() != 0 &&
-                      db->CurrentMember.AdminAccess;
+        blnFullView =
+            db->GeneralSettings.GetValue(tpo::kAllowMemberViewAllSummaryReports, cGeneralSettings::kInteger)
+                    .toInt() != 0 &&
+            db->CurrentMember.AdminAccess;
     editable_ =
-        db && db->GeneralSettings.GetValue(QStringLiteral("tpoReportEditable"), cGeneralSettings::kInteger)
-                      .toInt() != 0;
+        db && db->GeneralSettings.GetValue(tpo::kReportEditable, cGeneralSettings::kInteger).toInt() != 0;
     wwwReportEditor_->setVisible(editable_);
     wwwReport_->setVisible(!editable_);
 

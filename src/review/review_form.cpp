@@ -18,11 +18,12 @@
 #include "core/error_report.h"
 #include "core/local_settings.h"
 #include "core/process_state.h"
+#include "core/prompt.h"
 #include "database/connection.h"
 #include "database/recordset.h"
-#include "desktop/grid_widget.h"
-#include "desktop/gui_window_services.h"
+#include "desktop/grid_view.h"
 #include "desktop/ui_settings.h"
+#include "desktop/window_services.h"
 #include "settings/global_settings.h"
 
 namespace tlm {
@@ -395,6 +396,45 @@ void frmReviewReports::ButtonClicked(int row, int col) {
     if (ReviewButtonClicked(button, texts, options_)) {
         fps_->deleteRows(row, 1);
         fps_->setRowCount(fps_->dataRowCount());
+    }
+}
+
+bool ReviewButtonClicked(ReviewButton button, const ReviewRowTexts& row, const ReviewOptions& options) {
+    if (row.id.isEmpty())
+        return false;
+    const auto yes = [](const QString& question) {
+        return MsgBox(question, PromptIcon::Question, PromptButtons::YesNo) == PromptAnswer::Yes;
+    };
+    ReviewOutcome outcome;
+    if (button == ReviewButton::Approve) {
+        if (!yes(ApproveQuestion(row.id, row.subject)))
+            return false;
+        outcome = ApproveDBItem(row.id, row.type, row.cells, options);
+    } else {
+        const cDBSettings* global = DBSettings();
+        if (!global || !DeclineRemovesRows(*global))
+            return false;
+        if (!yes(DeclineQuestion(row.id, row.subject)))
+            return false;
+        outcome = DeleteDBItem(row.id, row.type);
+    }
+    ShowReviewOutcome(outcome);
+    return outcome.done();
+}
+
+void ShowReviewOutcome(const ReviewOutcome& outcome) {
+    switch (outcome.kind) {
+        case ReviewOutcome::Kind::Done:
+            return;
+        case ReviewOutcome::Kind::NoConnection:
+            MsgBox(kNoConnectionText);
+            return;
+        case ReviewOutcome::Kind::NotQueued:
+        case ReviewOutcome::Kind::ReadFailed:
+        case ReviewOutcome::Kind::Refused:
+            if (outcome.failure.isSet())
+                subReportError(outcome.failure);
+            return;
     }
 }
 

@@ -28,13 +28,15 @@
 
 #include "core/codecs.h"
 #include "core/error_report.h"
+#include "core/file_services.h"
 #include "core/local_settings.h"
 #include "core/process_state.h"
 #include "core/prompt.h"
 #include "database/connection.h"
-#include "desktop/gui_dialogs.h"
-#include "desktop/gui_window_services.h"
+#include "desktop/dialogs.h"
 #include "desktop/ui_settings.h"
+#include "desktop/window_services.h"
+#include "domain/option_keys.h"
 #include "settings/global_settings.h"
 
 namespace tlm {
@@ -478,8 +480,7 @@ void frmSearch::subPrintSelectedItems(bool toPdf) {
     if (selected > 1 &&
         MsgBox(PrintQuestion(selected), PromptIcon::Question, PromptButtons::YesNo) != PromptAnswer::Yes)
         return;
-    const QString printTemplate =
-        global_.MessageTemplates.GetValue(QStringLiteral("tpoPrintTemplate")).toString();
+    const QString printTemplate = global_.MessageTemplates.GetValue(tpo::kPrintTemplate).toString();
     const QStringList pages = PrintPages(colResults_, SelectedFlags(), printTemplate);
     if (!pages.isEmpty())
         OutputPages(pages, toPdf);
@@ -495,9 +496,20 @@ bool frmSearch::OutputPages(const QStringList& pages, bool toPdf) {
             return false;
         if (!path.endsWith(QStringLiteral(".pdf"), Qt::CaseInsensitive))
             path += QStringLiteral(".pdf");
-        printer.setOutputFormat(QPrinter::PdfFormat);
-        printer.setOutputFileName(path);
-        return PrintHtmlPages(printer, pages);
+        // Printed beside the target and put in place when whole: a failure keeps the old file.
+        AtomicFile file(path);
+        QString why;
+        bool ok = file.open(&why);
+        if (ok) {
+            printer.setOutputFormat(QPrinter::PdfFormat);
+            printer.setOutputFileName(file.temporaryPath());
+            ok = PrintHtmlPages(printer, pages) && file.commit(&why);
+        }
+        if (!ok)
+            MsgBox(QStringLiteral("The file could not be written: ") + path +
+                       (why.isEmpty() ? QString() : QStringLiteral(" (") + why + u')'),
+                   PromptIcon::Exclamation);
+        return ok;
     }
     bool accepted = false;
     if (g_printHook) {

@@ -1,6 +1,7 @@
 #include "search/search_query.h"
 
 #include "core/codecs.h"
+#include "domain/option_keys.h"
 #include "settings/global_settings.h"
 
 namespace tlm {
@@ -51,13 +52,13 @@ QStringList CostFunctionEntries() {
 }
 
 bool IsCustomFieldActive(const cGeneralSettings& settings, int n) {
-    return settings.GetValue(QStringLiteral("tpoActiveCustomField%1").arg(n), cGeneralSettings::kInteger)
+    return settings.GetValue(tpo::CustomFieldKey(tpo::kActiveCustomField, n), cGeneralSettings::kInteger)
                .toInt() != 0;
 }
 
 QString CustomFieldTitle(const cGeneralSettings& settings, int n) {
     const QString title =
-        settings.GetValue(QStringLiteral("tpoTitleCustomField%1").arg(n), cGeneralSettings::kText).toString();
+        settings.GetValue(tpo::CustomFieldKey(tpo::kTitleCustomField, n), cGeneralSettings::kText).toString();
     return title.isEmpty() ? QStringLiteral("Custom Field %1").arg(n) : title;
 }
 

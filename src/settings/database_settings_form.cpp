@@ -14,7 +14,8 @@
 
 #include "core/local_settings.h"
 #include "core/process_state.h"
-#include "desktop/gui_dialogs.h"
+#include "database/connection.h"
+#include "desktop/dialogs.h"
 
 namespace tlm {
 

@@ -3,7 +3,7 @@
 #include <QColor>
 
 #include "settings/database_setup.h"
-#include "settings/manager_settings_form.h"
+#include "settings/settings_panel_form.h"
 
 class QCheckBox;
 class QComboBox;

@@ -7,6 +7,7 @@
 #include "database/connection.h"
 #include "database/recordset.h"
 #include "domain/domain_services.h"
+#include "domain/option_keys.h"
 
 namespace tlm {
 
@@ -17,13 +18,13 @@ cDBSettings* g_settings = nullptr;
 // The built-in defaults of Class_Initialize; a blank database holds the same rows.
 void PutBuiltInDefaults(cGeneralSettings& s) {
     for (int i = 1; i <= 8; ++i)
-        s.SetValue(QStringLiteral("tpoTitleCustomField%1").arg(i), QStringLiteral("Custom Field %1").arg(i));
-    s.SetValue(QStringLiteral("tpoCustomFieldsTitle"), QStringLiteral("Custom Fields"));
-    s.SetValue(QStringLiteral("tpoProjectTitle"), QStringLiteral("Project"));
-    s.SetValue(QStringLiteral("tpoActivityTitle"), QStringLiteral("Activity"));
-    for (const char* key : {"tpoAllowTaskItem", "tpoAllowAppointmentItem", "tpoProjectActivityCustomizable",
-                            "tpoReportEditable"})
-        s.SetValue(QString::fromLatin1(key), QStringLiteral("1"));
+        s.SetValue(tpo::CustomFieldKey(tpo::kTitleCustomField, i), QStringLiteral("Custom Field %1").arg(i));
+    s.SetValue(tpo::kCustomFieldsTitle, QStringLiteral("Custom Fields"));
+    s.SetValue(tpo::kProjectTitle, QStringLiteral("Project"));
+    s.SetValue(tpo::kActivityTitle, QStringLiteral("Activity"));
+    for (const QLatin1StringView key : {tpo::kAllowTaskItem, tpo::kAllowAppointmentItem,
+                                        tpo::kProjectActivityCustomizable, tpo::kReportEditable})
+        s.SetValue(key, QStringLiteral("1"));
 }
 
 }  // namespace
@@ -70,14 +71,11 @@ void cDBSettings::LoadGlobalSettings(bool blnShowDialog, bool& ok) {
         return missing();
     MessageTemplates.FromRecordset(rs.get());
 
-    ProjectTitle = GeneralSettings.GetValue(QStringLiteral("tpoProjectTitle"), cGeneralSettings::kText)
-                       .toString()
-                       .trimmed();
+    ProjectTitle = GeneralSettings.GetValue(tpo::kProjectTitle, cGeneralSettings::kText).toString().trimmed();
     if (ProjectTitle.isEmpty())
         ProjectTitle = QStringLiteral("Project");
-    ActivityTitle = GeneralSettings.GetValue(QStringLiteral("tpoActivityTitle"), cGeneralSettings::kText)
-                        .toString()
-                        .trimmed();
+    ActivityTitle =
+        GeneralSettings.GetValue(tpo::kActivityTitle, cGeneralSettings::kText).toString().trimmed();
     if (ActivityTitle.isEmpty())
         ActivityTitle = QStringLiteral("Activity");
 

@@ -11,10 +11,10 @@
 #include "core/prompt.h"
 #include "core/sections.h"
 #include "desktop/client_notify.h"
-#include "desktop/gui_window_services.h"
+#include "desktop/window_services.h"
 #include "settings/database_settings_form.h"
 #include "settings/global_settings.h"
-#include "settings/option_panels.h"
+#include "settings/option_forms.h"
 
 namespace tlm {
 

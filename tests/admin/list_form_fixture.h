@@ -5,7 +5,7 @@
 #include "admin/admin_test_support.h"
 #include "admin/manager_list_form.h"
 #include "core/process_state.h"
-#include "desktop/grid_widget.h"
+#include "desktop/grid_view.h"
 
 namespace tlm::test {
 

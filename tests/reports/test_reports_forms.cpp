@@ -12,7 +12,7 @@
 #include "core/money.h"
 #include "core/process_state.h"
 #include "database/db_fixture.h"
-#include "desktop/gui_dialogs.h"
+#include "desktop/dialogs.h"
 #include "desktop/ui_settings.h"
 #include "reports/reports_form.h"
 #include "settings/global_settings.h"

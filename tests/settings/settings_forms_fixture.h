@@ -13,7 +13,7 @@
 #include "core/startup.h"
 #include "database/db_fixture.h"
 #include "database/provisioning.h"
-#include "desktop/gui_dialogs.h"
+#include "desktop/dialogs.h"
 #include "settings/database_settings_form.h"
 #include "settings/database_setup.h"
 #include "settings/manager_settings_form.h"

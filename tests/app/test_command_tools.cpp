@@ -1,0 +1,382 @@
+// The command-line tools against a real database: the report files match the reports window's exports
+// for the same choices, the review tool lists and approves as the review window does, the demo fills
+// once, and every refusal ends with its exit code and leaves no file.
+#include <gtest/gtest.h>
+
+#include <QComboBox>
+#include <QDateEdit>
+#include <QDir>
+#include <QFile>
+#include <QListWidget>
+#include <QLocale>
+#include <QProcess>
+#include <QPushButton>
+
+#include "app/command_tools.h"
+#include "core/process_state.h"
+#include "core/startup.h"
+#include "database/db_fixture.h"
+#include "desktop/dialogs.h"
+#include "desktop/grid_view.h"
+#include "desktop/ui_settings.h"
+#include "reported/sample_data.h"
+#include "reports/reports_form.h"
+#include "review/review_form.h"
+#include "review/review_queue.h"
+#include "settings/global_settings.h"
+#include "support/test_env.h"
+
+namespace tlm {
+namespace {
+
+struct ToolRun {
+    int code = -1;
+    QByteArray out, err;
+};
+
+// Runs the built program without a display and with this process's settings folder, so it finds the
+// test's database.
+ToolRun Tool(const QStringList& args, const QProcessEnvironment& extra = {}) {
+    QProcess p;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        env.remove(QString::fromLatin1(name));
+    for (const QString& key : extra.keys())
+        env.insert(key, extra.value(key));
+    p.setProcessEnvironment(env);
+    p.start(test::BuiltProgram(QStringLiteral("tlm-manager")), args);
+    ToolRun r;
+    if (p.waitForFinished(120000) && p.exitStatus() == QProcess::NormalExit)
+        r.code = p.exitCode();
+    else {
+        p.kill();
+        p.waitForFinished(2000);
+    }
+    r.out = p.readAllStandardOutput();
+    r.err = p.readAllStandardError();
+    return r;
+}
+
+const char* const kExtensions[] = {"xlsx", "txt", "xml", "htm"};
+
+QByteArray Bytes(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+class CommandTools : public test::EngineTest {
+  protected:
+    void SetUp() override {
+        EngineTest::SetUp();
+        if (IsSkipped())
+            return;
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        OpenFreshDatabase();
+        SampleSpec plan;
+        plan.reportedItems = 400;
+        plan.firstDay = QDate(2026, 1, 1);
+        plan.days = 90;
+        Failure failure;
+        ASSERT_TRUE(FillSampleData(*CurrentConnection(), plan, &counts, &failure))
+            << failure.description.toStdString();
+        // The tools find this database through the settings file of the process.
+        settings.SaveSettings();
+        bool ok = false;
+        db.LoadGlobalSettings(false, ok);
+        ASSERT_TRUE(ok) << AllShownText().toStdString();
+        SetDBSettings(&db);
+        Process().blnManagerProcess = true;
+        DialogScript::clear();
+    }
+    void TearDown() override {
+        SetDBSettings(nullptr);
+        DialogScript::clear();
+        QLocale::setDefault(QLocale::c());
+        EngineTest::TearDown();
+    }
+    static void Tick(frmReports& f, const QString& name) {
+        const auto items = f.fieldList()->findItems(name, Qt::MatchExactly);
+        ASSERT_EQ(items.size(), 1) << name.toStdString();
+        items[0]->setCheckState(Qt::Checked);
+    }
+    QString FirstProject() const { return db.Projects.Items.begin()->item.ProjectName; }
+
+    cDBSettings db;
+    SampleCounts counts;
+};
+
+TEST_P(CommandTools, ReportFilesEqualTheWindowsExports) {
+    const QString project = FirstProject();
+    const QString folder = test::NewTempDir(QStringLiteral("exports"));
+    {
+        cUISettings ui;
+        frmReports form(ui);
+        form.subSetCaption();
+        form.typesCombo()->setCurrentIndex(0);
+        for (const char* field : {"Subject", "Actual Work", "Total Cost", "Due Date", "Reported By"})
+            Tick(form, QString::fromLatin1(field));
+        form.periodCombo()->setCurrentText(QStringLiteral("Date Range.."));
+        form.startPicker()->setDate(QDate(2026, 1, 10));
+        form.endPicker()->setDate(QDate(2026, 2, 20));
+        form.filterCombo()->setCurrentIndex(1);
+        form.listCombo()->setCurrentText(project);
+        form.cmdShow_Click();
+        ASSERT_TRUE(form.hasReport()) << AllShownText().toStdString();
+        ASSERT_GT(form.reportRows(), 0);
+        for (int index : {1, 2, 3}) {  // text, XML, HTML
+            DialogScript::queueFileName(folder + QStringLiteral("/screen.") + kExtensions[index]);
+            form.mnuExportDoc_Click(index);
+        }
+        form.Exit();  // stores the ticks, the type and the period for the next start
+    }
+    // The same choices on the command line, the fields given in another order and letter case.
+    const QStringList choices =
+        QStringLiteral("report --type tasks --from 2026-01-10 --to 2026-02-20 --project").split(u' ') +
+        QStringList{project.toUpper(), "--fields", "reported by,Total Cost,Subject,Due Date,Actual Work"};
+    for (const QString ext : {"txt", "xml", "htm"}) {
+        const QString out = folder + QStringLiteral("/tool.") + ext;
+        const ToolRun r = Tool(choices + QStringList{"--out", out});
+        ASSERT_EQ(r.code, kExitNormal) << r.err.toStdString();
+        const QByteArray screen = Bytes(folder + QStringLiteral("/screen.") + ext);
+        ASSERT_FALSE(screen.isEmpty()) << ext.toStdString();
+        EXPECT_EQ(Bytes(out), screen) << ext.toStdString();
+    }
+    // Standard output carries the same bytes.
+    const ToolRun piped = Tool(choices + QStringList{"--format", "txt", "--out", "-"});
+    EXPECT_EQ(piped.out, Bytes(folder + QStringLiteral("/screen.txt"))) << piped.err.toStdString();
+    EXPECT_TRUE(piped.err.isEmpty()) << "no progress line when standard error is no terminal";
+
+    // Without choices the tool takes what the window stored: tasks, the ticked fields, the period.
+    const QString stored = folder + QStringLiteral("/stored.txt");
+    const ToolRun again =
+        Tool({"report", "--from", "2026-01-10", "--to", "2026-02-20", "--project", project, "--out", stored});
+    ASSERT_EQ(again.code, kExitNormal) << again.err.toStdString();
+    EXPECT_EQ(Bytes(stored), Bytes(folder + QStringLiteral("/screen.txt")));
+
+    // A PDF without a display: the offscreen platform is the tool's own choice.
+    const QString pdf = folder + QStringLiteral("/tool.pdf");
+    const ToolRun p = Tool(choices + QStringList{"--out", pdf});
+    ASSERT_EQ(p.code, kExitNormal) << p.err.toStdString();
+    EXPECT_TRUE(Bytes(pdf).startsWith("%PDF"));
+    EXPECT_TRUE(Bytes(pdf).contains("/Subtype /Image")) << "the chart is missing";
+}
+
+TEST_P(CommandTools, RefusalsEndWithTheirCodeAndLeaveNoFile) {
+    const QString folder = test::NewTempDir(QStringLiteral("refused"));
+    const QString out = folder + QStringLiteral("/r.txt");
+    const struct {
+        QStringList args;
+        int code;
+        QByteArray says;
+    } cases[] = {
+        {{"--fields", "Subject,Colour"}, kExitUsage, "unknown field \"Colour\""},
+        {{"--bogus"}, kExitUsage, "unknown option"},
+        // Nothing in that year: nothing to export.
+        {{"--fields", "Subject", "--from", "2001-01-01", "--to", "2001-12-31"},
+         kExitNothingToDo,
+         "There is no data to be exported!"},
+    };
+    for (const auto& c : cases) {
+        const ToolRun r = Tool(QStringList{"report"} + c.args + QStringList{"--out", out});
+        EXPECT_EQ(r.code, c.code) << c.args.join(' ').toStdString() << ": " << r.err.toStdString();
+        EXPECT_TRUE(r.err.contains(c.says)) << r.err.toStdString();
+        EXPECT_FALSE(QFile::exists(out)) << c.args.join(' ').toStdString();
+    }
+
+    // A folder that does not exist, and a target that is a folder: a write failure, nothing left.
+    QDir().mkpath(folder + QStringLiteral("/dir.xlsx"));
+    for (const QString& target :
+         {folder + QStringLiteral("/missing/r.txt"), folder + QStringLiteral("/dir.xlsx")}) {
+        const ToolRun r = Tool(
+            {"report", "--from", "2026-01-01", "--to", "2026-12-31", "--fields", "Subject", "--out", target});
+        EXPECT_EQ(r.code, kExitWriteFailed) << target.toStdString() << ": " << r.err.toStdString();
+        EXPECT_TRUE(r.err.contains("could not be written")) << r.err.toStdString();
+    }
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList{})
+        << "a temporary file was left";
+
+    // A server that does not answer: said so, and the password is never shown.
+    test::FreshLocalSettings();
+    cMySettings server;
+    server.DBChoice = 1;
+    server.DBConnectionString = QStringLiteral(
+        "Provider=PostgreSQL;Data Source=127.0.0.1,1;Initial Catalog=tlm;User ID=u;Password=s3cretPW");
+    server.SaveSettings();
+    const ToolRun unreachable = Tool({"review", "--list"});
+    EXPECT_EQ(unreachable.code, kExitNoDatabase);
+    EXPECT_TRUE(unreachable.err.contains("could not be reached")) << unreachable.err.toStdString();
+    EXPECT_FALSE(unreachable.err.contains("s3cretPW")) << unreachable.err.toStdString();
+    EXPECT_TRUE(unreachable.out.isEmpty());
+}
+
+TEST_P(CommandTools, ReviewListsAndApprovesAsTheWindow) {
+    const ToolRun list = Tool({"review", "--list"});
+    ASSERT_EQ(list.code, kExitNormal) << list.err.toStdString();
+    QStringList lines = QString::fromUtf8(list.out).split(u'\n', Qt::SkipEmptyParts);
+    ASSERT_FALSE(lines.isEmpty());
+    EXPECT_TRUE(lines.takeFirst().startsWith(QStringLiteral("Type\tID\tSubject\t")));
+    const auto approved = [this](const char* table) {
+        return int(Open(QStringLiteral("SELECT ID FROM %1 WHERE Approved <> 0").arg(table))->RecordCount());
+    };
+    ASSERT_EQ(lines.size(), Count(QStringLiteral("tReportedTasks")) +
+                                Count(QStringLiteral("tReportedAppointments")) - approved("tReportedTasks") -
+                                approved("tReportedAppointments"));
+    QString taskId;
+    for (const QString& line : lines) {
+        ASSERT_EQ(line.count(u'\t'), 7) << line.toStdString();
+        if (taskId.isEmpty() && line.startsWith(QStringLiteral("task\t")))
+            taskId = line.section(u'\t', 1, 1);
+    }
+    ASSERT_FALSE(taskId.isEmpty());
+    const QStringList approve = {"review", "--approve", taskId, "--type", "task"};
+    const ToolRun first = Tool(approve);
+    ASSERT_EQ(first.code, kExitNormal) << first.err.toStdString();
+    const auto row = Open(QStringLiteral("SELECT Approved FROM tReportedTasks WHERE ID = ") + taskId);
+    EXPECT_EQ(row->Fields(0).Value().toInt(), 1);
+    EXPECT_EQ(Tool(approve).code, kExitNothingToDo);  // once approved it has left the queue
+    EXPECT_EQ(Tool({"review", "--approve", "1 or 1=1", "--type", "task"}).code, kExitUsage);
+    EXPECT_EQ(Tool({"review", "--approve", taskId}).code, kExitUsage);
+}
+
+// A member's client wrote the project of a reported task; with both review edits on, approving it from
+// the command line is refused with the engine's message, and no row of the table changes.
+TEST_P(CommandTools, ApprovingARowAMemberWroteTouchesNoOtherRow) {
+    for (const char* key : {"tpoAuditEnableProjectActivityEdit", "tpoAuditEnableCostEdit"}) {
+        const QVariantList name{QString::fromLatin1(key)};
+        if (Exec(QStringLiteral("UPDATE tGeneralSettings SET KeyVal = '1' WHERE KeyID = ?"), name) < 1) {
+            ASSERT_EQ(Exec(QStringLiteral(
+                               "INSERT INTO tGeneralSettings (KeyID, KeyVal, KeyLocal) VALUES (?, '1', 0)"),
+                           name),
+                      1);
+        }
+    }
+    ASSERT_EQ(
+        Exec(
+            QStringLiteral("INSERT INTO tReportedTasks (Subject, ProjectValue, ActivityValue, ReportedBy, "
+                           "ReportedDate, Approved, TotalCost) VALUES (?, ?, ?, ?, ?, 0, 5)"),
+            {QStringLiteral("Planted"), QStringLiteral("P', ActivityValue = 'Hacked' --"),
+             QStringLiteral("Design"), QStringLiteral("mallory"), QDateTime(QDate(2026, 2, 1), QTime(9, 0))}),
+        1);
+    const QString id =
+        Open(QStringLiteral("SELECT MAX(ID) FROM tReportedTasks"))->Fields(0).Value().toString();
+    const auto table = [this] {
+        QString out;
+        auto rs = Open(QStringLiteral(
+            "SELECT ID, Approved, ProjectValue, ActivityValue FROM tReportedTasks ORDER BY ID"));
+        for (; rs && !rs->Eof(); rs->MoveNext())
+            for (int i = 0; i < 4; ++i)
+                out += rs->Fields(i).Value().toString() + (i == 3 ? u'\n' : u'|');
+        return out;
+    };
+    const QString before = table();
+    const ToolRun run = Tool({"review", "--approve", id, "--type", "task"});
+    EXPECT_EQ(run.code, kExitStatementFailed) << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains(IsSqlite() ? "unrecognized token" : "unterminated quoted string"))
+        << run.err.toStdString();
+    EXPECT_EQ(table(), before);
+}
+
+// `review --approve`, the step it calls and the screen's Approve button change a row the same way and
+// touch no other row: with both review edits on, each writes back the values the grid would hold, a
+// cost with four decimals included.
+TEST_P(CommandTools, ToolStepAndScreenApproveWithTheSameRowChanges) {
+    for (const char* key : {"tpoAuditEnableProjectActivityEdit", "tpoAuditEnableCostEdit"}) {
+        const QVariantList name{QString::fromLatin1(key)};
+        if (Exec(QStringLiteral("UPDATE tGeneralSettings SET KeyVal = '1' WHERE KeyID = ?"), name) < 1) {
+            ASSERT_EQ(Exec(QStringLiteral(
+                               "INSERT INTO tGeneralSettings (KeyID, KeyVal, KeyLocal) VALUES (?, '1', 0)"),
+                           name),
+                      1);
+        }
+    }
+    bool loaded = false;
+    db.LoadGlobalSettings(false, loaded);
+    ASSERT_TRUE(loaded);
+    QStringList ids;
+    for (auto rs = Open(QStringLiteral("SELECT ID FROM tReportedTasks WHERE Approved = 0 ORDER BY ID"));
+         !rs->Eof() && ids.size() < 3; rs->MoveNext())
+        ids.append(rs->Fields(0).Value().toString());
+    ASSERT_EQ(ids.size(), 3);
+    ASSERT_EQ(Exec(QStringLiteral("UPDATE tReportedTasks SET TotalCost = 12.3456 WHERE ID IN (%1)")
+                       .arg(ids.join(u','))),
+              3);
+    const auto table = [this] {
+        QMap<QString, QStringList> rows;
+        for (auto rs = Open(QStringLiteral("SELECT * FROM tReportedTasks ORDER BY ID")); !rs->Eof();
+             rs->MoveNext()) {
+            QStringList cells;
+            for (int i = 0; i < rs->FieldCount(); ++i)
+                cells.append(rs->Fields(i).Name() + u'=' + rs->Fields(i).Value().toString());
+            rows.insert(rs->Fields(QStringLiteral("ID")).Value().toString(), cells);
+        }
+        return rows;
+    };
+    const QMap<QString, QStringList> before = table();
+
+    const ToolRun tool = Tool({"review", "--approve", ids[0], "--type", "task"});
+    ASSERT_EQ(tool.code, kExitNormal) << tool.err.toStdString();
+    const QueuedApproval step =
+        ApproveQueuedItem(ids[1], QStringLiteral("task"), IsSqlite() ? 0 : 1, ReadReviewOptions(db));
+    ASSERT_TRUE(step.outcome.done()) << step.outcome.failure.description.toStdString();
+    bool clicked = false;
+    SetReviewReportsDriver([&](frmReviewReports& form) {
+        form.cboFilter()->setCurrentIndex(0);
+        form.cboTypes()->setCurrentIndex(0);
+        form.okButton()->click();
+        GridWidget& grid = *form.grid();
+        for (int r = 0; r < grid.rowCount(); ++r) {
+            if (grid.text(r, review_col::kID) != ids[2])
+                continue;
+            prompter.queue(PromptAnswer::Yes);
+            emit grid.buttonClicked(r, review_col::kApprove);
+            clicked = true;
+            break;
+        }
+    });
+    OpenReviewReports(22);
+    SetReviewReportsDriver(nullptr);
+    ASSERT_TRUE(clicked);
+    ASSERT_EQ(PromptTexts().size(), 1) << AllShownText().toStdString();
+    EXPECT_TRUE(PromptTexts()[0].startsWith(QStringLiteral("Continue approval for timesheet #") + ids[2]))
+        << PromptTexts()[0].toStdString();
+
+    // Each row's changed cells, old and new.
+    const QMap<QString, QStringList> after = table();
+    ASSERT_EQ(after.keys(), before.keys());
+    QMap<QString, QStringList> changes;
+    for (auto it = before.cbegin(); it != before.cend(); ++it) {
+        const QStringList& now = after[it.key()];
+        for (int i = 0; i < it.value().size(); ++i)
+            if (now.value(i) != it.value()[i])
+                changes[it.key()].append(it.value()[i] + QStringLiteral(" -> ") + now.value(i));
+    }
+    EXPECT_EQ(changes.keys(), ids) << "no other row changes";
+    for (const QString& id : ids)
+        EXPECT_EQ(changes[id], QStringList{QStringLiteral("Approved=0 -> Approved=1")}) << id.toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(Engines, CommandTools, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
+                         test::EngineName);
+
+TEST(CommandToolsDemo, FillsOnceAndCreatesTheDatabaseWhereMakeRunWould) {
+    const QString home = test::NewTempDir(QStringLiteral("demo"));
+    QProcessEnvironment env;
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/config"));
+    QDir().mkpath(home + QStringLiteral("/data"));
+    env.insert(QStringLiteral("TLM_DEFAULT_DATA_DIR"), home + QStringLiteral("/data"));
+    const ToolRun first = Tool({"demo"}, env);
+    ASSERT_EQ(first.code, kExitNormal) << first.err.toStdString();
+    EXPECT_TRUE(first.out.contains("Added 12 projects")) << first.out.toStdString();
+    EXPECT_TRUE(QFile::exists(home + QStringLiteral("/data/Tallyloom.db")));
+    const ToolRun second = Tool({"demo"}, env);
+    ASSERT_EQ(second.code, kExitNormal) << second.err.toStdString();
+    EXPECT_TRUE(second.out.contains("nothing was added")) << second.out.toStdString();
+    // Without a configured database or a default folder the demo refuses.
+    QProcessEnvironment bare;
+    bare.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/other"));
+    bare.insert(QStringLiteral("TLM_DEFAULT_DATA_DIR"), QString());
+    EXPECT_EQ(Tool({"demo"}, bare).code, kExitNoDatabase);
+}
+
+}  // namespace
+}  // namespace tlm
