@@ -14,23 +14,19 @@
 #include "app/demo_data.h"
 #include "core/codecs.h"
 #include "core/error_report.h"
-#include "core/file_services.h"
-#include "core/local_settings.h"
 #include "core/process_state.h"
 #include "core/startup.h"
 #include "core/version.h"
 #include "database/connection.h"
-#include "database/recordset.h"
 #include "desktop/ui_settings.h"
-#include "notifications/senders.h"
-#include "reported/reported_record.h"
-#include "reports/report_chart_widget.h"
+#include "domain/shared_lists.h"
+#include "reports/report_chart_form.h"
 #include "reports/report_export.h"
 #include "reports/report_fields.h"
 #include "reports/report_pdf.h"
 #include "reports/report_request.h"
 #include "review/review_queue.h"
-#include "settings/global_settings.h"
+#include "settings/session.h"
 
 namespace tlm {
 
@@ -104,75 +100,38 @@ class ProgressLine {
     QElapsedTimer clock_;
 };
 
-// The process objects a tool needs: local settings, the connection, the loaded global settings.
-class ToolSession {
-  public:
-    ~ToolSession() {
-        subCloseConnection();
-        SetDBSettings(nullptr);
-        Process().mySettings = nullptr;
+// Why the session did not open, as a tool says it; every kind ends with kExitNoDatabase.
+int FailOpen(const SessionOutcome& opened) {
+    using Kind = SessionOutcome::Kind;
+    QString text;
+    switch (opened.kind) {
+        case Kind::Opened:
+            return kExitNormal;
+        case Kind::NotConfigured:
+            text = QStringLiteral(
+                "the database is not configured (run \"tlm-manager 14\" or \"make run\" once "
+                "to choose one).");
+            break;
+        case Kind::NoServerConnection:
+            text = QStringLiteral("the database is not configured: the server connection is empty.");
+            break;
+        case Kind::FileMissing:
+            text = QStringLiteral("the database file ") + opened.where + QStringLiteral(" does not exist.");
+            break;
+        case Kind::FileUnreadable:
+            text = QStringLiteral("the database file ") + opened.where +
+                   QStringLiteral(" could not be opened: ") + MaskSecrets(opened.failure.description);
+            break;
+        case Kind::ServerUnreachable:
+            text = QStringLiteral("the database server could not be reached: ") +
+                   MaskSecrets(opened.failure.description);
+            break;
+        case Kind::NotLoaded:
+            text = QStringLiteral("the settings could not be loaded from the database ") +
+                   MaskSecrets(opened.where) + u'.';
+            break;
     }
-    // Opens the configured database without ever creating one. Answers 0 or an exit code, with
-    // the reason on standard error. allowCreate: a configured but missing file may be created (demo).
-    int Open(bool allowCreate) {
-        Process().blnManagerProcess = true;
-        my_.ReadSettings();
-        Process().mySettings = &my_;
-        if (my_.DBChoice == 0 && my_.DBConnectionString.trimmed().isEmpty()) {
-            if (!allowCreate || qEnvironmentVariable("TLM_DEFAULT_DATA_DIR").isEmpty())
-                return Fail(kExitNoDatabase,
-                            QStringLiteral("the database is not configured (run \"tlm-manager 14\" or "
-                                           "\"make run\" once to choose one)."));
-            // As the first-run panel proposes it under make run.
-            my_.DBConnectionString = qEnvironmentVariable("TLM_DEFAULT_DATA_DIR");
-            my_.SaveSettings();
-        }
-        if (my_.DBChoice != 0 && my_.DBConnectionString.trimmed().isEmpty())
-            return Fail(kExitNoDatabase, QStringLiteral("the database is not configured: the server "
-                                                        "connection is empty."));
-        if (my_.DBChoice == 0) {
-            const QString file = fncStripTrailingSlash(my_.DBConnectionString) + u'/' + kDatabaseFileName;
-            if (!QFileInfo::exists(file) && !allowCreate)
-                return Fail(kExitNoDatabase,
-                            QStringLiteral("the database file ") + file + QStringLiteral(" does not exist."));
-            if (QFileInfo::exists(file)) {
-                Connection probe;
-                Failure failure;
-                if (!probe.Open(SqliteConnectionString(file), &failure))
-                    return Fail(kExitNoDatabase, QStringLiteral("the database file ") + file +
-                                                     QStringLiteral(" could not be opened: ") +
-                                                     MaskSecrets(failure.description));
-            }
-        } else {
-            Connection probe;
-            Failure failure;
-            if (!probe.Open(my_.DBConnectionString, &failure))
-                return Fail(kExitNoDatabase, QStringLiteral("the database server could not be reached: ") +
-                                                 MaskSecrets(failure.description));
-        }
-        SetDBSettings(&global_);
-        bool ok = false;
-        global_.LoadGlobalSettings(false, ok);
-        if (!ok || !CurrentConnection())
-            return Fail(kExitNoDatabase,
-                        QStringLiteral("the settings could not be loaded from the database ") +
-                            MaskSecrets(fncGetDatabaseDisplayName()) + u'.');
-        return 0;
-    }
-    cMySettings& my() { return my_; }
-    cDBSettings& global() { return global_; }
-
-  private:
-    cMySettings my_;
-    cDBSettings global_;
-};
-
-// Finds a name among the offered ones without regard to case; answers the offered spelling.
-QString FindName(const QStringList& offered, const QString& wanted) {
-    for (const QString& name : offered)
-        if (name.compare(wanted, Qt::CaseInsensitive) == 0)
-            return name;
-    return QString();
+    return Fail(kExitNoDatabase, text);
 }
 
 QString DateText(const QDateTime& value) {
@@ -189,110 +148,102 @@ ExportFormat FormatOf(const QString& name) {
     return ExportFormat::Text;
 }
 
-// A failure of the writer is the file's; anything else came from the database.
-int ExportFailureCode(const Failure& failure) {
-    return failure.label == u"fReports.ExportToFile" ? kExitWriteFailed : kExitStatementFailed;
+int FailChoice(const ReportChoicesOutcome& chosen) {
+    using Kind = ReportChoicesOutcome::Kind;
+    const QString offered = chosen.offered.join(QStringLiteral(", "));
+    switch (chosen.kind) {
+        case Kind::Chosen:
+            return kExitNormal;
+        case Kind::UnknownPeriod:
+            return Fail(kExitUsage, QStringLiteral("unknown period \"") + chosen.name +
+                                        QStringLiteral("\"; the periods are: ") + offered);
+        case Kind::UnknownProject:
+            return Fail(kExitUsage,
+                        QStringLiteral("no project named \"") + chosen.name + QStringLiteral("\"."));
+        case Kind::UnknownMember:
+            return Fail(kExitUsage,
+                        QStringLiteral("no member named \"") + chosen.name + QStringLiteral("\"."));
+        case Kind::UnknownField:
+            return Fail(kExitUsage, QStringLiteral("unknown field \"") + chosen.name +
+                                        QStringLiteral("\"; the fields of this type are: ") + offered);
+        case Kind::NoFields:
+            return Fail(kExitUsage, QStringLiteral("no fields chosen: give --fields, or tick them in the "
+                                                   "reports screen (the ID field alone makes no report)."));
+    }
+    return kExitUsage;
+}
+
+// The report's outcome as the tool ends: the code comes from the kind alone.
+// queryLead: the words before the engine's when the query failed.
+int ReportEnd(const ReportOutcome& outcome, const QString& queryLead) {
+    using Kind = ReportOutcome::Kind;
+    switch (outcome.kind) {
+        case Kind::Written:
+            return kExitNormal;
+        case Kind::NothingToExport:
+            return Fail(kExitNothingToDo, QStringLiteral("There is no data to be exported!"));
+        case Kind::QueryFailed:
+            return Fail(kExitStatementFailed, queryLead + MaskSecrets(outcome.failure.description));
+        case Kind::WriteFailed:
+            return Fail(kExitWriteFailed, MaskSecrets(outcome.failure.description));
+        case Kind::Cancelled:
+            return Fail(kExitWriteFailed, QStringLiteral("the report was stopped; no file was written."));
+    }
+    return kExitWriteFailed;
+}
+
+// The page with its chart, printed to a PDF file.
+ReportOutcome WritePdf(const PreparedReport& prepared, const ReportOptions& o, const QDateTime& now,
+                       ProgressLine& progress) {
+    const ReportRun run = RunReport(CurrentConnection(), prepared.def, prepared.header, kReportPageRows,
+                                    DateText, [&progress](qint64 rows) { return progress.Tick(rows); });
+    progress.Done();
+    ReportOutcome outcome = ReportOutcomeOf(run);
+    if (outcome.kind != ReportOutcome::Kind::Written)
+        return outcome;
+    const QImage chart = o.chart ? RenderReportChart(run.chart) : QImage();
+    const QString page =
+        ComposeReportPage(prepared, sCurrentUser(), DateTimeToText(now), !chart.isNull(), run.html);
+    auto document = ReportPageDocument(page, chart);
+    QString error;
+    if (!PrintDocumentToPdf(*document, o.out, &error)) {
+        outcome.kind = ReportOutcome::Kind::WriteFailed;
+        outcome.failure = Failure{errnum::kUnspecified, error, 0, QStringLiteral("report")};
+    }
+    return outcome;
 }
 
 int RunReportTool(const ReportOptions& o) {
-    ToolSession session;
-    if (const int code = session.Open(false))
-        return code;
+    Session session;
+    const SessionOutcome opened = session.OpenDatabase(DatabaseAccess::ExistingOnly);
+    if (!opened.opened())
+        return FailOpen(opened);
     cDBSettings& global = session.global();
-    cUISettings ui;
+    cUISettings& ui = *session.ui();
     ui.ReadReportsUIValues();
     cReportFields fields;
     fields.LoadFieldsToDictionaries(global.GeneralSettings, global.ProjectTitle, global.ActivityTitle);
 
-    ReportChoices c;
-    // As the window restores them: a stored index it does not have leaves its own default.
-    c.typeIndex = o.typeIndex.value_or(ui.Reports_ReportTypeIndex == 0 ? 0 : 1);
-    const QStringList periods = ReportPeriodNames();
     const QDateTime now = QDateTime::currentDateTime();
-    c.rangeStart = now.date().addDays(-7);
-    c.rangeEnd = now.date();
-    if (o.from.isValid() || o.to.isValid()) {
-        c.period = kDateRangePeriod;
-        if (o.from.isValid())
-            c.rangeStart = o.from;
-        if (o.to.isValid())
-            c.rangeEnd = o.to;
-    } else if (!o.period.isEmpty()) {
-        c.period = FindName(periods, o.period);
-        if (c.period.isEmpty() && o.period.compare(QStringLiteral("Date Range"), Qt::CaseInsensitive) == 0)
-            c.period = kDateRangePeriod;
-        if (c.period.isEmpty())
-            return Fail(kExitUsage, QStringLiteral("unknown period \"") + o.period +
-                                        QStringLiteral("\"; the periods are: ") +
-                                        periods.join(QStringLiteral(", ")));
-    } else {
-        const int stored = ui.Reports_TimePeriodIndex;
-        c.period = periods.value(stored >= 0 && stored < periods.size() ? stored : 0);
-    }
-    if (!o.project.isEmpty() || !o.member.isEmpty()) {
-        c.filterIndex = o.project.isEmpty() ? 2 : 1;
-        const QString wanted = o.project.isEmpty() ? o.member : o.project;
-        c.listText = FindName(ReportFilterNames(global, c.filterIndex), wanted);
-        if (c.listText.isEmpty())
-            return Fail(kExitUsage, (c.filterIndex == 1 ? QStringLiteral("no project named \"")
-                                                        : QStringLiteral("no member named \"")) +
-                                        wanted + QStringLiteral("\"."));
-    }
-    const Dictionary<QString>& offered = *ReportFieldsOfType(fields, c.typeIndex);
-    if (o.fields) {
-        QStringList names;
-        for (const auto& e : offered)
-            names.append(e.item);
-        QStringList wanted;
-        for (const QString& f : *o.fields) {
-            const QString name = FindName(names, f.trimmed());
-            if (name.isEmpty())
-                return Fail(kExitUsage, QStringLiteral("unknown field \"") + f.trimmed() +
-                                            QStringLiteral("\"; the fields of this type are: ") +
-                                            names.join(QStringLiteral(", ")));
-            wanted.append(name);
-        }
-        // Ticks come in the list's order, as in the window.
-        for (const QString& name : names)
-            if (wanted.contains(name))
-                c.ticked.append(name);
-    } else {
-        c.ticked = StoredTicks(offered, StoredTickList(c.typeIndex, ui.Reports_SelectedFieldsList_Tasks,
-                                                       ui.Reports_SelectedFieldsList_Appointments));
-    }
-    if (CountChosenFields(offered, c.ticked) == 0)
-        return Fail(kExitUsage, QStringLiteral("no fields chosen: give --fields, or tick them in the reports "
-                                               "screen (the ID field alone makes no report)."));
+    const StoredReportChoices stored{ui.Reports_ReportTypeIndex, ui.Reports_TimePeriodIndex,
+                                     ui.Reports_SelectedFieldsList_Tasks,
+                                     ui.Reports_SelectedFieldsList_Appointments};
+    const ReportChoicesOutcome chosen = ChooseReport(o.request, stored, fields, global, now.date());
+    if (chosen.kind != ReportChoicesOutcome::Kind::Chosen)
+        return FailChoice(chosen);
 
     ReportContext context;
-    context.dbChoice = session.my().DBChoice;
+    context.dbChoice = session.local().DBChoice;
     context.fullView = Process().blnManagerProcess;
     context.userName = sCurrentUser();
     context.now = now;
     context.shortDateFormat = global.ShortDateFormat;
-    const PreparedReport prepared = PrepareReport(fields, c, context);
+    const PreparedReport prepared = PrepareReport(fields, chosen.choices, context);
 
     ProgressLine progress;
+    if (o.format == u"pdf")
+        return ReportEnd(WritePdf(prepared, o, now, progress), QStringLiteral("the report's query failed: "));
     const auto tick = [&progress](qint64 rows) { return progress.Tick(rows); };
-    if (o.format == u"pdf") {
-        const ReportRun run =
-            RunReport(CurrentConnection(), prepared.def, prepared.header, kReportPageRows, DateText, tick);
-        progress.Done();
-        if (!run.ok)
-            return Fail(kExitStatementFailed,
-                        QStringLiteral("the report's query failed: ") + MaskSecrets(run.failure.description));
-        if (run.rowCount == 0)
-            return Fail(kExitNothingToDo, QStringLiteral("There is no data to be exported!"));
-        const QImage chart = o.chart ? RenderReportChart(run.chart) : QImage();
-        const QString page =
-            ComposeReportPage(prepared, sCurrentUser(), DateTimeToText(now), !chart.isNull(), run.html);
-        auto document = ReportPageDocument(page, chart);
-        QString error;
-        if (!PrintDocumentToPdf(*document, o.out, &error))
-            return Fail(kExitWriteFailed, error);
-        return kExitNormal;
-    }
-
     const ExportFormat format = FormatOf(o.format);
     ExportOutcome out;
     if (o.out == u"-") {
@@ -305,11 +256,7 @@ int RunReportTool(const ReportOptions& o) {
         out = ExportReport(CurrentConnection(), prepared.def, format, o.out, o.append, DateText, tick, true);
     }
     progress.Done();
-    if (out.empty)
-        return Fail(kExitNothingToDo, QStringLiteral("There is no data to be exported!"));
-    if (!out.ok)
-        return Fail(ExportFailureCode(out.failure), MaskSecrets(out.failure.description));
-    return kExitNormal;
+    return ReportEnd(ReportOutcomeOf(out), QString());
 }
 
 QString OneLine(QString text) {
@@ -319,31 +266,32 @@ QString OneLine(QString text) {
     return text;
 }
 
+// A review step that did not end in Done: what the screen would have shown, then the tool's line.
+int FailReview(const ReviewOutcome& outcome, int code, const QString& text) {
+    if (outcome.kind == ReviewOutcome::Kind::NoConnection)
+        Print(stderr, kNoConnectionText + u'\n');
+    else if (outcome.failure.isSet())
+        Print(stderr, BuildReportText(outcome.failure) + u'\n');
+    return Fail(code, text);
+}
+
 int RunReviewTool(const ReviewOptionsLine& o) {
-    ToolSession session;
-    if (const int code = session.Open(false))
-        return code;
-    const qint32 dbChoice = session.my().DBChoice;
+    Session session;
+    const SessionOutcome opened = session.OpenDatabase(DatabaseAccess::ExistingOnly);
+    if (!opened.opened())
+        return FailOpen(opened);
+    const qint32 dbChoice = session.local().DBChoice;
     if (o.list) {
         ReviewFilter filter;
         filter.typesIndex = o.type == u"tasks" ? 0 : o.type == u"appointments" ? 1 : 2;
-        QVector<ReviewItem> items;
-        for (const bool appointments : {false, true}) {
-            if (appointments ? !WantsAppointments(filter.typesIndex) : !WantsTasks(filter.typesIndex))
-                continue;
-            const QString table =
-                appointments ? QStringLiteral("tReportedAppointments") : QStringLiteral("tReportedTasks");
-            std::unique_ptr<Recordset> rs =
-                GetDBRecordset(ReviewQueryFor(filter, dbChoice, table), true, false);
-            if (!rs)
-                return Fail(kExitStatementFailed, QStringLiteral("the unapproved items could not be read."));
-            if (!LoadRecordsetToCollection(rs.get(), appointments, items))
-                return Fail(kExitStatementFailed, QStringLiteral("the unapproved items could not be read."));
-        }
+        const ReviewQueueRead read = ReadReviewQueue(filter, dbChoice);
+        if (!read.outcome.done())
+            return FailReview(read.outcome, kExitStatementFailed,
+                              QStringLiteral("the unapproved items could not be read."));
         const cDBSettings& global = session.global();
         QString text = QStringLiteral("Type\tID\tSubject\t") + global.ProjectTitle + u'\t' +
                        global.ActivityTitle + QStringLiteral("\tCost\tReported Date\tReported By\n");
-        for (const ReviewItem& it : items)
+        for (const ReviewItem& it : read.items)
             text += it.TypeText() + u'\t' + it.ID + u'\t' + OneLine(it.Subject) + u'\t' +
                     OneLine(it.ProjectValue) + u'\t' + OneLine(it.ActivityValue) + u'\t' +
                     it.TotalCost.toPlainString() + u'\t' + DateTimeToText(it.ReportedDate) + u'\t' +
@@ -354,37 +302,33 @@ int RunReviewTool(const ReviewOptionsLine& o) {
                    : Fail(kExitWriteFailed, QStringLiteral("standard output cannot be written."));
     }
 
-    // Approve: the row must be in the queue, as it would be in the window's grid.
-    const bool appointment = o.type == u"appointment";
-    const QString table = ReviewTableFor(o.type);
-    ReviewFilter filter;
-    SqlText query = ReviewQueryFor(filter, dbChoice, table);
-    std::unique_ptr<Recordset> rs =
-        GetDBRecordset(query.Words(u" and ID = ").Integer(o.approveId), true, false);
-    QVector<ReviewItem> items;
-    if (!rs || !LoadRecordsetToCollection(rs.get(), appointment, items))
-        return Fail(kExitStatementFailed, QStringLiteral("the item could not be read."));
-    rs.reset();
-    if (items.isEmpty())
-        return Fail(kExitNothingToDo, QStringLiteral("no unapproved ") + o.type +
-                                          QStringLiteral(" with ID ") + o.approveId + u'.');
-    const ReviewItem& item = items.first();
-    // The values the grid would hold for the row, unedited.
-    ApproveCells cells{item.ProjectValue, item.ActivityValue, item.TotalCost.toPlainString()};
-    InstallNotificationSenders(nullptr);
-    bool ok = false;
-    ApproveDBItem(item.ID, o.type, cells, ReadReviewOptions(session.global()), ok);
-    if (!ok)
-        return Fail(kExitStatementFailed, QStringLiteral("the approval was refused by the database."));
-    Print(stdout, QStringLiteral("Approved ") + o.type + u' ' + item.ID + QStringLiteral(": ") +
-                      OneLine(item.Subject) + u'\n');
-    return kExitNormal;
+    const QueuedApproval approval =
+        ApproveQueuedItem(o.approveId, o.type, dbChoice, ReadReviewOptions(session.global()));
+    switch (approval.outcome.kind) {
+        case ReviewOutcome::Kind::Done:
+            Print(stdout, QStringLiteral("Approved ") + o.type + u' ' + approval.item.ID +
+                              QStringLiteral(": ") + OneLine(approval.item.Subject) + u'\n');
+            return kExitNormal;
+        case ReviewOutcome::Kind::NotQueued:
+            return Fail(kExitNothingToDo, QStringLiteral("no unapproved ") + o.type +
+                                              QStringLiteral(" with ID ") + o.approveId + u'.');
+        case ReviewOutcome::Kind::ReadFailed:
+            return FailReview(approval.outcome, kExitStatementFailed,
+                              QStringLiteral("the item could not be read."));
+        case ReviewOutcome::Kind::NoConnection:
+        case ReviewOutcome::Kind::Refused:
+            break;
+    }
+    return FailReview(approval.outcome, kExitStatementFailed,
+                      QStringLiteral("the approval was refused by the database."));
 }
 
 int RunDemoTool() {
-    ToolSession session;
-    if (const int code = session.Open(true))
-        return code;
+    Session session;
+    const SessionOutcome opened =
+        session.OpenDatabase(DatabaseAccess::CreateFile, qEnvironmentVariable("TLM_DEFAULT_DATA_DIR"));
+    if (!opened.opened())
+        return FailOpen(opened);
     ProgressLine progress;
     const DemoOutcome out = FillDemoData(*CurrentConnection(), DemoSpec(QDate::currentDate()),
                                          [&progress](qint64 done, qint64) { return progress.Tick(done); });
@@ -421,27 +365,27 @@ bool ParseReportOptions(const QStringList& args, ReportOptions* o, QString* erro
                 return false;
             v = v.toLower();
             if (v == u"tasks" || v == u"task")
-                o->typeIndex = 0;
+                o->request.typeIndex = 0;
             else if (v == u"appointments" || v == u"appointment")
-                o->typeIndex = 1;
+                o->request.typeIndex = 1;
             else
                 return *error = QStringLiteral("--type is tasks or appointments, not \"") + v + u'"', false;
         } else if (IsOption(a, QStringLiteral("--period"))) {
-            if (!TakeValue(args, i, QStringLiteral("--period"), &o->period, error))
+            if (!TakeValue(args, i, QStringLiteral("--period"), &o->request.period, error))
                 return false;
         } else if (IsOption(a, QStringLiteral("--from")) || IsOption(a, QStringLiteral("--to"))) {
             const bool from = IsOption(a, QStringLiteral("--from"));
             const QString name = from ? QStringLiteral("--from") : QStringLiteral("--to");
             if (!TakeValue(args, i, name, &v, error))
                 return false;
-            if (!ParseDay(v, from ? &o->from : &o->to))
+            if (!ParseDay(v, from ? &o->request.from : &o->request.to))
                 return *error = name + QStringLiteral(" takes a date as YYYY-MM-DD, not \"") + v + u'"',
                        false;
         } else if (IsOption(a, QStringLiteral("--project"))) {
-            if (!TakeValue(args, i, QStringLiteral("--project"), &o->project, error))
+            if (!TakeValue(args, i, QStringLiteral("--project"), &o->request.project, error))
                 return false;
         } else if (IsOption(a, QStringLiteral("--member"))) {
-            if (!TakeValue(args, i, QStringLiteral("--member"), &o->member, error))
+            if (!TakeValue(args, i, QStringLiteral("--member"), &o->request.member, error))
                 return false;
         } else if (IsOption(a, QStringLiteral("--fields"))) {
             if (!TakeValue(args, i, QStringLiteral("--fields"), &v, error))
@@ -452,7 +396,7 @@ bool ParseReportOptions(const QStringList& args, ReportOptions* o, QString* erro
                     list.append(f.trimmed());
             if (list.isEmpty())
                 return *error = QStringLiteral("--fields names no field."), false;
-            o->fields = list;
+            o->request.fields = list;
         } else if (IsOption(a, QStringLiteral("--format"))) {
             if (!TakeValue(args, i, QStringLiteral("--format"), &v, error))
                 return false;
@@ -475,11 +419,11 @@ bool ParseReportOptions(const QStringList& args, ReportOptions* o, QString* erro
     }
     if (o->help)
         return true;
-    if (!o->project.isEmpty() && !o->member.isEmpty())
+    if (!o->request.project.isEmpty() && !o->request.member.isEmpty())
         return *error = QStringLiteral("--project and --member cannot be combined."), false;
-    if (!o->period.isEmpty() && (o->from.isValid() || o->to.isValid()))
+    if (!o->request.period.isEmpty() && (o->request.from.isValid() || o->request.to.isValid()))
         return *error = QStringLiteral("--period cannot be combined with --from/--to."), false;
-    if (o->from.isValid() && o->to.isValid() && o->from > o->to)
+    if (o->request.from.isValid() && o->request.to.isValid() && o->request.from > o->request.to)
         return *error = QStringLiteral("--from is after --to."), false;
     if (o->out.isEmpty())
         return *error = QStringLiteral("--out FILE is required (\"-\" for standard output)."), false;

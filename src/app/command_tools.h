@@ -1,21 +1,17 @@
 #pragma once
 
-#include <QDate>
 #include <QString>
 #include <QStringList>
-#include <optional>
+
+#include "reports/report_request.h"
 
 namespace tlm {
 
 // The options of `tlm-manager report`, as parsed; nothing is checked against the database yet.
 struct ReportOptions {
-    std::optional<int> typeIndex;  // 0 tasks, 1 appointments; unset: the stored choice
-    QString period;                // unset: the stored choice
-    QDate from, to;                // either one makes the period "Date Range.."
-    QString project, member;       // at most one
-    std::optional<QStringList> fields;
-    QString format;  // xlsx, txt, html, xml, pdf
-    QString out;     // a path, or "-" for standard output
+    ReportRequest request;  // unset parts: the stored choices
+    QString format;         // xlsx, txt, html, xml, pdf
+    QString out;            // a path, or "-" for standard output
     bool append = false;
     bool chart = true;
     bool help = false;

@@ -8,12 +8,9 @@
 
 #include "app/demo_data.h"
 #include "app/section_loader.h"
-#include "core/process_state.h"
-#include "database/connection.h"
 #include "mail/compose_form.h"
 #include "mail/outbox_form.h"
 #include "notifications/notification_display_form.h"
-#include "notifications/senders.h"
 #include "settings/manager_settings_form.h"
 
 namespace tlm {
@@ -35,7 +32,10 @@ class ExitAtFirstWindow : public QObject {
 
 }  // namespace
 
-Program::Program() {
+Program::Program()
+    // List saves show the mails they are asked to show in the compose window; what an earlier run
+    // left in the outbox goes first.
+    : session_(SessionWiring{ComposeNotificationDisplay(), true}) {
     if (qEnvironmentVariableIsSet("TLM_EXIT_AT_FIRST_WINDOW"))
         qApp->installEventFilter(new ExitAtFirstWindow);
     SetPrompter(&prompter_);
@@ -43,40 +43,24 @@ Program::Program() {
     SetShellLauncher(&shell_);
     // The error report's mail goes through the mail profile.
     InstallComposeWindow();
-    // List saves and requests to report send their mails, shown in the compose window when asked.
-    InstallNotificationSenders(ComposeNotificationDisplay());
     // The first-run and database setup panel.
     InstallManagerSettingsDialogHost();
-    // Mail goes out on the delivery worker; what an earlier run left in the outbox goes first.
-    SetMailDelivery(&delivery_);
-    delivery_.kick(LoadMailProfile());
 }
 
 Program::~Program() {
     DestroyAllObjects();
-    SetMailDelivery(nullptr);
 }
 
 bool Program::ReadLocalSettings() {
-    mySettings_ = std::make_unique<cMySettings>();
-    Process().mySettings = mySettings_.get();
-    mySettings_->ReadSettings();
-    return mySettings_->DBChoice == 0 && mySettings_->DBConnectionString.isEmpty();
+    return session_.ReadLocalSettings();
 }
 
 bool Program::LoadGlobalSettings() {
-    // Building the store touches no database; its load runs the connection flow (and the first run).
-    dbSettings_ = std::make_unique<cDBSettings>();
-    SetDBSettings(dbSettings_.get());
-    bool ok = false;
-    dbSettings_->LoadGlobalSettings(true, ok);
-    if (ok)
-        OfferDemoData(*dbSettings_);  // a database the first run just created may be filled
-    if (ok) {
-        uiSettings_ = std::make_unique<cUISettings>();
-        SetUISettings(uiSettings_.get());
-    }
-    return ok;
+    // The connection flow may show the first-run panel; whatever fails, the user has been told.
+    if (!session_.OpenDatabase(DatabaseAccess::Interactive).opened())
+        return false;
+    OfferDemoData(session_.global());  // a database the first run just created may be filled
+    return true;
 }
 
 void Program::LoadSection(qint32 section) {
@@ -95,16 +79,9 @@ void Program::DestroyAllObjects() {
     // The screen is gone: a delivery in progress gets a few seconds, the rest waits for next time.
     if (!mailFinished_) {
         mailFinished_ = true;
-        FinishMailDelivery(delivery_);
-        delivery_.shutdown();
+        FinishMailDelivery(session_.delivery());
     }
-    subCloseConnection();
-    SetUISettings(nullptr);
-    uiSettings_.reset();
-    SetDBSettings(nullptr);
-    dbSettings_.reset();
-    Process().mySettings = nullptr;
-    mySettings_.reset();
+    session_.Close();
     SetShellLauncher(nullptr);
     SetErrorReportMailer(nullptr);
     SetErrorPresenter(nullptr);

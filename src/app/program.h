@@ -1,20 +1,15 @@
 #pragma once
 
-#include <memory>
-
-#include "core/local_settings.h"
 #include "core/startup.h"
+#include "desktop/desktop_shell.h"
+#include "desktop/dialogs.h"
 #include "desktop/error_report_form.h"
-#include "desktop/gui_dialogs.h"
-#include "desktop/gui_shell.h"
-#include "desktop/ui_settings.h"
-#include "mail/outbox.h"
-#include "settings/global_settings.h"
+#include "settings/session.h"
 
 namespace tlm {
 
-// The objects of one process, built by main: installs the GUI's prompter, error dialogs and shell,
-// and answers Main's steps.
+// The objects of one process, built by main: the GUI's prompter, error dialogs, shell and panels on
+// top of the engine's session, and Main's steps.
 class Program : public StartupHooks {
   public:
     Program();
@@ -25,17 +20,13 @@ class Program : public StartupHooks {
     void LoadSection(qint32 section) override;
     void DestroyAllObjects() override;
 
-    cMySettings* mySettings() const { return mySettings_.get(); }
-    cUISettings* uiSettings() const { return uiSettings_.get(); }
+    Session& session() { return session_; }
 
   private:
     DesktopPrompter prompter_;
     GuiErrorPresenter presenter_;
     DesktopShellLauncher shell_;
-    std::unique_ptr<cMySettings> mySettings_;
-    std::unique_ptr<cDBSettings> dbSettings_;
-    std::unique_ptr<cUISettings> uiSettings_;
-    OutboxSender delivery_;
+    Session session_;
     bool mailFinished_ = false;
 };
 

@@ -83,6 +83,115 @@ QString ReportFilterTag(const ReportChoices& choices) {
                                                                    : QString();
 }
 
+namespace {
+
+// A name among the offered ones without regard to case, in the offered spelling; empty when none.
+QString FindName(const QStringList& offered, const QString& wanted) {
+    for (const QString& name : offered)
+        if (name.compare(wanted, Qt::CaseInsensitive) == 0)
+            return name;
+    return QString();
+}
+
+ReportChoicesOutcome Unknown(ReportChoicesOutcome::Kind kind, const QString& name,
+                             const QStringList& offered = {}) {
+    ReportChoicesOutcome out;
+    out.kind = kind;
+    out.name = name;
+    out.offered = offered;
+    return out;
+}
+
+ReportOutcome Outcome(ReportOutcome::Kind kind, qint64 rows, const Failure& failure = Failure()) {
+    ReportOutcome out;
+    out.kind = kind;
+    out.rows = rows;
+    out.failure = failure;
+    return out;
+}
+
+}  // namespace
+
+ReportChoicesOutcome ChooseReport(const ReportRequest& request, const StoredReportChoices& stored,
+                                  const cReportFields& fields, const cDBSettings& global,
+                                  const QDate& today) {
+    using Kind = ReportChoicesOutcome::Kind;
+    ReportChoicesOutcome out;
+    ReportChoices& c = out.choices;
+    // As the window restores them: a stored index it does not have leaves its own default.
+    c.typeIndex = request.typeIndex.value_or(stored.typeIndex == 0 ? 0 : 1);
+    const QStringList periods = ReportPeriodNames();
+    c.rangeStart = today.addDays(-7);
+    c.rangeEnd = today;
+    if (request.from.isValid() || request.to.isValid()) {
+        c.period = kDateRangePeriod;
+        if (request.from.isValid())
+            c.rangeStart = request.from;
+        if (request.to.isValid())
+            c.rangeEnd = request.to;
+    } else if (!request.period.isEmpty()) {
+        c.period = FindName(periods, request.period);
+        if (c.period.isEmpty() &&
+            request.period.compare(QStringLiteral("Date Range"), Qt::CaseInsensitive) == 0)
+            c.period = kDateRangePeriod;
+        if (c.period.isEmpty())
+            return Unknown(Kind::UnknownPeriod, request.period, periods);
+    } else {
+        const int index = stored.periodIndex;
+        c.period = periods.value(index >= 0 && index < periods.size() ? index : 0);
+    }
+    if (!request.project.isEmpty() || !request.member.isEmpty()) {
+        c.filterIndex = request.project.isEmpty() ? 2 : 1;
+        const QString wanted = request.project.isEmpty() ? request.member : request.project;
+        c.listText = FindName(ReportFilterNames(global, c.filterIndex), wanted);
+        if (c.listText.isEmpty())
+            return Unknown(c.filterIndex == 1 ? Kind::UnknownProject : Kind::UnknownMember, wanted);
+    }
+    const Dictionary<QString>& offered = *ReportFieldsOfType(fields, c.typeIndex);
+    if (request.fields) {
+        QStringList names;
+        for (const auto& e : offered)
+            names.append(e.item);
+        QStringList wanted;
+        for (const QString& f : *request.fields) {
+            const QString name = FindName(names, f.trimmed());
+            if (name.isEmpty())
+                return Unknown(Kind::UnknownField, f.trimmed(), names);
+            wanted.append(name);
+        }
+        // Ticks come in the list's order, as in the window.
+        for (const QString& name : names)
+            if (wanted.contains(name))
+                c.ticked.append(name);
+    } else {
+        c.ticked =
+            StoredTicks(offered, StoredTickList(c.typeIndex, stored.tasksTicks, stored.appointmentsTicks));
+    }
+    if (CountChosenFields(offered, c.ticked) == 0)
+        return Unknown(Kind::NoFields, QString());
+    return out;
+}
+
+ReportOutcome ReportOutcomeOf(const ExportOutcome& out) {
+    using Kind = ReportOutcome::Kind;
+    if (out.ok)
+        return Outcome(Kind::Written, out.rows);
+    if (out.empty)
+        return Outcome(Kind::NothingToExport, 0);
+    if (out.cancelled)
+        return Outcome(Kind::Cancelled, out.rows);
+    return Outcome(out.databaseFailed ? Kind::QueryFailed : Kind::WriteFailed, out.rows, out.failure);
+}
+
+ReportOutcome ReportOutcomeOf(const ReportRun& run) {
+    using Kind = ReportOutcome::Kind;
+    if (run.cancelled)
+        return Outcome(Kind::Cancelled, run.rowCount);
+    if (!run.ok)
+        return Outcome(Kind::QueryFailed, run.rowCount, run.failure);
+    return Outcome(run.rowCount == 0 ? Kind::NothingToExport : Kind::Written, run.rowCount);
+}
+
 PreparedReport PrepareReport(const cReportFields& fields, const ReportChoices& choices,
                              const ReportContext& context) {
     PreparedReport r;

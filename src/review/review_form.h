@@ -37,6 +37,15 @@ inline constexpr int kDecline = 9;
 inline constexpr int kCount = 10;
 }  // namespace review_col
 
+// A row's button, as the grid reports it.
+enum class ReviewButton { Approve, Decline };
+// Asks the user, runs the review's step (ApproveDBItem or DeleteDBItem), shows what came of it, and
+// answers whether the row leaves the grid. Decline asks nothing and does nothing while
+// tpoAuditRemoveDeclinedDataFromDB is 0.
+bool ReviewButtonClicked(ReviewButton button, const ReviewRowTexts& row, const ReviewOptions& options);
+// Shows a failed outcome: the connection message in a box, a refused statement as the error report.
+void ShowReviewOutcome(const ReviewOutcome& outcome);
+
 // The queue of unapproved timesheets: filters above, one grid row per task or appointment, each
 // with its Approve and Decline button.
 class frmReviewReports : public QDialog {

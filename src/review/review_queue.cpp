@@ -2,9 +2,9 @@
 
 #include "core/codecs.h"
 #include "core/error_report.h"
-#include "core/prompt.h"
 #include "database/connection.h"
 #include "database/recordset.h"
+#include "domain/option_keys.h"
 #include "notifications/senders.h"
 #include "reported/appointment_data.h"
 #include "reported/task_data.h"
@@ -41,6 +41,18 @@ void AddDateClause(SqlText& sql, const ReviewFilter& f, qint32 dbChoice) {
 
 Failure NoObject(const QString& label) {
     return Failure{91, QStringLiteral("Object variable or With block variable not set"), 0, label};
+}
+
+ReviewOutcome Outcome(ReviewOutcome::Kind kind, const Failure& failure = Failure()) {
+    ReviewOutcome out;
+    out.kind = kind;
+    out.failure = failure;
+    return out;
+}
+
+ReviewOutcome Refusal(Failure failure, const QString& label) {
+    failure.label = label;
+    return Outcome(ReviewOutcome::Kind::Refused, failure);
 }
 
 }  // namespace
@@ -133,11 +145,16 @@ ReviewItem ReviewItemFrom(const cReportedRecord& r, bool appointment) {
 }
 
 bool LoadRecordsetToCollection(Recordset* rs, bool bAppointment, QVector<ReviewItem>& items,
-                               const std::function<void(int done)>& onChunk) {
-    if (!rs) {
-        subReportError(NoObject(QStringLiteral("Search.LoadRecordsetToCollection")));
+                               const std::function<void(int done)>& onChunk, Failure* failure) {
+    const auto fail = [failure](const Failure& f) {
+        if (failure)
+            *failure = f;
+        else
+            subReportError(f);
         return false;
-    }
+    };
+    if (!rs)
+        return fail(NoObject(QStringLiteral("Search.LoadRecordsetToCollection")));
     items.reserve(items.size() + rs->RecordCount());
     int done = 0;
     // One record at a time: the grid needs only a few of its values, and nothing reads the
@@ -155,8 +172,7 @@ bool LoadRecordsetToCollection(Recordset* rs, bool bAppointment, QVector<ReviewI
         if (!rs->MoveNext()) {
             Failure f = rs->LastError();
             f.label = QStringLiteral("Search.LoadRecordsetToCollection");
-            subReportError(f);
-            return false;
+            return fail(f);
         }
         if (onChunk && ++done % kReviewChunkRows == 0)
             onChunk(done);
@@ -167,18 +183,15 @@ bool LoadRecordsetToCollection(Recordset* rs, bool bAppointment, QVector<ReviewI
 ReviewOptions ReadReviewOptions(const cDBSettings& global) {
     ReviewOptions o;
     o.bEditProjectActivity =
-        global.GeneralSettings
-            .GetValue(QStringLiteral("tpoAuditEnableProjectActivityEdit"), cGeneralSettings::kBoolean)
+        global.GeneralSettings.GetValue(tpo::kAuditEnableProjectActivityEdit, cGeneralSettings::kBoolean)
             .toBool();
     o.bEditCost =
-        global.GeneralSettings.GetValue(QStringLiteral("tpoAuditEnableCostEdit"), cGeneralSettings::kBoolean)
-            .toBool();
+        global.GeneralSettings.GetValue(tpo::kAuditEnableCostEdit, cGeneralSettings::kBoolean).toBool();
     return o;
 }
 
 bool DeclineRemovesRows(const cDBSettings& global) {
-    return global.GeneralSettings
-               .GetValue(QStringLiteral("tpoAuditRemoveDeclinedDataFromDB"), cGeneralSettings::kInteger)
+    return global.GeneralSettings.GetValue(tpo::kAuditRemoveDeclinedDataFromDB, cGeneralSettings::kInteger)
                .toInt() != 0;
 }
 
@@ -212,45 +225,33 @@ SqlText ReviewRowQuery(const QString& table, const QString& sID) {
     return SqlText(QStringLiteral("Select * from ") + table + QStringLiteral(" where ID = ")).Integer(sID);
 }
 
-void ApproveDBItem(const QString& sID, const QString& sType, const ApproveCells& cells,
-                   const ReviewOptions& options, bool& bOK) {
-    bOK = false;
-    const QString label = QStringLiteral("AuditManager.ApproveDBItem");
+ReviewOutcome ApproveDBItem(const QString& sID, const QString& sType, const ApproveCells& cells,
+                            const ReviewOptions& options) {
     const QString table = ReviewTableFor(sType);
     const SqlText sql = ApproveStatement(table, sID, cells, options);
     std::unique_ptr<Command> cmd = GetCommand();
-    if (!cmd) {
-        MsgBox(QStringLiteral("Connection can't be established!"));
-        return;
-    }
+    if (!cmd)
+        return Outcome(ReviewOutcome::Kind::NoConnection);
     cmd->SetStatement(sql);
-    if (cmd->Execute() < 0) {
-        Failure f = cmd->LastError();
-        f.label = label;
-        subReportError(f);
-        return;
-    }
+    if (cmd->Execute() < 0)
+        return Refusal(cmd->LastError(), QStringLiteral("AuditManager.ApproveDBItem"));
     cmd.reset();
-    bOK = true;
     std::unique_ptr<Recordset> rs = GetDBRecordset(ReviewRowQuery(table, sID));
     if (rs && rs->RecordCount() > 0)
         // The sender is handed the open recordset, which answers to no member name, so it ends at
         // the empty reporter and no mail goes out; the client's approval notice is the same.
         SendEmailNotificationToMemberWhenApproved(ReportedItemRef(*rs), sType);
+    return Outcome(ReviewOutcome::Kind::Done);
 }
 
-void DeleteDBItem(const QString& sID, const QString& sType, bool& bOK) {
-    bOK = false;
+ReviewOutcome DeleteDBItem(const QString& sID, const QString& sType) {
+    const QString label = QStringLiteral("AuditManager.DeleteDBItem");
     const QString table = ReviewTableFor(sType);
     const SqlText remove =
         SqlText(QStringLiteral("DELETE FROM ") + table + QStringLiteral(" WHERE ID = ")).Integer(sID);
-    if (!remove.ok()) {
-        // Told once, before the notice: nothing is read, sent or deleted for an ID that is no number.
-        Failure f = *remove.refusal();
-        f.label = QStringLiteral("AuditManager.DeleteDBItem");
-        subReportError(f);
-        return;
-    }
+    // Nothing is read, sent or deleted for an ID that is no number.
+    if (!remove.ok())
+        return Refusal(*remove.refusal(), label);
     {
         // The row must still be there for the notice, hence before the delete.
         std::unique_ptr<Recordset> rs = GetDBRecordset(ReviewRowQuery(table, sID));
@@ -258,39 +259,57 @@ void DeleteDBItem(const QString& sID, const QString& sType, bool& bOK) {
             SendEmailNotificationToMemberWhenDeclined(ReportedItemRef(*rs), sType);
     }
     std::unique_ptr<Command> cmd = GetCommand();
-    if (!cmd) {
-        MsgBox(QStringLiteral("Connection can't be established!"));
-        return;
-    }
+    if (!cmd)
+        return Outcome(ReviewOutcome::Kind::NoConnection);
     cmd->SetStatement(remove);
-    if (cmd->Execute() < 0) {
-        Failure f = cmd->LastError();
-        f.label = QStringLiteral("AuditManager.DeleteDBItem");
-        subReportError(f);
-        return;
-    }
-    bOK = true;
+    if (cmd->Execute() < 0)
+        return Refusal(cmd->LastError(), label);
+    return Outcome(ReviewOutcome::Kind::Done);
 }
 
-bool ReviewButtonClicked(ReviewButton button, const ReviewRowTexts& row, const ReviewOptions& options) {
-    if (row.id.isEmpty())
-        return false;
-    bool bOK = false;
-    if (button == ReviewButton::Approve) {
-        if (MsgBox(ApproveQuestion(row.id, row.subject), PromptIcon::Question, PromptButtons::YesNo) !=
-            PromptAnswer::Yes)
-            return false;
-        ApproveDBItem(row.id, row.type, row.cells, options, bOK);
-        return bOK;
+ReviewQueueRead ReadReviewQueue(const ReviewFilter& filter, qint32 dbChoice) {
+    ReviewQueueRead read;
+    for (const bool appointments : {false, true}) {
+        if (appointments ? !WantsAppointments(filter.typesIndex) : !WantsTasks(filter.typesIndex))
+            continue;
+        const QString table =
+            appointments ? QStringLiteral("tReportedAppointments") : QStringLiteral("tReportedTasks");
+        std::unique_ptr<Recordset> rs = GetDBRecordset(ReviewQueryFor(filter, dbChoice, table), true, false);
+        Failure failure;
+        if (!rs || !LoadRecordsetToCollection(rs.get(), appointments, read.items, {}, &failure)) {
+            read.outcome = Outcome(ReviewOutcome::Kind::ReadFailed, rs ? failure : Failure());
+            read.items.clear();
+            return read;
+        }
     }
-    const cDBSettings* global = DBSettings();
-    if (!global || !DeclineRemovesRows(*global))
-        return false;
-    if (MsgBox(DeclineQuestion(row.id, row.subject), PromptIcon::Question, PromptButtons::YesNo) !=
-        PromptAnswer::Yes)
-        return false;
-    DeleteDBItem(row.id, row.type, bOK);
-    return bOK;
+    read.outcome = Outcome(ReviewOutcome::Kind::Done);
+    return read;
+}
+
+ApproveCells UneditedCells(const ReviewItem& item) {
+    return {item.ProjectValue, item.ActivityValue, item.TotalCost.toPlainString()};
+}
+
+QueuedApproval ApproveQueuedItem(const QString& sID, const QString& sType, qint32 dbChoice,
+                                 const ReviewOptions& options) {
+    QueuedApproval approval;
+    const bool appointment = sType == u"appointment";
+    SqlText query = ReviewQueryFor(ReviewFilter(), dbChoice, ReviewTableFor(sType));
+    std::unique_ptr<Recordset> rs = GetDBRecordset(query.Words(u" and ID = ").Integer(sID), true, false);
+    QVector<ReviewItem> items;
+    Failure failure;
+    if (!rs || !LoadRecordsetToCollection(rs.get(), appointment, items, {}, &failure)) {
+        approval.outcome = Outcome(ReviewOutcome::Kind::ReadFailed, rs ? failure : Failure());
+        return approval;
+    }
+    rs.reset();
+    if (items.isEmpty()) {
+        approval.outcome = Outcome(ReviewOutcome::Kind::NotQueued);
+        return approval;
+    }
+    approval.item = items.first();
+    approval.outcome = ApproveDBItem(approval.item.ID, sType, UneditedCells(approval.item), options);
+    return approval;
 }
 
 bool ActivityListForProject(const cDBSettings& global, const QString& project, QString* tabList) {

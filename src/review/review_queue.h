@@ -7,6 +7,7 @@
 #include <QVector>
 #include <functional>
 
+#include "core/failure.h"
 #include "core/money.h"
 #include "database/sql_compose.h"
 
@@ -64,10 +65,10 @@ ReviewItem ReviewItemFrom(const cReportedRecord& record, bool appointment);
 
 // Reads every row of rs into a task or appointment record and appends its grid values to items;
 // onChunk runs after each chunk of rows so the window can repaint. Without a recordset the first
-// read fails and is reported under "Search.LoadRecordsetToCollection". Closes nothing: the caller
-// drops the recordset.
+// read fails under "Search.LoadRecordsetToCollection": given failure, it is kept there for the
+// caller; without, it goes to the failure path. Closes nothing: the caller drops the recordset.
 bool LoadRecordsetToCollection(Recordset* rs, bool bAppointment, QVector<ReviewItem>& items,
-                               const std::function<void(int done)>& onChunk = {});
+                               const std::function<void(int done)>& onChunk = {}, Failure* failure = nullptr);
 inline constexpr int kReviewChunkRows = 2000;
 
 // The audit switches, read once when the window opens.
@@ -98,22 +99,62 @@ SqlText ApproveStatement(const QString& table, const QString& sID, const Approve
 // "Select * from <table> where ID = <sID>", the row read again for its notice.
 SqlText ReviewRowQuery(const QString& table, const QString& sID);
 
-// Writes Approved = 1 (with the row's edits), then reads the row again for the approval notice.
-// bOK is true once the statement ran; a failure is reported under "AuditManager.ApproveDBItem".
-void ApproveDBItem(const QString& sID, const QString& sType, const ApproveCells& cells,
-                   const ReviewOptions& options, bool& bOK);
-// Gives the decline notice the row first, then deletes it. bOK as above, "AuditManager.DeleteDBItem".
-void DeleteDBItem(const QString& sID, const QString& sType, bool& bOK);
-
-// A row's button, as the grid reports it: asks, acts, and answers whether the row leaves the grid.
-enum class ReviewButton { Approve, Decline };
+// A grid row's texts as the screen hands them to the steps: its kind ("task" or "appointment"), ID,
+// subject and the cells approving writes back.
 struct ReviewRowTexts {
     QString type;
     QString id;
     QString subject;
     ApproveCells cells;
 };
-bool ReviewButtonClicked(ReviewButton button, const ReviewRowTexts& row, const ReviewOptions& options);
+
+// The text the screen shows when no command could be made.
+inline const QString kNoConnectionText = QStringLiteral("Connection can't be established!");
+
+// What approving, declining or reading the queue came to. Nothing here asks or tells the user: the
+// screen shows the outcome, a tool prints it.
+struct ReviewOutcome {
+    enum class Kind {
+        Done,          // approved, declined (deleted), or the queue read
+        NotQueued,     // no unapproved row of that kind and ID: nothing was written
+        ReadFailed,    // the queue could not be read; failure when the rows broke off midway
+        NoConnection,  // no command could be made: kNoConnectionText
+        Refused,       // the statement was refused or failed: failure holds the engine's words, labelled
+    };
+    Kind kind = Kind::Refused;
+    Failure failure;
+    bool done() const { return kind == Kind::Done; }
+};
+
+// Writes Approved = 1 (with the row's edits), then reads the row again for the approval notice.
+// Done once the statement ran; a failure is labelled "AuditManager.ApproveDBItem". The screen's
+// button and the command line's approval both end here.
+ReviewOutcome ApproveDBItem(const QString& sID, const QString& sType, const ApproveCells& cells,
+                            const ReviewOptions& options);
+// Gives the decline notice the row first, then deletes it. Done once the statement ran (also when
+// the row was gone already); a failure is labelled "AuditManager.DeleteDBItem".
+ReviewOutcome DeleteDBItem(const QString& sID, const QString& sType);
+
+// The unapproved rows of the filter's kinds, tasks first, each table in the database's order, read
+// without telling anybody: Done or ReadFailed.
+struct ReviewQueueRead {
+    ReviewOutcome outcome;
+    QVector<ReviewItem> items;
+};
+ReviewQueueRead ReadReviewQueue(const ReviewFilter& filter, qint32 dbChoice);
+
+// The cells a grid row holds for an item before any edit.
+ApproveCells UneditedCells(const ReviewItem& item);
+
+// Approving by ID: the row must be in the queue, as it would be in the screen's grid, and goes to
+// ApproveDBItem with the cells the grid would hold for it. NotQueued or ReadFailed when it is not
+// there or cannot be read; otherwise what ApproveDBItem answered. item is the row as read.
+struct QueuedApproval {
+    ReviewOutcome outcome;
+    ReviewItem item;
+};
+QueuedApproval ApproveQueuedItem(const QString& sID, const QString& sType, qint32 dbChoice,
+                                 const ReviewOptions& options);
 
 // The activity list for a row whose project changed: the project's own list, or nullopt-like
 // false when the project has none (the cell keeps its list then).

@@ -10,6 +10,7 @@
 #include "notifications/senders.h"
 #include "notifications/templates.h"
 #include "reported/sample_data.h"
+#include "review/review_queue.h"
 #include "support/smtp_sink.h"
 #include "support/test_env.h"
 
@@ -78,6 +79,32 @@ class ReviewDbTest : public DomainDbTest {
   private:
     std::unique_ptr<SmtpTransport> smtp;
     std::unique_ptr<RecordingTransport> recorder;
+};
+
+// ReviewDbTest with one ID that has an unapproved row in both tables, and its rows' texts as the
+// grid holds them.
+class ReviewRowsTest : public ReviewDbTest {
+  protected:
+    void SetUp() override {
+        ReviewDbTest::SetUp();
+        if (IsSkipped() || HasFatalFailure())
+            return;
+        id = SharedUnapprovedId();
+        ASSERT_FALSE(id.isEmpty());
+    }
+    ReviewRowTexts Row(const QString& type) {
+        auto rs = Open(QStringLiteral("SELECT Subject, ProjectValue, ActivityValue FROM ") +
+                       ReviewTableFor(type) + QStringLiteral(" WHERE ID = ") + id);
+        return {type,
+                id,
+                rs->Fields(QStringLiteral("Subject")).Value().toString(),
+                {rs->Fields(QStringLiteral("ProjectValue")).Value().toString(),
+                 rs->Fields(QStringLiteral("ActivityValue")).Value().toString(), QStringLiteral("12.5")}};
+    }
+    int Rows(const QString& table, const QString& where) {
+        return CountWhere(table, where + QStringLiteral(" AND ID = ") + id);
+    }
+    QString id;  // a row in both tables, unapproved in both
 };
 
 }  // namespace tlm::test

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <QSet>
+#include <functional>
 
 #include "core/process_state.h"
 #include "database/connection.h"
-#include "reported/task_data.h"
 #include "review/review_fixture.h"
 #include "review/review_queue.h"
 
@@ -76,13 +76,8 @@ TEST(ReviewActions, StatementsQuestionsAndTables) {
 
 // ---- against the engines, on generated rows --------------------------------------------------
 
-class ReviewEngineTest : public ReviewDbTest {
+class ReviewEngineTest : public ReviewRowsTest {
   protected:
-    void SetUp() override {
-        ReviewDbTest::SetUp();
-        id = SharedUnapprovedId();
-        ASSERT_FALSE(id.isEmpty());
-    }
     QVector<ReviewItem> Load(const ReviewFilter& f) {
         QVector<ReviewItem> items;
         const qint32 choice = IsSqlite() ? 0 : 1;
@@ -96,19 +91,6 @@ class ReviewEngineTest : public ReviewDbTest {
         }
         return items;
     }
-    ReviewRowTexts Row(const QString& type) {
-        auto rs = Open(QStringLiteral("SELECT Subject, ProjectValue, ActivityValue FROM ") +
-                       ReviewTableFor(type) + QStringLiteral(" WHERE ID = ") + id);
-        return {type,
-                id,
-                rs->Fields(QStringLiteral("Subject")).Value().toString(),
-                {rs->Fields(QStringLiteral("ProjectValue")).Value().toString(),
-                 rs->Fields(QStringLiteral("ActivityValue")).Value().toString(), QStringLiteral("12.5")}};
-    }
-    int Rows(const QString& table, const QString& where) {
-        return CountWhere(table, where + QStringLiteral(" AND ID = ") + id);
-    }
-    QString id;  // a row in both tables, unapproved in both
 };
 
 TEST_P(ReviewEngineTest, FiltersLoadTheUnapprovedRowsTasksFirst) {
@@ -187,79 +169,91 @@ TEST_P(ReviewEngineTest, OneDayEndsAtTheLastMinuteOnlyInTheFileForm) {
     EXPECT_EQ(subjects(), times.mid(0, IsSqlite() ? 4 : 5));
 }
 
-TEST_P(ReviewEngineTest, ApprovalWritesTheRowAndTheSendersMailNobody) {
-    ReviewRowTexts row = Row(QStringLiteral("task"));
-    row.cells.project = global->Projects.Items.Keys().value(1);
-    row.cells.activity = QStringLiteral("Changed in review");
-    prompter.queue(PromptAnswer::Yes);
-    EXPECT_TRUE(ReviewButtonClicked(ReviewButton::Approve, row, {true, true}));
-    EXPECT_EQ(PromptTexts(), QStringList{ApproveQuestion(id, row.subject)});
-    auto rs = Open(QStringLiteral("SELECT * FROM tReportedTasks WHERE ID = ") + id);
-    EXPECT_EQ(rs->Fields(QStringLiteral("Approved")).Value().toInt(), 1);
-    EXPECT_EQ(rs->Fields(QStringLiteral("ProjectValue")).Value().toString(), row.cells.project);
-    EXPECT_EQ(rs->Fields(QStringLiteral("ActivityValue")).Value().toString(), row.cells.activity);
-    EXPECT_EQ(rs->Fields(QStringLiteral("TotalCost")).Value().value<Money>(), Money::fromUnits(125000));
-    EXPECT_EQ(Rows(QStringLiteral("tReportedAppointments"), QStringLiteral("Approved = 0")), 1);
-    // The sender got the open recordset, not a record: no mail, nothing at the server.
-    EXPECT_TRUE(transport->mails.isEmpty());
-    EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
-
-    // The same sender with a record of that row would have written to the reporter.
-    cTaskData task;
-    task.FromRecordset(*rs);
-    SendEmailNotificationToMemberWhenApproved(task, QStringLiteral("task"));
-    ASSERT_EQ(transport->mails.size(), 1);
-}
-
-TEST_P(ReviewEngineTest, DeclineDeletesOnlyWithTheAuditSwitchAndAfterYes) {
+// The steps the screen and the command line share answer what came of them and neither ask nor tell
+// anybody: the screen shows the outcome, the tool prints it.
+TEST_P(ReviewEngineTest, StepsAnswerTheirOutcomeAndAskOrTellNobody) {
+    using Kind = ReviewOutcome::Kind;
     const QString tasks = QStringLiteral("tReportedTasks"), appts = QStringLiteral("tReportedAppointments");
-    const ReviewRowTexts task = Row(QStringLiteral("task"));
-    // Switch off: no question, no statement.
-    global->GeneralSettings.SetValue(QStringLiteral("tpoAuditRemoveDeclinedDataFromDB"), 0);
-    prompter.queue(PromptAnswer::Yes);
-    EXPECT_FALSE(ReviewButtonClicked(ReviewButton::Decline, task, {}));
-    EXPECT_TRUE(PromptTexts().isEmpty());
-    EXPECT_EQ(Rows(tasks, QStringLiteral("1 = 1")), 1);
-
-    prompter.clear();
-    // No, on either button, changes nothing in either table.
-    global->GeneralSettings.SetValue(QStringLiteral("tpoAuditRemoveDeclinedDataFromDB"), 1);
-    const QString snapshot =
-        QStringLiteral("SELECT ID, Approved, ProjectValue, TotalCost FROM %1 ORDER BY ID");
-    const QStringList before = Column(snapshot.arg(tasks)) + Column(snapshot.arg(appts));
-    prompter.queue(PromptAnswer::No);
-    EXPECT_FALSE(
-        ReviewButtonClicked(ReviewButton::Approve, Row(QStringLiteral("appointment")), {true, true}));
-    prompter.queue(PromptAnswer::No);
-    EXPECT_FALSE(ReviewButtonClicked(ReviewButton::Decline, task, {}));
-    EXPECT_EQ(Column(snapshot.arg(tasks)) + Column(snapshot.arg(appts)), before);
-
-    prompter.clear();
-    prompter.queue(PromptAnswer::Yes);
-    EXPECT_TRUE(ReviewButtonClicked(ReviewButton::Decline, task, {}));
-    EXPECT_EQ(PromptTexts(), QStringList{DeclineQuestion(id, task.subject)});
-    // Gone from its own table only: the appointment of the same ID stays.
-    EXPECT_EQ(Rows(tasks, QStringLiteral("1 = 1")), 0);
-    EXPECT_EQ(Rows(appts, QStringLiteral("Approved = 0")), 1);
+    const ApproveCells quoted{QStringLiteral("O'Brien's Kitchen"), QStringLiteral("Design"),
+                              QStringLiteral("1")};
+    const QString unknown = QStringLiteral("999999999");
+    const struct {
+        const char* what;
+        std::function<ReviewOutcome()> step;
+        Kind kind;
+        const char* label;         // of the failure the outcome carries, if any
+        int tasksLeft, apptsLeft;  // unapproved rows of the shared ID afterwards
+    } cases[] = {
+        {"an apostrophe in the project",
+         [&] {
+             return ApproveDBItem(id, QStringLiteral("appointment"), quoted, {true, false});
+         },
+         Kind::Refused, "AuditManager.ApproveDBItem", 1, 1},
+        {"a decline of an ID that is no number",
+         [&] { return DeleteDBItem(QStringLiteral("1 OR 1=1"), QStringLiteral("task")); }, Kind::Refused,
+         "AuditManager.DeleteDBItem", 1, 1},
+        {"an ID the queue does not hold",
+         [&] { return ApproveQueuedItem(unknown, QStringLiteral("task"), IsSqlite() ? 0 : 1, {}).outcome; },
+         Kind::NotQueued, nullptr, 1, 1},
+        {"the queued appointment",
+         [&] { return ApproveQueuedItem(id, QStringLiteral("appointment"), IsSqlite() ? 0 : 1, {}).outcome; },
+         Kind::Done, nullptr, 1, 0},
+        {"the same appointment again: no longer queued",
+         [&] { return ApproveQueuedItem(id, QStringLiteral("appointment"), IsSqlite() ? 0 : 1, {}).outcome; },
+         Kind::NotQueued, nullptr, 1, 0},
+        {"a decline of the task", [&] { return DeleteDBItem(id, QStringLiteral("task")); }, Kind::Done,
+         nullptr, 0, 0},
+        {"the same decline again: nothing left to delete, nothing failed",
+         [&] { return DeleteDBItem(id, QStringLiteral("task")); }, Kind::Done, nullptr, 0, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const ReviewOutcome out = c.step();
+        EXPECT_EQ(int(out.kind), int(c.kind));
+        EXPECT_EQ(out.done(), c.kind == Kind::Done);
+        if (c.label) {
+            EXPECT_EQ(out.failure.label, QString::fromLatin1(c.label));
+            EXPECT_TRUE(out.failure.description.contains(IsSqlite()
+                                                             ? QStringLiteral("unrecognized token")
+                                                             : QStringLiteral("unterminated quoted string")))
+                << out.failure.description.toStdString();
+        } else {
+            EXPECT_FALSE(out.failure.isSet()) << out.failure.description.toStdString();
+        }
+        EXPECT_EQ(Rows(tasks, QStringLiteral("Approved = 0")), c.tasksLeft);
+        EXPECT_EQ(Rows(appts, QStringLiteral("Approved = 0")), c.apptsLeft);
+        EXPECT_TRUE(PromptTexts().isEmpty()) << PromptTexts().join(u'|').toStdString();
+        EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+    }
+    // The approval kept the appointment's own values; the senders mailed nobody.
+    EXPECT_EQ(Rows(appts, QStringLiteral("Approved = 1")), 1);
     EXPECT_TRUE(transport->mails.isEmpty());
-    EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
-
-    // A second decline of the same row deletes nothing and fails nothing.
-    bool ok = false;
-    DeleteDBItem(id, QStringLiteral("task"), ok);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(Rows(appts, QStringLiteral("1 = 1")), 1);
 }
 
-TEST_P(ReviewEngineTest, AnApostropheIsTheReportedDatabaseErrorAndTheRowStays) {
-    ReviewRowTexts row = Row(QStringLiteral("appointment"));
-    row.cells.project = QStringLiteral("O'Brien's Kitchen");
-    prompter.queue(PromptAnswer::Yes);
-    EXPECT_FALSE(ReviewButtonClicked(ReviewButton::Approve, row, {true, false}));
-    ASSERT_EQ(presenter.reports.size(), 1);
-    EXPECT_TRUE(presenter.reports[0].contains(QStringLiteral("In Function: AuditManager.ApproveDBItem")))
-        << FirstReport().toStdString();
-    EXPECT_EQ(Rows(QStringLiteral("tReportedAppointments"), QStringLiteral("Approved = 0")), 1);
+// The queue the command line lists and approves from is the screen's, row for row.
+TEST_P(ReviewEngineTest, TheQueueReadIsTheScreensRows) {
+    const qint32 choice = IsSqlite() ? 0 : 1;
+    for (int types : {0, 1, 2}) {
+        ReviewFilter f;
+        f.typesIndex = types;
+        const ReviewQueueRead read = ReadReviewQueue(f, choice);
+        ASSERT_TRUE(read.outcome.done()) << types;
+        const QVector<ReviewItem> screen = Load(f);
+        ASSERT_EQ(read.items.size(), screen.size()) << types;
+        for (int i = 0; i < screen.size(); ++i) {
+            EXPECT_EQ(read.items[i].Key(), screen[i].Key()) << types << ' ' << i;
+            EXPECT_EQ(read.items[i].TotalCost, screen[i].TotalCost) << types << ' ' << i;
+        }
+        EXPECT_FALSE(read.items.isEmpty()) << types;
+    }
+    // A table that cannot be read is a failed read, with nothing half-listed and nothing shown.
+    ReviewFilter bad;
+    bad.filterIndex = 1;
+    bad.value = QStringLiteral("it's");
+    const ReviewQueueRead refused = ReadReviewQueue(bad, choice);
+    EXPECT_EQ(int(refused.outcome.kind), int(ReviewOutcome::Kind::ReadFailed));
+    EXPECT_TRUE(refused.items.isEmpty());
+    EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, ReviewEngineTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
