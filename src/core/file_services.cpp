@@ -46,8 +46,8 @@ bool AtomicFile::open(QString* error) {
         return false;
     };
     cancel();
+    // The folder must exist: an export to a folder that is gone is refused, not made.
     const QFileInfo info(target_);
-    QDir().mkpath(info.absolutePath());
     // A name of our own beside the target: a rename within one folder is one step.
     const QByteArray base = QFile::encodeName(info.absolutePath() + QStringLiteral("/.") + info.fileName());
     struct stat existing {};
@@ -116,6 +116,7 @@ void AtomicFile::cancel() {
 }
 
 bool WriteFileAtomically(const QString& path, const QByteArray& bytes, bool privateMode, QString* error) {
+    QDir().mkpath(QFileInfo(path).absolutePath());
     AtomicFile file(path, privateMode ? AtomicFile::Access::Private : AtomicFile::Access::Usual);
     if (!file.open(error))
         return false;
