@@ -1167,6 +1167,27 @@ bool Dialect::MeansLostConnection(const QString& nativeErrorCode) const {
     return false;
 }
 
+bool Dialect::MeansBusy(const QString& nativeErrorCode) const {
+    switch (engine_) {
+        case Engine::SQLite: {
+            const int rc = nativeErrorCode.toInt() & 0xff;
+            return rc == 5 || rc == 6;  // busy, locked
+        }
+        case Engine::PostgreSQL:
+            return nativeErrorCode == QLatin1String("55P03");  // lock not available
+        case Engine::SqlServer:
+            return nativeErrorCode == QLatin1String("1222");  // lock request time out
+    }
+    return false;
+}
+
+QString Dialect::BusyText(const QString& databaseName) const {
+    const QString what = engine_ == Engine::SQLite ? QStringLiteral("The database file \"%1\"")
+                                                   : QStringLiteral("The database \"%1\"");
+    return what.arg(databaseName) +
+           QStringLiteral(" is busy: someone else is saving. Try again in a moment.");
+}
+
 bool Dialect::HandsOverWholeResult() const {
     return Traits(engine_).handsOverWholeResult;
 }

@@ -135,6 +135,9 @@ class Dialect {
     // True when the driver's error code means the connection or the file is lost (or busy), not that
     // the statement was refused.
     bool MeansLostConnection(const QString& nativeErrorCode) const;
+    // Another writer held the database past the wait; BusyText says so, naming the database.
+    bool MeansBusy(const QString& nativeErrorCode) const;
+    QString BusyText(const QString& databaseName) const;
     // True when the driver hands over the whole result at once unless asked to read forward only,
     // which it then does row by row at a higher cost per row (PostgreSQL's single-row mode).
     bool HandsOverWholeResult() const;

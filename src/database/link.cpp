@@ -251,6 +251,8 @@ Failure Connection::FailureFrom(const QSqlError& error) const {
     const bool lost = error.type() == QSqlError::ConnectionError || !IsOpen() ||
                       dialect_.MeansLostConnection(error.nativeErrorCode());
     f.number = lost ? dberr::kUnspecified : dberr::kCommandError;
+    if (dialect_.MeansBusy(error.nativeErrorCode()))
+        f.description = MaskSecrets(dialect_.BusyText(db_.databaseName()));
     return f;
 }
 

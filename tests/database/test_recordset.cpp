@@ -287,6 +287,32 @@ TEST_P(RecordsetTest, ConcurrentWritersNeverSeeALockedDatabase) {
     EXPECT_EQ(Count("tReportedTasks"), 2 * rows);
 }
 
+// A writer that meets another one holding the database past the wait is told which database is
+// busy and why, not the driver's bare "database is locked".
+TEST_P(RecordsetTest, ASaveThatMeetsABusyDatabaseNamesItAndSaysWhy) {
+    auto holder = std::make_shared<Connection>();
+    Failure f;
+    ASSERT_TRUE(holder->Open(ConnectionString(), &f)) << f.description.toStdString();
+    ASSERT_GE(holder->Execute(IsSqlite() ? "BEGIN EXCLUSIVE" : "BEGIN", {}, false, &f), 0)
+        << f.description.toStdString();
+    if (!IsSqlite()) {
+        ASSERT_GE(holder->Execute("LOCK TABLE tReportedTasks IN ACCESS EXCLUSIVE MODE", {}, false, &f), 0)
+            << f.description.toStdString();
+    }
+
+    auto cmd = GetCommand();
+    cmd->CommandText = IsSqlite() ? "PRAGMA busy_timeout = 200" : "SET lock_timeout = '200ms'";
+    cmd->Execute({});
+    cmd->CommandText = "INSERT INTO tReportedTasks (Subject, ReportedBy, TotalCost) VALUES ('x', 'me', 1)";
+    EXPECT_EQ(cmd->Execute({}), -1);
+    const QString text = cmd->LastError().description;
+    EXPECT_TRUE(text.contains("someone else is saving")) << text.toStdString();
+    const QString name = IsSqlite() ? QStringLiteral("Tallyloom.db") : QString();
+    EXPECT_TRUE(text.contains(name)) << text.toStdString();
+    holder->Execute("ROLLBACK", {}, false, &f);
+    EXPECT_EQ(Count("tReportedTasks"), 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, RecordsetTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
                          test::EngineName);
 
