@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "core/error_report.h"
+#include "core/file_services.h"
 #include "core/money.h"
 
 namespace tlm {
@@ -222,10 +223,7 @@ void ExtractFileFromRes(const QString& resourceName, const QString& resourceType
     QFile f(QStringLiteral(":/%1/%2").arg(resourceType, resourceName));
     if (!f.open(QIODevice::ReadOnly))
         return;
-    QFile out(path);
-    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return;
-    out.write(f.readAll());
+    WriteFileAtomically(path, f.readAll(), false);
 }
 
 namespace {
