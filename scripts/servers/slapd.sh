@@ -1,5 +1,7 @@
 # LDAP directory for the tests: a throwaway slapd (mdb backend, slapd.conf of its own) under
-# $state/ldap, loopback only, on a free port. The system's slapd and its configuration are never used.
+# $state/ldap, loopback only, on free ports: ldap:// (StartTLS) and ldaps://, with a self-signed
+# certificate made here, which the clients trust through LDAPTLS_CACERT. The system's slapd and its
+# configuration are never used.
 # The tests bind as a plain reader, not as the root DN, because the root DN has no size limit:
 # the reader's 500-entry limit is what makes the 2,000 bulk people need the paged search.
 slapd_bin() { if [ -x /usr/sbin/slapd ]; then echo /usr/sbin/slapd; else command -v slapd; fi; }
@@ -26,6 +28,26 @@ ou: groups
 dn: ou=bulk,$base
 objectClass: organizationalUnit
 ou: bulk
+
+dn: ou=crowd,$base
+objectClass: organizationalUnit
+ou: crowd
+
+dn: ou=hidden,$base
+objectClass: organizationalUnit
+ou: hidden
+
+dn: cn=Hidden Person,ou=hidden,$base
+objectClass: inetOrgPerson
+cn: Hidden Person
+sn: Person
+mail: hidden@example.org
+
+dn: cn=Doe\\, John,ou=people,$base
+objectClass: inetOrgPerson
+cn: Doe, John
+sn: Doe
+mail: john.doe@example.org
 
 dn: cn=reader,$base
 objectClass: applicationProcess
@@ -75,30 +97,78 @@ dn: cn=Head Office,ou=groups,$base
 objectClass: organizationalRole
 cn: Head Office
 
+dn: cn=Support Desk,ou=groups,$base
+objectClass: group
+cn: Support Desk
+member: cn=Eli Noor,ou=people,$base
+member: cn=Doe\\, John,ou=people,$base
+member: cn=Gone\\2C Former,ou=people,$base
+member: cn=Hidden Person,ou=hidden,$base
+member: cn=Ops Crew,ou=groups,$base
+
 EOF
-  for i in $(seq 1 2000); do
-    n=$(printf '%04d' "$i")
+  # printf -v, not $(...): a subshell per entry made the file take most of a minute to write.
+  for ((i = 1; i <= 2000; i++)); do
+    printf -v n '%04d' "$i"
     printf 'dn: cn=Bulk Person %s,ou=bulk,%s\nobjectClass: inetOrgPerson\ncn: Bulk Person %s\nsn: Person\nmail: bulk%s@example.org\ndepartmentNumber: Bulk\n\n' \
       "$n" "$base" "$n" "$n"
   done
+  # A group of 3,000 members, to expand with progress and to cancel partway.
+  for ((i = 1; i <= 3000; i++)); do
+    printf -v n '%04d' "$i"
+    printf 'dn: cn=Crowd Person %s,ou=crowd,%s\nobjectClass: inetOrgPerson\ncn: Crowd Person %s\nsn: Person\nmail: crowd%s@example.org\n\n' \
+      "$n" "$base" "$n" "$n"
+  done
+  printf 'dn: cn=Crowd,ou=groups,%s\nobjectClass: groupOfNames\ncn: Crowd\n' "$base"
+  for ((i = 1; i <= 3000; i++)); do
+    printf 'member: cn=Crowd Person %04d,ou=crowd,%s\n' "$i" "$base"
+  done
+  echo
+}
+
+# The "group" object class, as directories other than OpenLDAP keep groups (the OID is a UUID arc
+# of the tests' own).
+slapd_group_schema() {
+  cat <<'EOF'
+objectclass ( 2.25.198830563046839148497148413393587541261 NAME 'group'
+  SUP top STRUCTURAL MUST cn MAY ( member $ mail $ description ) )
+EOF
+}
+
+# A self-signed certificate for 127.0.0.1 and localhost, its own CA.
+slapd_certificate() {
+  local tls=$1
+  mkdir -p "$tls"; chmod 700 "$tls"
+  openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 30 \
+    -subj "/CN=127.0.0.1" -addext "subjectAltName=IP:127.0.0.1,DNS:localhost" \
+    -addext "basicConstraints=critical,CA:TRUE" \
+    -keyout "$tls/key.pem" -out "$tls/cert.pem" >"$tls/openssl.log" 2>&1
 }
 
 start_slapd() {
-  local bin add port dir base="dc=tlm,dc=test" rootpw=ldap-root-pw readerpw=ldap-reader-pw up=0
+  local bin add port sport dir base="dc=tlm,dc=test" rootpw=ldap-root-pw readerpw=ldap-reader-pw up=0
   bin=$(slapd_bin); add=$(slapadd_bin)
   [ -n "$bin" ] && [ -n "$add" ] || { echo "test-servers: slapd is not installed" >&2; return 1; }
+  command -v openssl >/dev/null || { echo "test-servers: openssl is not installed" >&2; return 1; }
   dir="$state/ldap"
   rm -rf "$dir"; mkdir -p "$dir/db"
-  port=$(free_port)
+  port=$(free_port); sport=$(free_port)
+  slapd_certificate "$dir/tls" ||
+    { echo "test-servers: the LDAP certificate was not made, see $dir/tls/openssl.log" >&2; return 1; }
+  slapd_group_schema >"$dir/group.schema"
   cat >"$dir/slapd.conf" <<EOF
 include /etc/ldap/schema/core.schema
 include /etc/ldap/schema/cosine.schema
 include /etc/ldap/schema/inetorgperson.schema
+include $dir/group.schema
 modulepath /usr/lib/ldap
 moduleload back_mdb
 pidfile $dir/slapd.pid
 argsfile $dir/slapd.args
 sizelimit 500
+TLSCACertificateFile $dir/tls/cert.pem
+TLSCertificateFile $dir/tls/cert.pem
+TLSCertificateKeyFile $dir/tls/key.pem
 database mdb
 maxsize 104857600
 suffix "$base"
@@ -109,12 +179,13 @@ index objectClass eq
 index cn,mail eq,sub
 limits users size.soft=500 size.hard=500 size.prtotal=unlimited
 access to attrs=userPassword by anonymous auth by * none
+access to dn.subtree="ou=hidden,$base" by * none
 access to * by users read by * none
 EOF
   slapd_test_ldif "$base" "$readerpw" >"$dir/data.ldif"
   "$add" -q -f "$dir/slapd.conf" -l "$dir/data.ldif" >"$state/slapadd.log" 2>&1 ||
     { echo "test-servers: slapadd failed, see $state/slapadd.log" >&2; return 1; }
-  "$bin" -f "$dir/slapd.conf" -h "ldap://127.0.0.1:$port/" >"$state/slapd.log" 2>&1 ||
+  "$bin" -f "$dir/slapd.conf" -h "ldap://127.0.0.1:$port/ ldaps://127.0.0.1:$sport/" >"$state/slapd.log" 2>&1 ||
     { echo "test-servers: slapd did not start, see $state/slapd.log" >&2; return 1; }
   for _ in $(seq 1 100); do
     if ldapsearch -x -LLL -H "ldap://127.0.0.1:$port/" -D "cn=reader,$base" -w "$readerpw" \
@@ -124,8 +195,16 @@ EOF
     sleep 0.1
   done
   [ "$up" -eq 1 ] || { echo "test-servers: slapd does not answer on $port" >&2; return 1; }
+  for uri in "ldap://127.0.0.1:$port/ -ZZ" "ldaps://127.0.0.1:$sport/"; do
+    # shellcheck disable=SC2086
+    LDAPTLS_CACERT="$dir/tls/cert.pem" ldapsearch -x -LLL -H $uri -D "cn=reader,$base" -w "$readerpw" \
+      -b "$base" -s base dn >/dev/null 2>>"$state/slapd.log" ||
+      { echo "test-servers: slapd does not take TLS on ${uri%% *}, see $state/slapd.log" >&2; return 1; }
+  done
   {
     echo "export TLM_TEST_LDAP_URI=ldap://127.0.0.1:$port"
+    echo "export TLM_TEST_LDAPS_URI=ldaps://127.0.0.1:$sport"
+    echo "export LDAPTLS_CACERT='$dir/tls/cert.pem'"
     echo "export TLM_TEST_LDAP_BASE='$base'"
     echo "export TLM_TEST_LDAP_BIND_DN='cn=reader,$base'"
     echo "export TLM_TEST_LDAP_PASSWORD=$readerpw"

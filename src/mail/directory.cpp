@@ -17,24 +17,41 @@ struct ContentLine {
 };
 
 // Joins folded lines (a leading blank continues the line before) and the soft breaks of
-// quoted-printable values, which continue on a line without a leading blank.
+// quoted-printable values, which continue on a line without a leading blank. Linear in the text:
+// the head of a logical line (the text before its first ':') is looked at once, not again for each
+// physical line folded onto it, so a folded line of megabytes takes no longer than its bytes.
 QList<QByteArray> Unfold(const QByteArray& text) {
     QList<QByteArray> lines;
     bool qpContinues = false;
-    for (QByteArray line : text.split('\n')) {
+    qsizetype colon = -1;  // of the last logical line; -1 while it has none
+    bool qpHead = false;   // its head names QUOTED-PRINTABLE
+    const auto findHead = [&](const QByteArray& line, qsizetype from) {
+        colon = line.indexOf(':', from);
+        qpHead = colon > 0 && line.left(colon).toUpper().contains("QUOTED-PRINTABLE");
+    };
+    const qsizetype size = text.size();
+    for (qsizetype start = 0; start <= size;) {
+        qsizetype end = text.indexOf('\n', start);
+        if (end < 0)
+            end = size;
+        QByteArrayView line(text.constData() + start, end - start);
+        start = end + 1;
         if (line.endsWith('\r'))
             line.chop(1);
         if (!lines.isEmpty() && (qpContinues || line.startsWith(' ') || line.startsWith('\t'))) {
-            lines.last() += qpContinues ? line : line.mid(1);
+            QByteArray& last = lines.last();
+            const qsizetype before = last.size();
+            last += qpContinues ? line : line.sliced(1);
+            if (colon < 0)
+                findHead(last, before);
         } else {
-            lines.append(line);
+            lines.append(line.toByteArray());
+            findHead(lines.last(), 0);
         }
-        const QByteArray& last = lines.last();
-        const qsizetype colon = last.indexOf(':');
-        qpContinues =
-            colon > 0 && last.left(colon).toUpper().contains("QUOTED-PRINTABLE") && last.endsWith('=');
+        QByteArray& last = lines.last();
+        qpContinues = qpHead && last.endsWith('=');
         if (qpContinues)
-            lines.last().chop(1);
+            last.chop(1);
     }
     return lines;
 }
@@ -70,17 +87,28 @@ bool HasParam(const ContentLine& c, const QString& word) {
 QString Decode(const ContentLine& c, bool* badText = nullptr) {
     QByteArray bytes = c.rawValue;
     if (HasParam(c, QStringLiteral("QUOTED-PRINTABLE"))) {
-        QByteArray out;
-        for (qsizetype i = 0; i < bytes.size(); ++i) {
-            bool ok = false;
-            const int v = bytes[i] == '=' ? bytes.mid(i + 1, 2).toInt(&ok, 16) : 0;
-            if (ok) {
-                out += char(v);
+        // "=" and two hexadecimal digits is a byte; anything else is kept as written.
+        const auto hex = [](char ch) {
+            return ch >= '0' && ch <= '9'   ? ch - '0'
+                   : ch >= 'a' && ch <= 'f' ? ch - 'a' + 10
+                   : ch >= 'A' && ch <= 'F' ? ch - 'A' + 10
+                                            : -1;
+        };
+        const char* in = bytes.constData();
+        const qsizetype size = bytes.size();
+        QByteArray out(size, Qt::Uninitialized);
+        char* to = out.data();
+        for (qsizetype i = 0; i < size; ++i) {
+            const int high = in[i] == '=' && i + 2 < size ? hex(in[i + 1]) : -1;
+            const int low = high >= 0 ? hex(in[i + 2]) : -1;
+            if (low >= 0) {
+                *to++ = char(high * 16 + low);
                 i += 2;
             } else {
-                out += bytes[i];
+                *to++ = in[i];
             }
         }
+        out.truncate(to - out.constData());
         bytes = out;
     }
     bool latin1 = false;
@@ -98,24 +126,46 @@ QString Decode(const ContentLine& c, bool* badText = nullptr) {
     return text;
 }
 
-// Splits at unescaped ";" and resolves the text escapes of vCard 3 and 4.
+// Splits at unescaped ";" and resolves the text escapes of vCard 3 and 4. Runs between escapes are
+// copied whole: a name of megabytes is not built a character at a time.
 QStringList Components(const QString& value) {
-    QStringList parts{QString()};
-    for (qsizetype i = 0; i < value.size(); ++i) {
-        const QChar ch = value[i];
-        if (ch == QLatin1Char('\\') && i + 1 < value.size()) {
-            const QChar next = value[++i];
-            parts.last() +=
-                (next == QLatin1Char('n') || next == QLatin1Char('N')) ? QChar(QLatin1Char('\n')) : next;
-        } else if (ch == QLatin1Char(';')) {
-            parts.append(QString());
-        } else {
-            parts.last() += ch;
+    QStringList parts;
+    QString current;
+    const auto* text = reinterpret_cast<const char16_t*>(value.utf16());
+    const qsizetype size = value.size();
+    qsizetype run = 0;
+    const auto takeRun = [&](qsizetype end) {
+        current.append(reinterpret_cast<const QChar*>(text + run), end - run);
+    };
+    for (qsizetype i = 0; i < size; ++i) {
+        const char16_t ch = text[i];
+        if (ch == u'\\' && i + 1 < size) {
+            takeRun(i);
+            const char16_t next = text[++i];
+            current += QChar(next == u'n' || next == u'N' ? u'\n' : next);
+            run = i + 1;
+        } else if (ch == u';') {
+            takeRun(i);
+            parts.append(current.trimmed());
+            current.clear();
+            run = i + 1;
         }
     }
-    for (QString& p : parts)
-        p = p.trimmed();
+    takeRun(size);
+    parts.append(current.trimmed());
     return parts;
+}
+
+// Reads the whole file unless it is larger than the limit.
+bool ReadWithinLimit(QFile& f, QByteArray* bytes) {
+    if (f.size() > kVCardFileLimit)
+        return false;
+    *bytes = f.read(kVCardFileLimit + 1);  // a file that grows, or a pipe, is cut here
+    return bytes->size() <= kVCardFileLimit;
+}
+
+QString LimitText() {
+    return QStringLiteral("%1 MB").arg(kVCardFileLimit / (1024 * 1024));
 }
 
 }  // namespace
@@ -223,7 +273,13 @@ QList<DirectoryEntry> ReadVCardFile(const QString& path, QString* error) {
             *error = QStringLiteral("The address file %1 cannot be read: %2").arg(path, f.errorString());
         return {};
     }
-    const QByteArray text = f.readAll();
+    QByteArray text;
+    if (!ReadWithinLimit(f, &text)) {
+        if (error)
+            *error = QStringLiteral("The address file %1 is larger than %2 and is not read.")
+                         .arg(path, LimitText());
+        return {};
+    }
     QList<DirectoryEntry> entries = ParseVCards(text);
     if (entries.isEmpty() && error)
         *error = QStringLiteral("The address file %1 holds no vCard.").arg(path);
@@ -281,8 +337,14 @@ VCardFiles ReadVCardFiles(const QStringList& paths) {
             out.problems.append(QStringLiteral("%1: %2").arg(shown, f.errorString()));
             continue;
         }
+        QByteArray text;
+        if (!ReadWithinLimit(f, &text)) {
+            out.problems.append(
+                QStringLiteral("%1: the file is larger than %2 and is not read").arg(shown, LimitText()));
+            continue;
+        }
         const qsizetype before = out.problems.size();
-        const QList<DirectoryEntry> entries = ParseVCards(f.readAll(), shown, &out.problems);
+        const QList<DirectoryEntry> entries = ParseVCards(text, shown, &out.problems);
         if (entries.isEmpty() && out.problems.size() == before)
             out.problems.append(QStringLiteral("%1: the file holds no vCard").arg(shown));
         out.entries += entries;
@@ -295,7 +357,15 @@ QString UnreadableCardsMessage(const QStringList& problems) {
     if (problems.isEmpty())
         return QString();
     return QStringLiteral("These address entries could not be read and are left out:\n") +
-           problems.join(QLatin1Char('\n'));
+           NamedWithCount(problems);
+}
+
+QString NamedWithCount(const QStringList& lines) {
+    constexpr qsizetype kNamed = 20;
+    if (lines.size() <= kNamed)
+        return lines.join(QLatin1Char('\n'));
+    return lines.mid(0, kNamed).join(QLatin1Char('\n')) +
+           QStringLiteral("\n... and %1 more").arg(lines.size() - kNamed);
 }
 
 }  // namespace tlm

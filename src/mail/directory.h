@@ -23,7 +23,7 @@ struct DirectoryEntry {
     QString department;
     AddressEntryType type = AddressEntryType::Contact;
     QString id{};                     // the DN of a directory entry, the UID of a card
-    QStringList memberRefs{};         // a group's members as written: DNs, "urn:uuid:…", "mailto:…"
+    QStringList memberRefs{};         // a card group's members as written: "urn:uuid:…", "mailto:…"
     QList<DirectoryEntry> members{};  // a group's members once resolved; a member group has none
     bool operator==(const DirectoryEntry&) const = default;
 };
@@ -37,7 +37,9 @@ QList<DirectoryEntry> ParseVCards(const QByteArray& text);
 // is not UTF-8 (without a Latin-1 CHARSET), a line that is no content line, a card never closed.
 // Such cards are left out; the others are offered.
 QList<DirectoryEntry> ParseVCards(const QByteArray& text, const QString& source, QStringList* problems);
-// Empty list with error set when the file cannot be read or holds no card.
+// Address files larger than this are not read: a card of people is a few kilobytes.
+inline constexpr qint64 kVCardFileLimit = 16 * 1024 * 1024;
+// Empty list with error set when the file cannot be read, is larger than the limit or holds no card.
 QList<DirectoryEntry> ReadVCardFile(const QString& path, QString* error = nullptr);
 
 struct VCardFiles {
@@ -47,8 +49,12 @@ struct VCardFiles {
 // Several files at once. Each group's members are looked up among the cards of all the files,
 // by UID or address; a member found nowhere that is an address stays as an entry without a name.
 VCardFiles ReadVCardFiles(const QStringList& paths);
-// One message for every file and card that could not be read; empty when there is none.
+// One message for the files and cards that could not be read, at most 20 of them named; empty when
+// there is none.
 QString UnreadableCardsMessage(const QStringList& problems);
+// At most 20 of `lines`, one a line, then "... and N more" for the rest: a message box of
+// thousands of lines cannot be read or closed.
+QString NamedWithCount(const QStringList& lines);
 
 // Where a picker gets its entries: the dialog over the directory and the address files, or a
 // double in tests. `AddressBook` gives the chosen entries, groups with their members, or nothing

@@ -107,8 +107,9 @@ DirectorySettings LoadDirectorySettings(Failure* failure) {
     d.baseDn = Get(QStringLiteral("LdapBaseDn"), QString(), failure).trimmed();
     d.bindDn = Get(QStringLiteral("LdapBindDn"), QString(), failure).trimmed();
     d.password = Get(QStringLiteral("LdapPassword"), QString(), failure);
-    d.startTls =
-        Get(QStringLiteral("LdapStartTls"), QStringLiteral("1"), failure).trimmed() == QLatin1String("1");
+    d.startTls = Get(QStringLiteral("LdapStartTls"),
+                     d.password.isEmpty() ? QStringLiteral("0") : QStringLiteral("1"), failure)
+                     .trimmed() == QLatin1String("1");
     bool ok = false;
     const int timeout =
         Get(QStringLiteral("LdapTimeout"), QStringLiteral("10"), failure).trimmed().toInt(&ok);

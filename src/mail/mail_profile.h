@@ -47,7 +47,8 @@ struct DirectorySettings {
     QString baseDn;
     QString bindDn;  // empty: anonymous
     QString password;
-    bool startTls = true;  // upgrade an ldap:// connection before the bind; off only when set so
+    bool startTls =
+        true;  // upgrade an ldap:// connection before the bind; loaded as on when a password is stored
     int timeoutSeconds = 10;
 };
 // Reading registers the password as a secret, as for the mail profile.
