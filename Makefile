@@ -56,9 +56,11 @@ fuzz: deps
 $(BUILD_BENCH)/CMakeCache.txt:
 	cmake -S . -B $(BUILD_BENCH) -DCMAKE_BUILD_TYPE=Release -DTLM_BUILD_TESTS=OFF -DTLM_BUILD_BENCH=ON
 
+# Every benchmark against its servers (their own, under build/bench/servers, so the test servers
+# others use stay up), ending with one table of figures, goals and verdicts (bench/RESULTS.md).
 bench: deps $(BUILD_BENCH)/CMakeCache.txt
 	cmake --build $(BUILD_BENCH) -j $(JOBS)
-	@bash scripts/test-servers.sh run -- bash bench/run-all.sh $(BUILD_BENCH)
+	@TLM_SERVERS_DIR=$(CURDIR)/$(BUILD_BENCH)/servers bash scripts/test-servers.sh run -- bash bench/run-all.sh $(BUILD_BENCH)
 
 format:
 	find src tests bench -name '*.cpp' -o -name '*.h' | xargs clang-format -i

@@ -1,24 +1,13 @@
+// The yardstick of the start-up figure: the smallest Qt widget program, ended like bench_startup at
+// the first paint of its window with the event loop idle.
 #include <QApplication>
-#include <QEvent>
 #include <QLabel>
-#include <QWidget>
-#include <cstdlib>
 
-// Shows one window with a line of text and ends the moment it is shown, like tlm-manager under
-// TLM_EXIT_AT_FIRST_WINDOW.
-class ExitAtShow : public QObject {
-  public:
-    bool eventFilter(QObject* watched, QEvent* event) override {
-        if (event->type() == QEvent::Show && watched->isWidgetType() &&
-            static_cast<QWidget*>(watched)->isWindow())
-            std::_Exit(0);
-        return false;
-    }
-};
+#include "support/first_paint.h"
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
-    app.installEventFilter(new ExitAtShow);
+    app.installEventFilter(new tlm::bench::ExitAtFirstPaint([](QWidget* w) { return w->isWindow(); }));
     // Any real first window shows text, so the yardstick does too (fonts load either way).
     QLabel w(QStringLiteral("Hello"));
     w.show();

@@ -15,4 +15,4 @@ if [ -n "${TLM_TEST_SMTP_PORT:-}" ]; then
 else
   bash "$here/scripts/test-servers.sh" run -- "$send" 200
 fi
-"$save" 200 3
+"$save" 200 5

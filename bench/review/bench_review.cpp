@@ -1,8 +1,8 @@
 // Timed run: the review window's OK (query, records, grid, buttons, locks) over generated
-// unapproved rows, offscreen, against the bare query of the same rows through the database layer.
-// Usage: bench_review [rows...] (default 10000 100000); PostgreSQL too when TLM_TEST_PG is set.
-#include <sys/resource.h>
-
+// unapproved rows, offscreen, against the bare query of the same rows through the database layer
+// (goal <= 2x), with the peak memory of the window from its construction through the filled grid
+// (goal <= 150 MB); medians of 5 runs. Usage: bench_review sqlite|pg [rows] (default 100000); each
+// engine runs in its own process.
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -24,29 +24,24 @@
 #include "review/review_form.h"
 #include "review/review_queue.h"
 #include "settings/global_settings.h"
+#include "support/peak_rss.h"
+#include "support/record.h"
 
 using namespace tlm;
 
 namespace {
 
-constexpr int kRepeats = 3;
-
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v.empty() ? 0 : v[v.size() / 2];
-}
-
-long PeakMegabytes() {
-    rusage u{};
-    getrusage(RUSAGE_SELF, &u);
-    return u.ru_maxrss / 1024;
-}
+constexpr int kRepeats = 5;
+using bench::Median;
 
 struct Result {
     int rows = 0;
+    int queried = 0;  // rows the bare queries gave
+    bool ok = true;   // every run's grid held the rows the queries gave
     double bare = 0;  // both review queries through the database layer, rows read into recordsets
     double fill = 0;  // the window's OK, through the last paint
     double fillOnly = 0;
+    long peak = 0;  // MB, the window from its construction through the filled grid
 };
 
 // A new database of the engine with n generated reported items, all unapproved.
@@ -107,6 +102,7 @@ Result Run() {
         }
         bare.push_back(t.nsecsElapsed() / 1e9);
 
+        r.ok = bench::ResetPeakRss() && r.ok;
         frmReviewReports form;
         form.subSetUp();
         form.show();
@@ -115,10 +111,14 @@ Result Run() {
         form.cmdOK();
         QApplication::processEvents();  // the first paint of the filled grid is part of it
         fill.push_back(t.nsecsElapsed() / 1e9);
+        r.peak = std::max(r.peak, bench::PeakRssMb());
         fillOnly.push_back(fill.back() - bare.back());
         r.rows = form.grid()->rowCount();
-        if (r.rows != rows)
+        r.queried = rows;
+        if (r.rows != rows) {
             std::fprintf(stderr, "the grid holds %d rows, the queries gave %d\n", r.rows, rows);
+            r.ok = false;
+        }
         form.Exit();
     }
     r.bare = Median(bare);
@@ -141,39 +141,45 @@ int main(int argc, char** argv) {
     SetPrompter(&prompter);
     cMySettings local;
     Process().mySettings = &local;
-    std::vector<int> sizes;
-    for (int i = 1; i < argc; ++i)
-        sizes.push_back(QString::fromLocal8Bit(argv[i]).toInt());
-    if (sizes.empty())
-        sizes = {10000, 100000};
-    std::vector<bool> engines = {false};
-    if (!qEnvironmentVariable("TLM_TEST_PG").isEmpty())
-        engines.push_back(true);
+    const QString engine = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("sqlite");
+    const int n = argc > 2 ? QString::fromLocal8Bit(argv[2]).toInt() : 100000;
+    const bool pg = engine == u"pg";
+    const char* name = pg ? "PostgreSQL" : "SQLite";
+    if (pg && qEnvironmentVariable("TLM_TEST_PG").isEmpty()) {
+        std::printf("review %s: not run (no TLM_TEST_PG)\n", name);
+        bench::Record("review", QStringLiteral("PostgreSQL not run (no TLM_TEST_PG)"), "not run");
+        return 0;
+    }
     QStringList pgDatabases;
     int status = 0;
-    for (bool pg : engines) {
-        const char* name = pg ? "PostgreSQL" : "SQLite";
-        std::vector<Result> results;
-        for (int n : sizes) {
-            if (!Prepare(n, pg, home.path(), local, prompter, pgDatabases)) {
-                std::fprintf(stderr, "%s: no database for %d rows\n", name, n);
-                status = 1;
-                continue;
-            }
-            const Result r = Run();
-            results.push_back(r);
-            std::printf(
-                "%-10s %6d rows: bare query %.3f s, query + fill %.3f s (fill alone %.3f s); "
-                "ratio %.2fx (goal <= 3x); peak memory %ld MB\n",
-                name, r.rows, r.bare, r.fill, r.fillOnly, r.bare > 0 ? r.fill / r.bare : 0.0,
-                PeakMegabytes());
-            std::fflush(stdout);
-        }
-        if (results.size() == 2 && results[0].fill > 0)
-            std::printf("%-10s %d/%d rows: query + fill %.2fx (goal <= 12, linear)\n", name, results[1].rows,
-                        results[0].rows, results[1].fill / results[0].fill);
-        std::fflush(stdout);
+    if (!Prepare(n, pg, home.path(), local, prompter, pgDatabases)) {
+        std::fprintf(stderr, "%s: no database for %d rows\n", name, n);
+        bench::Record("review", QString::fromLatin1(name) + QStringLiteral(" run failed"), "failed");
+        status = 1;
+    } else {
+        const long afterFill = bench::PeakRssMb();
+        const Result r = Run();
+        const long peak = r.peak;
+        const double ratio = r.bare > 0 ? r.fill / r.bare : 0.0;
+        const bool ok = r.ok && !ReportShown() && r.rows == n;
+        std::printf(
+            "review %-10s %6d rows, median of %d: bare query %.3f s, query + fill %.3f s (fill alone %.3f "
+            "s); "
+            "ratio %.2fx (goal <= 2x); peak memory of the window's query and fill %ld MB (goal <= 150 MB; "
+            "%ld MB while generating the rows)%s\n",
+            name, r.rows, kRepeats, r.bare, r.fill, r.fillOnly, ratio, peak, afterFill,
+            ok ? "" : " FAILED: rows missing, a failure reported or the peak not reset");
+        bench::Record("review",
+                      QStringLiteral("%1 %2x (%3 s vs %4 s), peak %5 MB")
+                          .arg(QString::fromLatin1(name))
+                          .arg(ratio, 0, 'f', 2)
+                          .arg(r.fill, 0, 'f', 3)
+                          .arg(r.bare, 0, 'f', 3)
+                          .arg(peak),
+                      bench::Verdict(ok, ratio <= 2.0 && peak <= 150));
+        status = ok ? 0 : 1;
     }
+    std::fflush(stdout);
     if (ReportShown())
         std::fprintf(stderr, "a failure was reported during the run\n");
     subCloseConnection();
