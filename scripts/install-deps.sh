@@ -7,8 +7,8 @@ packages=(
   build-essential cmake pkg-config clang-format
   qt6-base-dev qt6-base-dev-tools libqt6sql6-sqlite libqt6sql6-psql libqt6sql6-odbc
   libqt6printsupport6 libqt6opengl6-dev libgl-dev
-  libcurl4-openssl-dev libxlsxwriter-dev libldap-dev
-  slapd ldap-utils postgresql python3-aiosmtpd
+  libcurl4-openssl-dev libxlsxwriter-dev libldap-dev libgmime-3.0-dev
+  slapd ldap-utils openssl postgresql python3-aiosmtpd
   xvfb xauth libgtest-dev libgmock-dev googletest libbenchmark-dev
   unixodbc unixodbc-dev tdsodbc poppler-utils
   python3-openpyxl sqlite3

@@ -5,12 +5,18 @@ Each message becomes <n>.eml (the bytes as received) and <n>.json beside it, wri
 .eml, with the envelope and what Python's own mail parser makes of the message, so the tests
 check our composition against an independent reader. AUTH LOGIN/PLAIN takes one fixed user;
 a wrong password is refused, no login at all is accepted.
+
+Tests ask for refusals through the addresses they send to, so tests sharing the sink never see
+each other's: a recipient "refuse-<code>-<anything>@..." is refused at RCPT with that reply code,
+and a recipient "reject-data-<code>-<anything>@..." makes the sink refuse the whole mail at the end
+of DATA with that code (552: too large), after accepting every recipient.
 """
 import argparse
 import email
 import email.policy
 import json
 import os
+import re
 import signal
 import tempfile
 import threading
@@ -48,13 +54,30 @@ def describe(raw):
     return info
 
 
+REFUSE_RCPT = re.compile(r"^refuse-([45]\d\d)(?:-[^@]*)?@", re.IGNORECASE)
+REJECT_DATA = re.compile(r"^reject-data-([45]\d\d)(?:-[^@]*)?@", re.IGNORECASE)
+
+
 class Handler:
     def __init__(self, spool):
         self.spool = spool
         self.count = 0
         self.lock = threading.Lock()
 
+    async def handle_RCPT(self, server, session, envelope, address, rcpt_options):
+        m = REFUSE_RCPT.match(address)
+        if m:
+            code = m.group(1)
+            return "%s %s.1.1 <%s>: recipient refused by the test sink" % (code, code[0], address)
+        envelope.rcpt_tos.append(address)
+        return "250 OK"
+
     async def handle_DATA(self, server, session, envelope):
+        for rcpt in envelope.rcpt_tos:
+            m = REJECT_DATA.match(rcpt)
+            if m:
+                code = m.group(1)
+                return "%s %s.3.4 Message too big for the test sink" % (code, code[0])
         with self.lock:
             self.count += 1
             n = self.count

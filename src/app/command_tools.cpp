@@ -12,6 +12,7 @@
 #include <memory>
 
 #include "app/demo_data.h"
+#include "app/outbox_tool.h"
 #include "core/codecs.h"
 #include "core/error_report.h"
 #include "core/process_state.h"
@@ -547,6 +548,16 @@ int RunTool(const QStringList& arguments, int& argc, char** argv) {
             return Fail(kExitUsage, UsageError(error, QStringLiteral("review")));
         if (review.help)
             return Print(stdout, ReviewUsageText()), kExitNormal;
+    } else if (tool == u"outbox") {
+        OutboxToolOptions outbox;
+        if (!ParseOutboxOptions(args, &outbox, &error))
+            return Fail(kExitUsage, UsageError(error, QStringLiteral("outbox")));
+        if (outbox.action == OutboxToolOptions::Action::Help)
+            return Print(stdout, OutboxUsageText()), kExitNormal;
+        QCoreApplication app(argc, argv);
+        QCoreApplication::setApplicationName(QStringLiteral("TLM"));
+        QCoreApplication::setOrganizationName(QStringLiteral("Orrinwell"));
+        return RunOutboxTool(outbox);
     } else if (tool == u"demo") {
         if (args == QStringList{QStringLiteral("--help")})
             return Print(stdout, DemoUsageText()), kExitNormal;

@@ -114,6 +114,10 @@ void subSendErrorReport(const QString& reportText, bool blnSendDirectly) {
         return;
     if (!g_mailer->send(ErrorReportSubject(), MaskSecrets(reportText), blnSendDirectly))
         MsgBox(QStringLiteral("Failed to send error email!"), PromptIcon::Critical);
+    else if (g_mailer->lastKeptForLater())
+        MsgBox(QStringLiteral("The error email could not be sent now. It was kept in the outbox and will be "
+                              "sent later."),
+               PromptIcon::Information);
 }
 
 QString fncGetAppVersion() {

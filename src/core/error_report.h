@@ -23,6 +23,8 @@ class ErrorReportMailer {
     virtual ~ErrorReportMailer() = default;
     virtual bool available() const = 0;
     virtual bool send(const QString& subject, const QString& body, bool sendDirectly) = 0;
+    // After a send that answered true: the mail waits to be sent later.
+    virtual bool lastKeptForLater() const { return false; }
 };
 
 void SetErrorPresenter(ErrorPresenter* presenter);  // nullptr restores the stderr presenter

@@ -27,7 +27,7 @@ void subExitProgram(int code) {
 }
 
 bool IsToolName(const QString& word) {
-    return word == u"report" || word == u"review" || word == u"demo";
+    return word == u"report" || word == u"review" || word == u"demo" || word == u"outbox";
 }
 
 CommandLine ParseCommandLine(const QStringList& arguments) {
@@ -59,7 +59,7 @@ CommandLine ParseCommandLine(const QStringList& arguments) {
 QString UsageText() {
     return QStringLiteral(
                "Usage: tlm-manager SECTION\n"
-               "       tlm-manager report|review|demo [OPTIONS]   (tlm-manager report --help)\n"
+               "       tlm-manager report|review|demo|outbox [OPTIONS]   (tlm-manager report --help)\n"
                "Opens one administration screen of Tally Loom Manager and ends when it closes.\n\n"
                "Sections:\n") +
            SectionTableText() +

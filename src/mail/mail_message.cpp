@@ -1,140 +1,114 @@
+// GMime first: its GLib headers use the word Qt makes a macro.
+#include <gmime/gmime.h>
+
 #include "mail/mail_message.h"
 
 #include <QRegularExpression>
 #include <QSet>
 #include <QUuid>
+#include <memory>
+#include <mutex>
 
 namespace tlm {
 
 namespace {
 
-constexpr int kFoldAt = 76;             // soft limit of a header line
-constexpr int kEncodedChunkBytes = 45;  // 60 base64 characters: an encoded word stays under 75
-// A plain piece that cannot be folded and is longer than this could push its line past the hard
-// limit of 998 octets; it goes as encoded words instead, which fold.
-constexpr int kLongestUnfolded = 998 - kFoldAt;
-
 bool HasLineBreak(const QString& s) {
     return s.contains(QLatin1Char('\r')) || s.contains(QLatin1Char('\n'));
 }
 
-bool IsAtext(QChar c) {
-    if (c.unicode() > 0x7e)
-        return false;
-    if (c.isLetterOrNumber())
-        return true;
-    return QStringLiteral("!#$%&'*+-/=?^_`{|}~").contains(c);
+// GMime writes LF; the wire and the outbox want CRLF.
+QByteArray ToCrlf(const QByteArray& lf) {
+    QByteArray out = lf;
+    out.replace("\r\n", "\n");
+    return out.replace("\n", "\r\n");
 }
 
-// Folds a plain ASCII header value at blanks so lines stay near the soft limit.
-QByteArray FoldAscii(const QByteArray& text, int used) {
-    QByteArray out;
-    int lineLen = used;
-    const QList<QByteArray> words = text.split(' ');
-    for (int i = 0; i < words.size(); ++i) {
-        const QByteArray& w = words[i];
-        if (i > 0) {
-            if (lineLen + 1 + w.size() > kFoldAt && lineLen > used) {
-                out += "\r\n ";
-                lineLen = 1;
-            } else {
-                out += ' ';
-                ++lineLen;
-            }
-        }
-        out += w;
-        lineLen += int(w.size());
+struct GFree {
+    void operator()(char* p) const { g_free(p); }
+};
+using GText = std::unique_ptr<char, GFree>;
+
+template <typename T>
+struct GUnref {
+    void operator()(T* p) const {
+        if (p)
+            g_object_unref(p);
     }
-    return out;
+};
+template <typename T>
+using GRef = std::unique_ptr<T, GUnref<T>>;
+
+GMimeFormatOptions* CrlfFormat() {
+    // Made once and never changed, so every thread may read it.
+    static GMimeFormatOptions* const format = [] {
+        GMimeFormatOptions* f = g_mime_format_options_new();
+        g_mime_format_options_set_newline_format(f, GMIME_NEWLINE_FORMAT_DOS);
+        return f;
+    }();
+    return format;
 }
 
-bool NeedsEncoding(const QString& text) {
-    for (QChar c : text) {
-        const ushort u = c.unicode();
-        if (u > 0x7e || (u < 0x20 && u != '\t'))
+// GMime leaves an ASCII word that looks like an encoded word as it is, and a reader would decode
+// it; it also drops blanks at the ends and readers fold runs of them and tabs. Such a text goes as encoded
+// words throughout, which keep every character.
+bool LooksEncoded(const QString& text) {
+    if (text.contains(QLatin1String("=?")) || text.contains(QLatin1String("  ")))
+        return true;
+    // GMime takes C strings: a NUL would end the text, and control characters stay unencoded.
+    for (const QChar c : text) {
+        if (c.unicode() < 0x20 || c.unicode() == 0x7f)
             return true;
     }
-    return text.contains(QLatin1String("=?"));
+    return !text.isEmpty() && (text.front().isSpace() || text.back().isSpace());
 }
 
-QByteArray EncodeWords(const QString& text) {
+// Whole-character UTF-8 pieces, each one encoded word, base64 by GMime.
+QByteArray AllEncodedWords(const QString& text) {
+    constexpr qsizetype kChunk = 45;  // 60 base64 characters: a word stays under 75
     const QByteArray utf8 = text.toUtf8();
     QByteArray out;
-    qsizetype pos = 0;
-    while (pos < utf8.size()) {
-        qsizetype end = qMin(pos + kEncodedChunkBytes, utf8.size());
-        // Never cut a multi-byte character in two: each word must decode on its own.
+    for (qsizetype pos = 0; pos < utf8.size();) {
+        qsizetype end = qMin(pos + kChunk, utf8.size());
         while (end < utf8.size() && end > pos && (uchar(utf8[end]) & 0xC0) == 0x80)
             --end;
+        QByteArray b64((end - pos) * 4 / 3 + 8, '\0');
+        int state = 0;
+        guint32 save = 0;
+        const size_t n = g_mime_encoding_base64_encode_close(
+            reinterpret_cast<const unsigned char*>(utf8.constData() + pos), size_t(end - pos),
+            reinterpret_cast<unsigned char*>(b64.data()), &state, &save);
+        b64.truncate(qsizetype(n));
         if (!out.isEmpty())
-            out += "\r\n ";
-        out += "=?UTF-8?B?" + utf8.mid(pos, end - pos).toBase64() + "?=";
+            out += ' ';
+        out += "=?UTF-8?B?" + b64.trimmed() + "?=";
         pos = end;
     }
     return out;
 }
 
-bool HasUnfoldableWord(const QString& text) {
-    for (const QStringView word : QStringView(text).split(u' '))
-        if (word.size() > kLongestUnfolded)
-            return true;
-    return false;
-}
-
-QByteArray EncodeHeaderTextAt(const QString& text, int used) {
-    if (NeedsEncoding(text) || HasUnfoldableWord(text))
-        return EncodeWords(text);
-    return FoldAscii(text.toLatin1(), used);
-}
-
-QByteArray EncodeDisplayName(const QString& name) {
-    if (NeedsEncoding(name))
-        return EncodeWords(name);
-    bool plain = true;
-    for (QChar c : name) {
-        if (!IsAtext(c) && c != QLatin1Char(' '))
-            plain = false;
-    }
-    if (plain)
-        return name.toLatin1();
-    QString quoted = name;
-    quoted.replace(QLatin1String("\\"), QLatin1String("\\\\"))
-        .replace(QLatin1String("\""), QLatin1String("\\\""));
-    return '"' + quoted.toLatin1() + '"';
-}
-
-QByteArray FormatAddress(const MailAddress& a) {
-    if (a.name.isEmpty())
-        return a.address.toLatin1();
-    const QByteArray tail = " <" + a.address.toLatin1() + '>';
-    const QByteArray name = EncodeDisplayName(a.name);
-    // A name is never folded where it stands: a very long one goes as encoded words.
-    return (name.size() + tail.size() > kLongestUnfolded ? EncodeWords(a.name) : name) + tail;
-}
-
-// "Name: a, b, c" folded between addresses.
-QByteArray AddressHeader(const char* name, const QList<MailAddress>& list) {
-    QByteArray out = QByteArray(name) + ": ";
-    int lineLen = int(out.size());
-    for (int i = 0; i < list.size(); ++i) {
-        const QByteArray a = FormatAddress(list[i]);
-        if (i > 0) {
-            out += ',';
-            ++lineLen;
-            if (lineLen + 1 + a.size() > kFoldAt) {
-                out += "\r\n";
-                lineLen = 0;
-            }
-            out += ' ';
-            ++lineLen;
-        }
-        out += a;
-        lineLen += int(a.lastIndexOf('\n') >= 0 ? a.size() - a.lastIndexOf('\n') : a.size());
-    }
-    return out + "\r\n";
+// The header value GMime would write for this text, before folding.
+QByteArray EncodedValue(const QString& text) {
+    if (LooksEncoded(text))
+        return AllEncodedWords(text);
+    const GText encoded(g_mime_utils_header_encode_text(CrlfFormat(), text.toUtf8().constData(), "UTF-8"));
+    return QByteArray(encoded.get());
 }
 
 }  // namespace
+
+void InitMimeLibrary() {
+    static std::once_flag once;
+    std::call_once(once, [] { g_mime_init(); });
+}
+
+QString DecodeHeaderText(const QByteArray& raw) {
+    InitMimeLibrary();
+    QByteArray unfolded = raw;
+    unfolded.replace("\r\n", "\n").replace("\n ", " ").replace("\n\t", "\t");
+    const GText decoded(g_mime_utils_header_decode_text(nullptr, unfolded.trimmed().constData()));
+    return QString::fromUtf8(decoded.get());
+}
 
 bool IsValidMailAddress(const QString& address) {
     static const QRegularExpression re(QStringLiteral(
@@ -199,71 +173,79 @@ MailMessage MakeNotificationMail(const QString& sRecipients, const QString& subj
 }
 
 QByteArray EncodeHeaderText(const QString& text) {
-    return EncodeHeaderTextAt(text, 0);
+    InitMimeLibrary();
+    // Folded by GMime as a Subject would be; the caller writes the name.
+    const QByteArray line = "Subject: " + EncodedValue(text);
+    const GText folded(g_mime_utils_unstructured_header_fold(nullptr, CrlfFormat(), line.constData()));
+    QByteArray value(folded.get());
+    value = value.mid(9);
+    while (value.endsWith('\n') || value.endsWith('\r'))
+        value.chop(1);
+    return ToCrlf(value);
 }
 
 QByteArray EncodeQuotedPrintable(const QByteArray& in) {
-    static const char hex[] = "0123456789ABCDEF";
-    QByteArray out;
-    out.reserve(in.size() + in.size() / 8 + 16);
-    int lineLen = 0;
-    const qsizetype n = in.size();
-    const auto isBreak = [&](qsizetype i) { return i >= n || in[i] == '\n' || in[i] == '\r'; };
-    for (qsizetype i = 0; i < n; ++i) {
-        const uchar c = uchar(in[i]);
-        if (c == '\r' || c == '\n') {
-            if (c == '\r' && i + 1 < n && in[i + 1] == '\n')
-                ++i;
-            out += "\r\n";
-            lineLen = 0;
-            continue;
-        }
-        const bool blank = c == ' ' || c == '\t';
-        bool encode = c == '=' || c > 126 || (c < 32 && !blank) || (blank && isBreak(i + 1));
-        int width = encode ? 3 : 1;
-        if (lineLen + width > 75) {
-            out += "=\r\n";
-            lineLen = 0;
-        }
-        // A dot opening a line is escaped so no SMTP layer can take it for the end of data.
-        if (c == '.' && lineLen == 0) {
-            encode = true;
-            width = 3;
-        }
-        if (encode) {
-            out += '=';
-            out += hex[c >> 4];
-            out += hex[c & 0xF];
-        } else {
-            out += char(c);
-        }
-        lineLen += width;
+    InitMimeLibrary();
+    // Every line end of the text becomes one CRLF line end of the wire.
+    QByteArray text = in;
+    text.replace("\r\n", "\n").replace('\r', '\n');
+    GMimeEncoding encoder;
+    g_mime_encoding_init_encode(&encoder, GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE);
+    QByteArray out(qsizetype(g_mime_encoding_outlen(&encoder, size_t(text.size()))) + 8, '\0');
+    const size_t n = g_mime_encoding_flush(&encoder, text.constData(), size_t(text.size()), out.data());
+    out.truncate(qsizetype(n));
+    // A text without a final line break ends in a soft break: the writer's closing line end then
+    // adds nothing to the text.
+    if (!text.isEmpty() && !text.endsWith('\n')) {
+        if (out.endsWith("=\n"))
+            out.chop(2);
+        else if (out.endsWith('\n'))
+            out.chop(1);
+        out += "=\n";
     }
-    if (n > 0 && !isBreak(n - 1))
-        out += "=\r\n";
-    return out;
+    // GMime lets a line with an escaped blank before its break reach 77 characters; RFC 2045
+    // allows 76, so such a line gets one more soft break, never inside an escape.
+    QByteArray wrapped;
+    wrapped.reserve(out.size() + out.size() / 64);
+    for (QByteArray line : out.split('\n')) {
+        while (line.size() > 76) {
+            qsizetype cut = 75;
+            if (line[cut - 1] == '=')
+                cut -= 1;
+            else if (line[cut - 2] == '=')
+                cut -= 2;
+            wrapped += line.left(cut);
+            wrapped += "=\n";
+            line = line.mid(cut);
+        }
+        wrapped += line;
+        wrapped += '\n';
+    }
+    wrapped.chop(1);  // the split gave one piece more than there are line ends
+    out = wrapped;
+    return ToCrlf(out);
 }
 
+namespace {
+
+GDateTime* NewGDateTime(const QDateTime& date) {
+    const int offset = date.offsetFromUtc();
+    GTimeZone* zone = g_time_zone_new_offset(offset);
+    const QDateTime local = date.toOffsetFromUtc(offset);
+    GDateTime* when = g_date_time_new(zone, local.date().year(), local.date().month(), local.date().day(),
+                                      local.time().hour(), local.time().minute(), local.time().second());
+    g_time_zone_unref(zone);
+    return when;
+}
+
+}  // namespace
+
 QByteArray FormatMailDate(const QDateTime& date) {
-    static const char* const days[] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
-    static const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                         "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-    const QDate d = date.date();
-    const QTime t = date.time();
-    const int offset = date.offsetFromUtc() / 60;
-    const int absOffset = qAbs(offset);
-    return QStringLiteral("%1, %2 %3 %4 %5:%6:%7 %8%9%10")
-        .arg(QLatin1String(days[d.dayOfWeek() - 1]))
-        .arg(d.day(), 2, 10, QLatin1Char('0'))
-        .arg(QLatin1String(months[d.month() - 1]))
-        .arg(d.year())
-        .arg(t.hour(), 2, 10, QLatin1Char('0'))
-        .arg(t.minute(), 2, 10, QLatin1Char('0'))
-        .arg(t.second(), 2, 10, QLatin1Char('0'))
-        .arg(QLatin1Char(offset < 0 ? '-' : '+'))
-        .arg(absOffset / 60, 2, 10, QLatin1Char('0'))
-        .arg(absOffset % 60, 2, 10, QLatin1Char('0'))
-        .toLatin1();
+    InitMimeLibrary();
+    GDateTime* when = NewGDateTime(date);
+    const GText text(g_mime_utils_header_format_date(when));
+    g_date_time_unref(when);
+    return QByteArray(text.get());
 }
 
 ComposedMail ComposeMail(const MailAddress& from, const MailMessage& message, const QDateTime& date) {
@@ -299,22 +281,53 @@ ComposedMail ComposeMail(const MailAddress& from, const MailMessage& message, co
     const QString domain = from.address.mid(from.address.lastIndexOf(QLatin1Char('@')) + 1);
     mail.messageId = QUuid::createUuid().toString(QUuid::WithoutBraces) + QLatin1Char('@') + domain;
 
-    const QByteArray body = EncodeQuotedPrintable(message.html.toUtf8());
-    QByteArray& b = mail.bytes;
-    b.reserve(body.size() + 1024);
-    b += "Date: " + FormatMailDate(date) + "\r\n";
-    b += AddressHeader("From", {from});
-    if (to.isEmpty())
-        b += "To: undisclosed-recipients:;\r\n";
+    InitMimeLibrary();
+    GRef<GMimeMessage> m(g_mime_message_new(FALSE));
+    GMimeObject* head = GMIME_OBJECT(m.get());
+    // Headers are written in the order they are set.
+    GDateTime* when = NewGDateTime(date);
+    g_mime_message_set_date(m.get(), when);
+    g_date_time_unref(when);
+    const auto mailbox = [](const MailAddress& a) {
+        InternetAddress* ia =
+            internet_address_mailbox_new(a.name.toUtf8().constData(), a.address.toLatin1().constData());
+        internet_address_set_charset(ia, "UTF-8");
+        return ia;
+    };
+    const auto add = [](InternetAddressList* list, InternetAddress* ia) {
+        internet_address_list_add(list, ia);
+        g_object_unref(ia);
+    };
+    add(g_mime_message_get_from(m.get()), mailbox(from));
+    InternetAddressList* toList = g_mime_message_get_addresses(m.get(), GMIME_ADDRESS_TYPE_TO);
+    if (to.isEmpty()) {
+        add(toList, internet_address_group_new("undisclosed-recipients"));
+        // GMime writes an empty group as "name: ;"; the usual form has no blank.
+        GMimeHeader* h = g_mime_header_list_get_header(g_mime_object_get_header_list(head), "To");
+        if (h)
+            g_mime_header_set_raw_value(h, " undisclosed-recipients:;\n");
+    }
+    for (const MailAddress& a : to)
+        add(toList, mailbox(a));
+    if (LooksEncoded(message.subject))
+        g_mime_object_set_header(head, "Subject", AllEncodedWords(message.subject).constData(), "UTF-8");
     else
-        b += AddressHeader("To", to);
-    b += "Subject: " + EncodeHeaderTextAt(message.subject, 9) + "\r\n";
-    b += "Message-ID: <" + mail.messageId.toLatin1() + ">\r\n";
-    b += "MIME-Version: 1.0\r\n";
-    b += "Content-Type: text/html; charset=UTF-8\r\n";
-    b += "Content-Transfer-Encoding: quoted-printable\r\n";
-    b += "\r\n";
-    b += body;
+        g_mime_message_set_subject(m.get(), message.subject.toUtf8().constData(), "UTF-8");
+    const QByteArray id = '<' + mail.messageId.toLatin1() + '>';
+    g_mime_object_set_header(head, "Message-ID", id.constData(), nullptr);
+
+    // The body is encoded here so that its end is as the text's: GMime would add a line end.
+    const QByteArray body = EncodeQuotedPrintable(message.html.toUtf8());
+    GRef<GMimePart> part(g_mime_part_new_with_type("text", "html"));
+    g_mime_object_set_content_type_parameter(GMIME_OBJECT(part.get()), "charset", "UTF-8");
+    GRef<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(body.constData(), size_t(body.size())));
+    GRef<GMimeDataWrapper> content(
+        g_mime_data_wrapper_new_with_stream(stream.get(), GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE));
+    g_mime_part_set_content(part.get(), content.get());
+    g_mime_part_set_content_encoding(part.get(), GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE);
+    g_mime_message_set_mime_part(m.get(), GMIME_OBJECT(part.get()));
+    const GText written(g_mime_object_to_string(head, CrlfFormat()));
+    mail.bytes = ToCrlf(QByteArray(written.get()));
     return mail;
 }
 

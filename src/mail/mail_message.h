@@ -37,9 +37,14 @@ struct RecipientSplit {
 RecipientSplit SplitNotificationRecipients(const QString& sRecipients);
 MailMessage MakeNotificationMail(const QString& sRecipients, const QString& subject, const QString& html);
 
+// Mail is composed and read with GMime (encoded words, quoted-printable, folding); this starts it
+// once per process.
+void InitMimeLibrary();
 // Header text as RFC 2047 encoded words when it is not plain ASCII (or could be mistaken for
 // one), folded so no line exceeds the limits. The caller has refused CR/LF already.
 QByteArray EncodeHeaderText(const QString& text);
+// A header value as read (folded lines and encoded words allowed) as text.
+QString DecodeHeaderText(const QByteArray& raw);
 // Quoted-printable (RFC 2045) with CRLF line ends; LF and lone CR in the input become CRLF.
 // The result ends with CRLF; a text without a final line break ends in a soft break.
 QByteArray EncodeQuotedPrintable(const QByteArray& bytes);

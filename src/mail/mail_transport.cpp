@@ -13,10 +13,10 @@ SmtpTransport::SmtpTransport(MailProfile profile, QString outboxFolder)
         RegisterSecret(profile_.password);
 }
 
-bool SmtpTransport::deliver(const ComposedMail& mail, QString* reason) {
+bool SmtpTransport::deliver(const ComposedMail& mail, QString* reason, QList<RefusedRecipient>* refused) {
     SmtpSession session(profile_);
     QString why;
-    if (session.deliver(mail.envelopeFrom, mail.envelopeTo, mail.bytes, &why))
+    if (session.deliver(mail.envelopeFrom, mail.envelopeTo, mail.bytes, &why, refused))
         return true;
     if (reason)
         *reason = MaskSecrets(why);
@@ -30,8 +30,11 @@ MailSendResult SmtpTransport::send(const MailMessage& message) {
     if (!mail.ok())
         return result;
     QString reason = profileProblem;
-    if (reason.isEmpty() && deliver(mail, &reason)) {
+    QList<RefusedRecipient> refused;
+    const QString folder = outbox_.isEmpty() ? OutboxFolder() : outbox_;
+    if (reason.isEmpty() && deliver(mail, &reason, &refused)) {
         result.status = MailSendResult::Status::Sent;
+        result.reason = KeepForRefused(mail.bytes, refused, folder);
         subTraceAction(QStringLiteral("Mail sent to %1 recipient(s): %2")
                            .arg(mail.envelopeTo.size())
                            .arg(mail.messageId));
@@ -39,11 +42,11 @@ MailSendResult SmtpTransport::send(const MailMessage& message) {
     }
     result.reason = MaskSecrets(reason);
     QString writeError;
-    const QString folder = outbox_.isEmpty() ? OutboxFolder() : outbox_;
     result.outboxFile = KeepInOutbox(mail, result.reason, folder, &writeError);
     if (result.outboxFile.isEmpty()) {
         result.status = MailSendResult::Status::Lost;
         result.reason += QStringLiteral(" The outbox could not keep it either: ") + writeError;
+        RecordUnkeptMail(writeError);
         subTraceAction(QStringLiteral("Mail not sent and not kept: ") + result.reason);
     } else {
         result.status = MailSendResult::Status::KeptInOutbox;
@@ -88,6 +91,7 @@ MailMessage MailErrorReportMailer::BuildReportMail(const QString& mailbox, const
 bool MailErrorReportMailer::send(const QString& subject, const QString& body, bool sendDirectly) {
     const MailProfile profile = LoadMailProfile();
     last_ = MailSendResult{};
+    keptForLater_ = false;
     if (profile.errorReportMailbox.isEmpty()) {
         last_.status = MailSendResult::Status::Refused;
         last_.reason = QStringLiteral("No error report mailbox is set in the mail profile.");
@@ -96,12 +100,18 @@ bool MailErrorReportMailer::send(const QString& subject, const QString& body, bo
     const MailMessage mail = BuildReportMail(profile.errorReportMailbox, subject, body);
     if (!sendDirectly && display_)
         return display_(mail);
+    keptForLater_ = false;
     if (transport_) {
         last_ = transport_->send(mail);
     } else {
         last_ = MailDelivery().queue(mail, profile);
+        // The user waits on the report: a few seconds tell whether it went or waits.
+        if (last_.queued)
+            MailDelivery().waitIdle(kReportWaitMs);
     }
-    return last_.sent() || last_.queued;
+    if (last_.status == MailSendResult::Status::KeptInOutbox)
+        keptForLater_ = !last_.outboxFile.isEmpty() && QFile::exists(last_.outboxFile);
+    return last_.sent() || last_.status == MailSendResult::Status::KeptInOutbox;
 }
 
 }  // namespace tlm

@@ -22,10 +22,12 @@ class MailTransport {
 class SmtpTransport : public MailTransport {
   public:
     explicit SmtpTransport(MailProfile profile, QString outboxFolder = QString());
-    // Composes, delivers, and keeps the mail in the outbox when delivery fails.
+    // Composes, delivers, and keeps the mail in the outbox when delivery fails. Refused
+    // recipients do not stop the others; the mail is kept for them (KeepForRefused).
     MailSendResult send(const MailMessage& message) override;
     // One SMTP transaction; false with a masked reason when the server did not take the mail.
-    bool deliver(const ComposedMail& mail, QString* reason);
+    // refused gets the recipients the server refused while it took the mail for the others.
+    bool deliver(const ComposedMail& mail, QString* reason, QList<RefusedRecipient>* refused = nullptr);
 
     const MailProfile& profile() const { return profile_; }
 
@@ -56,8 +58,12 @@ class MailErrorReportMailer : public ErrorReportMailer {
     void setDisplayHook(DisplayHook hook) { display_ = std::move(hook); }
 
     bool available() const override;
+    // True when the mail went out or was kept in the outbox; false only when it could not be kept.
     bool send(const QString& subject, const QString& body, bool sendDirectly) override;
+    // The last send kept the mail in the outbox (no server set, or the server is down).
+    bool lastKeptForLater() const override { return keptForLater_; }
     const MailSendResult& lastResult() const { return last_; }
+    static constexpr int kReportWaitMs = 5000;
 
     // The mail as it goes out: the report masked, in a <pre> block.
     static MailMessage BuildReportMail(const QString& mailbox, const QString& subject, const QString& body);
@@ -66,6 +72,7 @@ class MailErrorReportMailer : public ErrorReportMailer {
     MailTransport* transport_;
     DisplayHook display_;
     MailSendResult last_;
+    bool keptForLater_ = false;
 };
 
 }  // namespace tlm

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QList>
 #include <QString>
 #include <atomic>
@@ -31,11 +32,35 @@ struct MailSendResult {
 // <data folder>/outbox, or the folder set for tests.
 QString OutboxFolder();
 void SetOutboxFolder(const QString& folder);  // empty restores the default
+// <outbox>/failed: mails the server refused for good, or files that could not be read. Nothing
+// there goes out by itself; the outbox window and `tlm-manager outbox` retry or discard them.
+QString FailedFolder(const QString& outbox);
+
+// Mails that could not even be kept (a full disk, an outbox that cannot be written), counted
+// until someone takes them to tell the user once.
+struct UnkeptMails {
+    int count = 0;
+    QString reason;  // the last one, masked
+};
+void RecordUnkeptMail(const QString& reason);
+UnkeptMails TakeUnkeptMails();
 
 // Writes the mail as <outbox>/<time>-<id>.eml: the wire bytes, headed by X-Tlm-Recipients (Bcc is
 // no header) and X-Tlm-Failure. Returns the file, or empty with error set.
 QString KeepInOutbox(const ComposedMail& mail, const QString& reason, const QString& folder,
                      QString* error = nullptr);
+
+// A recipient the server refused while it took the mail for the others.
+struct RefusedRecipient {
+    QByteArray address;
+    int code = 0;    // the reply code, 4xx (try again) or 5xx (for good)
+    QString answer;  // the server's reply line
+};
+// After a mail went to the others: it is kept for its refused recipients only, those refused for
+// good in the failed folder, those refused for now in the outbox. Answers the refusals as one
+// line, empty when there were none.
+QString KeepForRefused(const QByteArray& bytes, const QList<RefusedRecipient>& refused,
+                       const QString& folder);
 
 // The mail as it goes out from this profile; a profile without a usable sender gives a local
 // sender, and profileProblem says why (the mail is then to be kept, not sent). result gets the
@@ -54,8 +79,13 @@ class SmtpSession {
     SmtpSession& operator=(const SmtpSession&) = delete;
 
     // One SMTP transaction; false with an unmasked reason when the server did not take the mail.
+    // Refused recipients do not stop the others: the mail counts as taken when one recipient was
+    // accepted, and refused lists the rest with the server's answers.
     bool deliver(const QByteArray& envelopeFrom, const QList<QByteArray>& envelopeTo, const QByteArray& bytes,
-                 QString* reason);
+                 QString* reason, QList<RefusedRecipient>* refused = nullptr);
+    // After a failed deliver: the server refused this mail for good (a 5xx reply), so trying it
+    // again would fail the same way.
+    bool lastWasPermanent() const { return lastReply_ >= 500 && !lastWasConnectionFailure_; }
     // After a failed deliver: true when the server cannot be reached or used at all (no
     // connection, no reply, refused login, TLS), false when it refused only that mail.
     bool lastWasConnectionFailure() const { return lastWasConnectionFailure_; }
@@ -68,6 +98,7 @@ class SmtpSession {
     QByteArray url_, user_, password_;
     char errbuf_[256] = {0};
     bool lastWasConnectionFailure_ = false;
+    int lastReply_ = 0;
     int connections_ = 0;
 };
 
@@ -76,14 +107,57 @@ struct OutboxMail {
     QList<QByteArray> envelopeTo;
     QByteArray bytes;
     QString messageId;  // without the angle brackets; empty when the mail has none
+    QString reason;     // X-Tlm-Failure: why it waits or failed
+    QString subject;
+    QDateTime date;
 };
 bool ReadOutboxMail(const QString& path, OutboxMail* out, QString* error = nullptr);
 // The kept mails in the order they were written (their names sort so).
 QStringList OutboxFiles(const QString& folder);
+// Removes what interrupted writes of dead processes left in the folder (".<name>.<pid>.<n>.tmp").
+// Answers how many went.
+int ClearInterruptedWrites(const QString& folder);
+
+// The outbox as the window and `tlm-manager outbox` show it.
+struct OutboxEntry {
+    enum class State { Waiting, Failed };
+    State state = State::Waiting;
+    QString id;  // the file name without ".eml"; unique across waiting and failed
+    QString path;
+    QDateTime date;  // the mail's Date, else the file's time
+    QString subject;
+    QStringList recipients;
+    QString reason;         // why it waits or failed, masked
+    bool readable = false;  // false: a damaged file; subject and recipients are unknown
+};
+// Waiting mails in delivery order, then failed ones.
+QList<OutboxEntry> ListOutbox(const QString& folder);
+
+struct OutboxOutcome {
+    enum class Kind {
+        Done,
+        NotFound,     // no mail with that ID
+        NotReadable,  // the file is there but cannot be read
+        WriteFailed,  // it could not be moved or removed
+    };
+    Kind kind = Kind::Done;
+    QString message;  // masked
+    OutboxEntry entry;
+    QByteArray text;  // ShowOutboxMail: the mail as it goes out
+    int count = 0;    // RetryAllFailed: how many went back
+};
+OutboxOutcome FindOutboxMail(const QString& folder, const QString& id);
+OutboxOutcome ShowOutboxMail(const QString& folder, const QString& id);
+// A failed mail goes back to the waiting ones (a waiting one stays); the next delivery takes it.
+OutboxOutcome RetryOutboxMail(const QString& folder, const QString& id);
+OutboxOutcome RetryAllFailed(const QString& folder);
+// Removes a waiting or failed mail for good.
+OutboxOutcome DiscardOutboxMail(const QString& folder, const QString& id);
 
 // What the delivery worker has done and what is left.
 struct OutboxStatus {
     int waiting = 0;          // mails in the outbox
+    int failed = 0;           // mails in its failed folder
     int delivered = 0;        // taken by the server since the worker started
     int connections = 0;      // SMTP connections opened since the worker started
     bool busy = false;        // a batch is being delivered, or one is asked for
@@ -109,7 +183,8 @@ class OutboxSender {
     // otherwise the result is KeptInOutbox, with queued set when a server is configured and the
     // worker was told (Lost only when the outbox itself cannot be written).
     MailSendResult queue(const MailMessage& message, const MailProfile& profile);
-    // Tries the whole outbox again with this profile, also after a connection failure.
+    // Tries the whole outbox again with this profile, also after a connection failure. The first
+    // call also clears what interrupted writes left (ClearInterruptedWrites).
     void kick(const MailProfile& profile);
     // Waits until no batch is running or asked for; false when ms ran out first.
     bool waitIdle(int ms);
@@ -128,6 +203,7 @@ class OutboxSender {
     void work();
     void deliverBatch(const Run& run);
     void deliverFiles(const Run& run, SmtpSession& session, const QByteArray& from);
+    void noteFailed(const QString& why);
 
     QString folder_;
     mutable std::mutex mutex_;
@@ -141,6 +217,7 @@ class OutboxSender {
     bool noServer_ = false;
     int delivered_ = 0;
     int connections_ = 0;
+    bool cleared_ = false;  // kick() cleared the leftovers of interrupted writes
     QString lastError_;
     Run next_;
     std::atomic<bool> abort_{false};

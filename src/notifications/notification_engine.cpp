@@ -46,6 +46,7 @@ class OutboxDisplay : public NotificationDisplay {
         if (out.outboxFile.isEmpty()) {
             out.status = NotificationOutcome::Status::Lost;
             out.reason += QLatin1Char(' ') + error;
+            RecordUnkeptMail(error);
         } else {
             out.status = NotificationOutcome::Status::KeptInOutbox;
         }
@@ -119,6 +120,22 @@ QString ReportedItemRef::ReportedBy() const {
     if (appt_)
         return appt_->ReportedBy;
     return QString();
+}
+
+QString TakeUnkeptMailNotice() {
+    const UnkeptMails unkept = TakeUnkeptMails();
+    if (unkept.count == 0)
+        return QString();
+    const QString what = unkept.count == 1
+                             ? QStringLiteral("1 mail could not be kept in the outbox")
+                             : QStringLiteral("%1 mails could not be kept in the outbox").arg(unkept.count);
+    return what + QStringLiteral(" and will not be sent: ") + unkept.reason;
+}
+
+void TellUnkeptMails() {
+    const QString notice = TakeUnkeptMailNotice();
+    if (!notice.isEmpty())
+        MsgBox(notice, PromptIcon::Exclamation);
 }
 
 void SetNotificationTransport(MailTransport* transport) {

@@ -59,6 +59,12 @@ class NotificationDisplay {
     virtual NotificationOutcome Display(const MailMessage& message) = 0;
 };
 
+// The mails that could not be kept since the last call (a full disk, an outbox that cannot be
+// written), as one line for the user naming how many and why; empty when there were none.
+QString TakeUnkeptMailNotice();
+// Shows that line once, at the end of a save; nothing when every mail was kept.
+void TellUnkeptMails();
+
 // nullptr restores the defaults: the stored mail profile, and the outbox for shown mails.
 void SetNotificationTransport(MailTransport* transport);
 void SetNotificationDisplay(NotificationDisplay* display);

@@ -8,6 +8,7 @@
 #include "database/recordset.h"
 #include "domain/domain_services.h"
 #include "domain/option_keys.h"
+#include "notifications/notification_engine.h"
 
 namespace tlm {
 
@@ -160,6 +161,7 @@ bool cDBSettings::SaveGlobalSettings(qint32 code) {
         default:
             break;
     }
+    TellUnkeptMails();  // the save's mails that could not be kept, told once
     return false;
 }
 

@@ -7,6 +7,7 @@
 #include <QDateEdit>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QListWidget>
 #include <QLocale>
 #include <QProcess>
@@ -19,6 +20,8 @@
 #include "desktop/dialogs.h"
 #include "desktop/grid_view.h"
 #include "desktop/ui_settings.h"
+#include "mail/mail_message.h"
+#include "mail/outbox.h"
 #include "reported/sample_data.h"
 #include "reports/reports_form.h"
 #include "review/review_form.h"
@@ -376,6 +379,83 @@ TEST(CommandToolsDemo, FillsOnceAndCreatesTheDatabaseWhereMakeRunWould) {
     bare.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/other"));
     bare.insert(QStringLiteral("TLM_DEFAULT_DATA_DIR"), QString());
     EXPECT_EQ(Tool({"demo"}, bare).code, kExitNoDatabase);
+}
+
+// `tlm-manager outbox` over an outbox of its own: a failed mail is listed with its reason, shown,
+// retried back to the waiting ones and discarded; bad input ends with its code and touches nothing.
+TEST(CommandToolsOutbox, ListsShowsRetriesAndDiscardsWithTheirExitCodes) {
+    const QString home = test::NewTempDir(QStringLiteral("outbox-tool"));
+    QProcessEnvironment env;
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/config"));
+    env.insert(QStringLiteral("XDG_DATA_HOME"), home + QStringLiteral("/data"));
+    const QString outbox = home + QStringLiteral("/data/Orrinwell/TLM/outbox");
+    const MailAddress from{QString(), QStringLiteral("desk@example.org")};
+    const ComposedMail waiting =
+        ComposeMail(from, {QStringLiteral("ann@x.org"), {}, QStringLiteral("Waits"), {}});
+    const ComposedMail big =
+        ComposeMail(from, {QStringLiteral("bo@y.org"), {}, QStringLiteral("Too big"), {}});
+    const QString waitingFile = KeepInOutbox(waiting, QStringLiteral("no server"), outbox);
+    const QString failedFile =
+        KeepInOutbox(big, QStringLiteral("552 5.3.4 Message too big"), FailedFolder(outbox));
+    ASSERT_FALSE(waitingFile.isEmpty());
+    ASSERT_FALSE(failedFile.isEmpty());
+    const QString failedId = QFileInfo(failedFile).completeBaseName();
+    const QString waitingId = QFileInfo(waitingFile).completeBaseName();
+
+    const ToolRun list = Tool({"outbox", "list"}, env);
+    ASSERT_EQ(list.code, kExitNormal) << list.err.toStdString();
+    const QStringList lines = QString::fromLocal8Bit(list.out).split(u'\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 2) << list.out.toStdString();
+    const QStringList failedLine = lines[1].split(u'\t');
+    ASSERT_EQ(failedLine.size(), 6) << lines[1].toStdString();
+    EXPECT_EQ(failedLine[0], failedId);
+    EXPECT_EQ(failedLine[1], QStringLiteral("failed"));
+    EXPECT_EQ(failedLine[3], QStringLiteral("Too big"));
+    EXPECT_EQ(failedLine[4], QStringLiteral("bo@y.org"));
+    EXPECT_EQ(failedLine[5], QStringLiteral("552 5.3.4 Message too big"));
+    EXPECT_TRUE(lines[0].startsWith(waitingId + QStringLiteral("\twaiting\t"))) << lines[0].toStdString();
+
+    const ToolRun show = Tool({"outbox", "show", failedId}, env);
+    ASSERT_EQ(show.code, kExitNormal) << show.err.toStdString();
+    EXPECT_TRUE(show.out.contains("Subject: Too big")) << show.out.toStdString();
+    EXPECT_TRUE(show.out.contains("552 5.3.4")) << show.out.toStdString();
+
+    // Bad input: nothing moves.
+    struct Bad {
+        QStringList args;
+        int code;
+    };
+    const Bad bad[] = {
+        {{"outbox", "bogus"}, kExitUsage},
+        {{"outbox", "list", "extra"}, kExitUsage},
+        {{"outbox", "show"}, kExitUsage},
+        {{"outbox", "retry"}, kExitUsage},
+        {{"outbox", "retry", "--bogus"}, kExitUsage},
+        {{"outbox", "discard", "--all"}, kExitUsage},
+        {{"outbox", "show", "no-such-mail"}, kExitNothingToDo},
+        {{"outbox", "discard", "../outbox/" + waitingId}, kExitNothingToDo},
+        {{"outbox", "retry", "no-such-mail"}, kExitNothingToDo},
+    };
+    for (const Bad& b : bad) {
+        const ToolRun r = Tool(b.args, env);
+        EXPECT_EQ(r.code, b.code) << b.args.join(u' ').toStdString() << ": " << r.err.toStdString();
+        EXPECT_FALSE(r.err.isEmpty()) << b.args.join(u' ').toStdString();
+    }
+    EXPECT_EQ(OutboxFiles(outbox), QStringList{waitingFile});
+    EXPECT_EQ(OutboxFiles(FailedFolder(outbox)), QStringList{failedFile});
+
+    // Retry puts the failed mail back with the waiting ones; with no server it waits there.
+    const ToolRun retry = Tool({"outbox", "retry", failedId}, env);
+    ASSERT_EQ(retry.code, kExitNormal) << retry.err.toStdString();
+    EXPECT_TRUE(OutboxFiles(FailedFolder(outbox)).isEmpty());
+    EXPECT_EQ(OutboxFiles(outbox).size(), 2);
+    const ToolRun again = Tool({"outbox", "retry", "--all"}, env);
+    EXPECT_EQ(again.code, kExitNormal) << again.err.toStdString();
+
+    const ToolRun discard = Tool({"outbox", "discard", failedId}, env);
+    ASSERT_EQ(discard.code, kExitNormal) << discard.err.toStdString();
+    EXPECT_EQ(OutboxFiles(outbox), QStringList{waitingFile});
+    EXPECT_EQ(Tool({"outbox", "discard", failedId}, env).code, kExitNothingToDo) << "gone for good";
 }
 
 }  // namespace

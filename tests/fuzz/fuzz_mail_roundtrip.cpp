@@ -17,16 +17,32 @@ using namespace tlm;
 
 namespace {
 
-// RFC 2047 words (B encoding, UTF-8) or plain text, folded lines already joined.
+QByteArray DecodeQuotedPrintable(const QByteArray& in);
+
+// An independent RFC 2047 reader of an unstructured value, folds already joined: encoded words
+// (UTF-8 or US-ASCII, B or Q) decoded and joined without the blanks between them, other words as they are.
 QString DecodeHeaderValue(const QByteArray& value) {
+    QByteArray out;
+    bool lastEncoded = false;
     const QList<QByteArray> words = value.split(' ');
-    QByteArray decoded;
-    for (const QByteArray& w : words) {
-        if (!w.startsWith("=?UTF-8?B?") || !w.endsWith("?="))
-            return QString::fromLatin1(value);
-        decoded += QByteArray::fromBase64(w.mid(10, w.size() - 12));
+    for (int i = 0; i < words.size(); ++i) {
+        const QByteArray& w = words[i];
+        const QList<QByteArray> parts =
+            w.startsWith("=?") && w.endsWith("?=") ? w.mid(2, w.size() - 4).split('?') : QList<QByteArray>{};
+        // UTF-8 for text beyond ASCII, US-ASCII for a word too long to fold.
+        const bool encoded =
+            parts.size() == 3 && (parts[0].toUpper() == "UTF-8" || parts[0].toUpper() == "US-ASCII");
+        if (i > 0 && !(encoded && lastEncoded))
+            out += ' ';
+        if (!encoded)
+            out += w;
+        else if (parts[1].toUpper() == "B")
+            out += QByteArray::fromBase64(parts[2]);
+        else
+            out += DecodeQuotedPrintable(QByteArray(parts[2]).replace('_', ' '));
+        lastEncoded = encoded;
     }
-    return QString::fromUtf8(decoded);
+    return QString::fromUtf8(out);
 }
 
 QByteArray DecodeQuotedPrintable(const QByteArray& in) {
@@ -85,6 +101,7 @@ void CheckWireForm(const QByteArray& bytes, const MailMessage& message) {
         if (inSubject)
             subject = l.mid(9);
     }
+    // Plain words and encoded words, as GMime chose them, read back as the subject.
     FUZZ_CHECK(DecodeHeaderValue(subject) == message.subject,
                QString::fromLatin1(subject) + QStringLiteral(" / ") + message.subject);
 

@@ -8,6 +8,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QTreeWidget>
 
 #include "app/program.h"
 #include "core/error_report.h"
@@ -268,6 +269,64 @@ TEST_F(MailForms, AccountTestMailIsKeptWhenRefusedAndReachesTheSinkWithTheValues
 
 // The program's own wiring: the outbox is tried at start, and what still waits is told once at the
 // end, with the way to the account that sends it.
+// The closing notice's "No" opens the outbox window: waiting and failed mails with their reasons,
+// Show, Retry (a failed mail goes back to the waiting ones) and Discard (asked first).
+TEST_F(MailForms, OutboxWindowFromTheClosingNoticeShowsRetriesAndDiscards) {
+    ASSERT_TRUE(SaveMailProfile(MailProfile{}));  // no server: nothing goes out meanwhile
+    const MailSendResult waiting = delivery->queue(mail, MailProfile{});
+    ASSERT_EQ(waiting.status, MailSendResult::Status::KeptInOutbox);
+    const ComposedMail refused =
+        ComposeMail({QString(), QStringLiteral("desk@example.org")},
+                    {QStringLiteral("gone@x.org"), {}, QStringLiteral("Refused one"), {}});
+    const QString failed =
+        KeepInOutbox(refused, QStringLiteral("550 5.1.1 no such user"), FailedFolder(outbox));
+    ASSERT_FALSE(failed.isEmpty());
+
+    struct Seen {
+        QStringList rows;
+    } seen;
+    QString shownText;
+    frmOutbox::SetShowHook([&](QDialog* view) {
+        if (auto* text = view->findChild<QPlainTextEdit*>())
+            shownText = text->toPlainText();
+    });
+    frmOutbox::SetDialogHook([&](frmOutbox* w) {
+        QTreeWidget* list = w->list();
+        for (int i = 0; i < list->topLevelItemCount(); ++i) {
+            QStringList cells;
+            for (int c = 0; c < list->columnCount(); ++c)
+                cells << list->topLevelItem(i)->text(c);
+            seen.rows << cells.join(QLatin1Char('|'));
+        }
+        // The failed one: shown, retried, then discarded.
+        list->setCurrentItem(list->topLevelItem(1));
+        w->showButton()->click();
+        w->retryButton()->click();
+        prompter.queue(PromptAnswer::Yes);
+        w->discardButton()->click();
+    });
+    prompter.queue(PromptAnswer::No);
+    FinishMailDelivery(*delivery, 500);
+    frmOutbox::SetDialogHook({});
+    frmOutbox::SetShowHook({});
+
+    ASSERT_EQ(seen.rows.size(), 2);
+    EXPECT_TRUE(seen.rows[0].startsWith(QStringLiteral("Waiting|"))) << seen.rows[0].toStdString();
+    EXPECT_TRUE(seen.rows[0].contains(QStringLiteral("|Timesheet approved|ann@x.org, bo@y.org, cy@z.org|")))
+        << seen.rows[0].toStdString();
+    EXPECT_TRUE(seen.rows[1].startsWith(QStringLiteral("Failed|"))) << seen.rows[1].toStdString();
+    EXPECT_TRUE(seen.rows[1].endsWith(QStringLiteral("|Refused one|gone@x.org|550 5.1.1 no such user")))
+        << seen.rows[1].toStdString();
+    EXPECT_TRUE(shownText.contains(QStringLiteral("Subject: Refused one"))) << shownText.toStdString();
+    EXPECT_FALSE(shownText.contains(QStringLiteral("X-Tlm-"))) << "the mail as it goes out";
+    // Retried, the mail waited again; discarded, it is gone for good.
+    EXPECT_TRUE(OutboxFiles(FailedFolder(outbox)).isEmpty());
+    EXPECT_EQ(OutboxFiles(outbox), QStringList{waiting.outboxFile});
+    ASSERT_FALSE(prompter.shown().isEmpty());
+    EXPECT_TRUE(prompter.shown()[0].text.contains(QStringLiteral("1 mail failed")))
+        << prompter.shown()[0].text.toStdString();
+}
+
 TEST(ProgramMail, StartTriesTheOutboxAndTheEndTellsOnceAndOpensTheAccount) {
     const int port = test::SmtpPort().toInt();
     const QString spool = test::SmtpSpoolDir();

@@ -22,6 +22,35 @@ QByteArray DecodeQp(const QByteArray& in) {
     return out;
 }
 
+// An independent RFC 2047 reader: one encoded word, B or Q, to its bytes.
+QByteArray DecodeWord(const QByteArray& word) {
+    const QList<QByteArray> parts = word.mid(2, word.size() - 4).split('?');
+    if (parts.size() != 3)
+        return word;
+    if (parts[1].toUpper() == "B")
+        return QByteArray::fromBase64(parts[2]);
+    QByteArray q = parts[2];
+    return DecodeQp(q.replace('_', ' '));
+}
+
+// A header value: encoded words joined without the blanks between them, other words as they are.
+QString DecodeHeader(const QByteArray& value) {
+    QByteArray unfolded = value;
+    unfolded.replace("\r\n", "");
+    QByteArray out;
+    bool lastEncoded = false;
+    const QList<QByteArray> words = unfolded.split(' ');
+    for (int i = 0; i < words.size(); ++i) {
+        const QByteArray& w = words[i];
+        const bool encoded = w.startsWith("=?") && w.endsWith("?=");
+        if (i > 0 && !(encoded && lastEncoded))
+            out += ' ';
+        out += encoded ? DecodeWord(w) : w;
+        lastEncoded = encoded;
+    }
+    return QString::fromUtf8(out);
+}
+
 const MailAddress kSender{QStringLiteral("Tally Desk"), QStringLiteral("desk@example.org")};
 
 }  // namespace
@@ -101,7 +130,8 @@ TEST(MailComposition, DisplayNamesAreQuotedOrEncoded) {
         ComposeMail(MailAddress{QStringLiteral("Jürgen Weiß"), QStringLiteral("j@x.org")}, msg);
     ASSERT_TRUE(m.ok());
     EXPECT_TRUE(m.bytes.contains("\r\nTo: \"Lee, Ann\" <ann@x.org>\r\n")) << m.bytes.constData();
-    const QRegularExpression from(QStringLiteral("From: =\\?UTF-8\\?B\\?([A-Za-z0-9+/=]+)\\?= <j@x.org>"));
+    // The encoding letter of an encoded word is read without regard to case.
+    const QRegularExpression from(QStringLiteral("From: =\\?UTF-8\\?[Bb]\\?([A-Za-z0-9+/=]+)\\?= <j@x.org>"));
     const auto match = from.match(QString::fromLatin1(m.bytes));
     ASSERT_TRUE(match.hasMatch()) << m.bytes.constData();
     EXPECT_EQ(QString::fromUtf8(QByteArray::fromBase64(match.captured(1).toLatin1())),
@@ -111,24 +141,34 @@ TEST(MailComposition, DisplayNamesAreQuotedOrEncoded) {
 TEST(HeaderEncoding, WholeCharacterWordsShortLinesAndReadableAscii) {
     // 3-byte and 4-byte characters, long enough for several encoded words.
     const QString subject = QStringLiteral("Zeit für 報告 😀 ").repeated(20);
-    QByteArray joined;
-    for (const QByteArray& line : EncodeHeaderText(subject).split('\n')) {
-        const QByteArray word = line.trimmed();
-        ASSERT_TRUE(word.startsWith("=?UTF-8?B?") && word.endsWith("?=")) << word.constData();
-        EXPECT_LE(word.size(), 75);
-        const QByteArray part = QByteArray::fromBase64(word.mid(10, word.size() - 12));
-        EXPECT_EQ(QString::fromUtf8(part).toUtf8(), part) << "each word decodes on its own";
-        joined += part;
+    const QByteArray folded = EncodeHeaderText(subject);
+    int words = 0;
+    for (const QByteArray& line : folded.split('\n')) {
+        EXPECT_LE(line.size(), 78) << line.constData();
+        for (const QByteArray& word : line.trimmed().split(' ')) {
+            if (!word.startsWith("=?"))
+                continue;
+            ++words;
+            EXPECT_LE(word.size(), 75);
+            const QByteArray part = DecodeWord(word);
+            EXPECT_EQ(QString::fromUtf8(part).toUtf8(), part) << "each word decodes on its own";
+        }
     }
-    EXPECT_EQ(QString::fromUtf8(joined), subject);
+    EXPECT_GT(words, 1);
+    EXPECT_EQ(DecodeHeader(folded), subject);
 
     EXPECT_EQ(EncodeHeaderText(QStringLiteral("Report ready")), QByteArray("Report ready"));
-    EXPECT_TRUE(EncodeHeaderText(QStringLiteral("=?UTF-8?B?eA==?=")).startsWith("=?UTF-8?B?"));
+    // Text that a reader would take for an encoded word goes encoded, so it reads back as written.
+    for (const char* lookalike : {"=?UTF-8?B?eA==?=", "Hi =?UTF-8?Q?x?= there"}) {
+        const QByteArray encoded = EncodeHeaderText(QString::fromLatin1(lookalike));
+        EXPECT_TRUE(encoded.startsWith("=?UTF-8?B?")) << encoded.constData();
+        EXPECT_EQ(DecodeHeader(encoded), QString::fromLatin1(lookalike));
+    }
     const QString longSubject = QStringLiteral("word ").repeated(60).trimmed();
-    QByteArray folded = EncodeHeaderText(longSubject);
-    for (const QByteArray& line : folded.split('\n'))
+    QByteArray plain = EncodeHeaderText(longSubject);
+    for (const QByteArray& line : plain.split('\n'))
         EXPECT_LE(line.size(), 78);
-    EXPECT_EQ(QString::fromLatin1(folded.replace("\r\n", "")), longSubject);
+    EXPECT_EQ(QString::fromLatin1(plain.replace("\r\n", "")), longSubject);
 }
 
 TEST(QuotedPrintable, RoundTripsAndKeepsLinesShort) {
@@ -138,7 +178,6 @@ TEST(QuotedPrintable, RoundTripsAndKeepsLinesShort) {
     const QByteArray qp = EncodeQuotedPrintable(html);
     for (const QByteArray& line : qp.split('\n')) {
         EXPECT_LE(line.size(), 77) << line.constData();  // 76 plus the CR
-        EXPECT_FALSE(line.startsWith('.')) << "a dot opening a line is escaped";
         const QByteArray content = line.endsWith('\r') ? line.chopped(1) : line;
         EXPECT_FALSE(content.endsWith(' ') || content.endsWith('\t')) << "trailing blanks are encoded";
     }
@@ -148,4 +187,6 @@ TEST(QuotedPrintable, RoundTripsAndKeepsLinesShort) {
     expected.replace("\r\n", "\n").replace("\n", "\r\n");
     EXPECT_EQ(DecodeQp(qp), expected);
     EXPECT_TRUE(qp.endsWith("=\r\n")) << "no final line break is added to the text";
+    // A dot opening a line is left to the SMTP layer, which doubles it on the wire; the sink test
+    // sends a ".dot line" and reads it back whole.
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <unistd.h>
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -10,9 +12,14 @@
 #include <QJsonObject>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <csignal>
+#include <functional>
+#include <limits>
 
 #include "core/error_report.h"
+#include "core/file_services.h"
 #include "core/local_settings.h"
+#include "core/prompt.h"
 #include "domain/domain_test_fixture.h"
 #include "domain/members.h"
 #include "mail/mail_transport.h"
@@ -21,6 +28,7 @@
 #include "notifications/senders.h"
 #include "notifications/templates.h"
 #include "support/mail_sink.h"
+#include "support/smtp_sink.h"
 #include "support/test_env.h"
 
 namespace tlm::test {
@@ -98,6 +106,29 @@ void ExpectEachOnceInOrder(const QStringList& ids, const QStringList& arrived) {
     EXPECT_EQ(seen, ids);
 }
 
+QStringList FileNames(const QString& folder) {
+    return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+}
+
+QByteArray Latin1(const QString& s) {
+    return s.toLatin1();
+}
+
+// Runs a step with writes limited to a few bytes per file, as on a full disk: the write fails with
+// EFBIG instead of the process ending on SIGXFSZ.
+template <typename Step>
+void WithTinyFileLimit(Step step) {
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit tiny = before;
+    tiny.rlim_cur = 64;
+    setrlimit(RLIMIT_FSIZE, &tiny);
+    step();
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, oldHandler);
+}
+
 }  // namespace
 
 // Sending into an outbox of its own; without a server the mail must end there, never lost.
@@ -106,6 +137,7 @@ class Sending : public ::testing::Test {
     void SetUp() override {
         outbox = NewTempDir(QStringLiteral("outbox"));
         ResetErrorReportingForTests();
+        TakeUnkeptMails();  // what an earlier test could not keep is not this test's
     }
     QString outbox;
     const MailMessage mail{QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org;cy@z.org"),
@@ -396,6 +428,7 @@ class SaveWithMailTest : public DomainDbTest {
         DomainDbTest::SetUp();
         if (IsSkipped())
             return;
+        TakeUnkeptMails();  // what an earlier test could not keep is not this save's
         InstallNotificationSenders();
         SetNotificationTransport(nullptr);
         outbox = NewTempDir(QStringLiteral("outbox"));
@@ -456,6 +489,244 @@ TEST_P(SaveWithMailTest, ServerDownTheSaveEndsWithTheMailsKeptThenTheServerBackD
     ExpectEachOnceInOrder(ids, SpoolIds(spool));
 }
 
+TEST_P(SaveWithMailTest, MailsThatCannotBeKeptAreToldOnceAtTheEndOfTheSave) {
+    ASSERT_TRUE(SaveMailProfile(NoServer()));
+    TakeUnkeptMails();
+    const QString file = outbox + QStringLiteral("/plain-file");
+    ASSERT_TRUE(WriteFileAtomically(file, "x", false));
+    OutboxSender blocked(file + QStringLiteral("/outbox"));
+    SetMailDelivery(&blocked);
+    // Three new projects, each with a manager: a mail per project and one to all members.
+    std::vector<QVariantList> rows;
+    for (int i = 0; i < 3; ++i)
+        rows.push_back(
+            {QStringLiteral("Project %1").arg(i), QStringLiteral("Manager %1").arg(i), QStringLiteral("10")});
+    global->Projects.FromArray(Rows(rows));
+    global->SaveGlobalSettings(1);
+    SetMailDelivery(sender.get());
+    EXPECT_EQ(Column(QStringLiteral("SELECT ProjectName FROM tProjects")).size(), 3) << "the save went on";
+    ASSERT_EQ(prompter.shown().size(), 1) << PromptTexts().join(QLatin1Char('|')).toStdString();
+    const QString told = prompter.shown()[0].text;
+    EXPECT_TRUE(told.startsWith(QStringLiteral("4 mails could not be kept"))) << told.toStdString();
+    EXPECT_TRUE(told.contains(QStringLiteral("outbox"))) << told.toStdString();
+    EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, SaveWithMailTest, ::testing::Values(Engine::SQLite), EngineName);
+
+}  // namespace tlm::test
+
+namespace tlm::test {
+
+// What the server refuses: the others still get the mail; refused for good goes to the failed
+// folder with the server's answer and stays there; refused for now waits in the outbox.
+TEST_F(SinkTest, RefusalsSendToTheOthersAndKeepTheAnswer) {
+    struct Case {
+        const char* label;
+        QString refused;     // the recipient the sink refuses, added to two good ones
+        bool othersGetIt;    // the mail arrives for the good recipients
+        const char* answer;  // in the kept mail's reason
+        bool waits;          // kept in the outbox (for now) rather than in failed (for good)
+    };
+    const Case cases[] = {
+        {"one recipient refused for good", SinkRefusedRecipient(550), true, "550", false},
+        {"one recipient refused for now", SinkRefusedRecipient(450), true, "450", true},
+        {"the whole mail refused as too large", SinkDataRefusingRecipient(552), false, "552", false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.label);
+        const QString box = NewTempDir(QStringLiteral("outbox"));
+        OutboxSender sender(box);
+        const MailMessage m{QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org;") + c.refused,
+                            QString::fromLatin1(c.label), QStringLiteral("<p>x</p>")};
+        const MailSendResult r = sender.queue(m, NoServer());
+        ASSERT_EQ(r.status, MailSendResult::Status::KeptInOutbox);
+        sender.kick(LocalProfile(port));
+        ASSERT_TRUE(WaitIdle(sender));
+
+        const QJsonObject o = Arrived(r.messageId);
+        if (c.othersGetIt)
+            EXPECT_EQ(JsonStrings(o.value(QStringLiteral("rcpt_tos"))),
+                      (QStringList{QStringLiteral("ann@x.org"), QStringLiteral("bo@y.org")}));
+        else
+            EXPECT_TRUE(o.isEmpty());
+        const QList<QByteArray> keptFor = c.othersGetIt
+                                              ? QList<QByteArray>{Latin1(c.refused)}
+                                              : QList<QByteArray>{"ann@x.org", "bo@y.org", Latin1(c.refused)};
+        const QStringList waiting = OutboxFiles(box), failed = OutboxFiles(FailedFolder(box));
+        ASSERT_EQ(waiting.size() + failed.size(), 1) << "one mail kept for the refused";
+        const QString kept = c.waits ? waiting.value(0) : failed.value(0);
+        ASSERT_FALSE(kept.isEmpty()) << (c.waits ? "expected waiting" : "expected failed");
+        OutboxMail back;
+        ASSERT_TRUE(ReadOutboxMail(kept, &back));
+        EXPECT_EQ(back.envelopeTo, keptFor);
+        EXPECT_EQ(back.messageId, r.messageId);
+        EXPECT_TRUE(back.reason.contains(QLatin1String(c.answer))) << back.reason.toStdString();
+        const QList<OutboxEntry> listed = ListOutbox(box);
+        ASSERT_EQ(listed.size(), 1);
+        EXPECT_EQ(listed[0].state, c.waits ? OutboxEntry::State::Waiting : OutboxEntry::State::Failed);
+        EXPECT_TRUE(listed[0].reason.contains(QLatin1String(c.answer)));
+
+        // Another delivery never takes a failed mail by itself.
+        sender.kick(LocalProfile(port));
+        ASSERT_TRUE(WaitIdle(sender));
+        if (!c.waits) {
+            EXPECT_EQ(OutboxFiles(FailedFolder(box)), failed);
+            EXPECT_TRUE(OutboxFiles(box).isEmpty());
+        }
+        EXPECT_EQ(SpoolIds(spool).count(QLatin1Char('<') + r.messageId + QLatin1Char('>')),
+                  c.othersGetIt ? 1 : 0);
+    }
+}
+
+TEST_F(SinkTest, RefusedRecipientOfADirectSendIsKeptForItAlone) {
+    const QString refused = SinkRefusedRecipient(550);
+    const MailSendResult r = SmtpTransport(LocalProfile(port), outbox)
+                                 .send({QStringLiteral("ann@x.org"), refused, QStringLiteral("Direct"), {}});
+    ASSERT_EQ(r.status, MailSendResult::Status::Sent) << r.reason.toStdString();
+    EXPECT_TRUE(r.reason.contains(QStringLiteral("550"))) << r.reason.toStdString();
+    EXPECT_EQ(JsonStrings(Arrived(r.messageId).value(QStringLiteral("rcpt_tos"))),
+              QStringList{QStringLiteral("ann@x.org")});
+    const QStringList failed = OutboxFiles(FailedFolder(outbox));
+    ASSERT_EQ(failed.size(), 1);
+    OutboxMail back;
+    ASSERT_TRUE(ReadOutboxMail(failed[0], &back));
+    EXPECT_EQ(back.envelopeTo, QList<QByteArray>{Latin1(refused)});
+}
+
+TEST_F(SinkTest, ServerDownTheMailWaitsThenGoesWhenItIsBack) {
+    OutboxSender sender(outbox);
+    const MailSendResult r = sender.queue(Mail(1), LocalProfile(ClosedPort()));
+    ASSERT_TRUE(r.queued);
+    ASSERT_TRUE(WaitIdle(sender));
+    EXPECT_TRUE(sender.status().serverDown);
+    EXPECT_EQ(OutboxFiles(outbox).size(), 1);
+    EXPECT_TRUE(OutboxFiles(FailedFolder(outbox)).isEmpty()) << "a server that is down fails nothing";
+    EXPECT_TRUE(Arrived(r.messageId).isEmpty());
+
+    sender.kick(LocalProfile(port));
+    ASSERT_TRUE(WaitIdle(sender));
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty()) << sender.status().lastError.toStdString();
+    EXPECT_FALSE(Arrived(r.messageId).isEmpty());
+}
+
+TEST_F(Sending, DamagedFilesMoveToFailedAndInterruptedWritesAreCleared) {
+    struct Damaged {
+        const char* name;
+        QByteArray bytes;
+    };
+    const Damaged damaged[] = {
+        {"20000101-000000-000-000001-empty.eml", QByteArray()},
+        {"20000101-000000-000-000002-noenvelope.eml", "Subject: x\r\n\r\nbody\r\n"},
+        {"20000101-000000-000-000003-onlyenvelope.eml", "X-Tlm-Recipients: a@x.org\r\n"},
+        {"20000101-000000-000-000004-garbage.eml", QByteArray("\x00\x01\xff no mail at all", 18)},
+    };
+    for (const Damaged& d : damaged)
+        ASSERT_TRUE(WriteFileAtomically(outbox + QLatin1Char('/') + QLatin1String(d.name), d.bytes, true));
+    // Leftovers of writes: one of a process that is gone, one of this process (still writing).
+    const QString dead = QStringLiteral(".x.eml.%1.abc.tmp").arg(std::numeric_limits<int>::max() - 7);
+    const QString mine = QStringLiteral(".y.eml.%1.abc.tmp").arg(::getpid());
+    for (const QString& name : {dead, mine})
+        ASSERT_TRUE(QFile(outbox + QLatin1Char('/') + name).open(QIODevice::WriteOnly));
+
+    OutboxSender sender(outbox);
+    sender.kick(LocalProfile(ClosedPort()));  // reading fails before any connection
+    ASSERT_TRUE(WaitIdle(sender));
+    EXPECT_TRUE(OutboxFiles(outbox).isEmpty());
+    const QList<OutboxEntry> listed = ListOutbox(outbox);
+    ASSERT_EQ(listed.size(), int(std::size(damaged)));
+    for (int i = 0; i < listed.size(); ++i) {
+        EXPECT_EQ(listed[i].state, OutboxEntry::State::Failed) << damaged[i].name;
+        EXPECT_FALSE(listed[i].readable) << damaged[i].name;
+        EXPECT_EQ(listed[i].id + QStringLiteral(".eml"), QLatin1String(damaged[i].name));
+        EXPECT_FALSE(listed[i].reason.isEmpty()) << damaged[i].name;
+        EXPECT_EQ(ReadAll(listed[i].path), damaged[i].bytes) << "kept as it was";
+    }
+    const QStringList left = FileNames(outbox);
+    EXPECT_FALSE(left.contains(dead)) << "what a dead writer left is cleared";
+    EXPECT_TRUE(left.contains(mine)) << "a living writer's file is left alone";
+}
+
+// A mail that cannot be kept is recorded, and the save tells it once with the count and why.
+TEST_F(Sending, AMailThatCannotBeKeptIsRecordedOnce) {
+    TakeUnkeptMails();
+    struct Case {
+        const char* label;
+        std::function<QString()> outbox;  // where the mails are to be kept
+        std::function<void(std::function<void()>)> around;
+    };
+    const auto plain = [](std::function<void()> step) { step(); };
+    const Case cases[] = {
+        {"an outbox under a regular file",
+         [this] {
+             const QString file = outbox + QStringLiteral("/plain-file");
+             WriteFileAtomically(file, "x", false);
+             return file + QStringLiteral("/outbox");
+         },
+         plain},
+        {"a full disk", [this] { return outbox + QStringLiteral("/full"); },
+         [](std::function<void()> step) { WithTinyFileLimit(step); }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.label);
+        const QString box = c.outbox();
+        OutboxSender sender(box);
+        QList<MailSendResult> results;
+        c.around([&] {
+            for (int i = 0; i < 3; ++i)
+                results << sender.queue(Mail(i), NoServer());
+        });
+        for (const MailSendResult& r : results)
+            EXPECT_EQ(r.status, MailSendResult::Status::Lost) << r.reason.toStdString();
+        const UnkeptMails unkept = TakeUnkeptMails();
+        EXPECT_EQ(unkept.count, 3);
+        EXPECT_FALSE(unkept.reason.isEmpty());
+        EXPECT_EQ(TakeUnkeptMails().count, 0) << "taken once";
+        EXPECT_TRUE(OutboxFiles(box).isEmpty());
+    }
+}
+
+// The error report: kept for later says so; only a mail that could not be kept "failed".
+TEST_F(Sending, ErrorReportSaysWhetherItWasKeptForLater) {
+    struct Case {
+        const char* label;
+        std::function<MailProfile()> profile;
+        std::function<QString()> folder;
+        const char* says;
+    };
+    const Case cases[] = {
+        {"no server set", [] { return NoServer(); }, [this] { return outbox + QStringLiteral("/a"); },
+         "kept in the outbox and will be sent later"},
+        {"the server down", [] { return LocalProfile(ClosedPort()); },
+         [this] { return outbox + QStringLiteral("/b"); }, "kept in the outbox and will be sent later"},
+        {"the outbox cannot be written", [] { return NoServer(); },
+         [this] {
+             WriteFileAtomically(outbox + QStringLiteral("/file"), "x", false);
+             return outbox + QStringLiteral("/file/outbox");
+         },
+         "Failed to send error email!"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.label);
+        FreshLocalSettings();
+        MailProfile p = c.profile();
+        p.errorReportMailbox = QStringLiteral("errors@example.org");
+        ASSERT_TRUE(SaveMailProfile(p));
+        OutboxSender sender(c.folder());
+        SetMailDelivery(&sender);
+        MailErrorReportMailer mailer;
+        SetErrorReportMailer(&mailer);
+        ScriptedPrompter shown;
+        SetPrompter(&shown);
+        subSendErrorReport(QStringLiteral("At Line: 1"), true);
+        SetPrompter(nullptr);
+        SetErrorReportMailer(nullptr);
+        SetMailDelivery(nullptr);
+        TakeUnkeptMails();
+        ASSERT_EQ(shown.shown().size(), 1);
+        EXPECT_TRUE(shown.shown()[0].text.contains(QLatin1String(c.says)))
+            << shown.shown()[0].text.toStdString();
+    }
+}
 
 }  // namespace tlm::test
