@@ -349,7 +349,6 @@ bool ReadIniStrings(QIODevice& device, QSettings::SettingsMap& map) {
         data = data.sliced(3);
     QString section;
     qsizetype pos = 0, start = 0, length = 0, equals = 0;
-    bool ok = true;
     while (ReadLine(data, pos, start, length, equals)) {
         const QByteArrayView line = data.sliced(start, length);
         if (line.startsWith('[')) {
@@ -365,11 +364,8 @@ bool ReadIniStrings(QIODevice& device, QSettings::SettingsMap& map) {
             }
             continue;
         }
-        if (equals < 0) {
-            if (!line.startsWith(';'))
-                ok = false;
-            continue;
-        }
+        if (equals < 0)
+            continue;  // a comment, or a damaged line: the rest of the file still reads
         const QString key = section + UnescapedKey(line.first(equals - start).trimmed());
         QString single;
         QStringList list;
@@ -386,7 +382,9 @@ bool ReadIniStrings(QIODevice& device, QSettings::SettingsMap& map) {
                 map.remove(key);
         }
     }
-    return ok;
+    // QSettings drops everything a custom reader read when it answers false; a damaged line must not
+    // cost the good ones.
+    return true;
 }
 
 bool WriteIniStrings(QIODevice& device, const QSettings::SettingsMap& map) {
