@@ -13,6 +13,7 @@
 
 #include "app/demo_data.h"
 #include "app/outbox_tool.h"
+#include "app/tool_output.h"
 #include "core/codecs.h"
 #include "core/error_report.h"
 #include "core/process_state.h"
@@ -32,16 +33,6 @@
 namespace tlm {
 
 namespace {
-
-void Print(FILE* stream, const QString& text) {
-    const QByteArray bytes = text.toLocal8Bit();
-    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
-}
-
-int Fail(int code, const QString& text) {
-    Print(stderr, QStringLiteral("tlm-manager: ") + text + u'\n');
-    return code;
-}
 
 QString UsageError(QString error, const QString& tool) {
     if (error.endsWith(u'.'))

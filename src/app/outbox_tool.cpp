@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "app/tool_output.h"
 #include "core/error_report.h"
 #include "core/startup.h"
 #include "mail/mail_profile.h"
@@ -10,16 +11,6 @@
 namespace tlm {
 
 namespace {
-
-void Print(FILE* stream, const QString& text) {
-    const QByteArray bytes = text.toLocal8Bit();
-    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
-}
-
-int Fail(int code, const QString& text) {
-    Print(stderr, QStringLiteral("tlm-manager: ") + text + u'\n');
-    return code;
-}
 
 // One line per field: a tab or a line break in a subject must not split the list.
 QString Cell(const QString& text) {
@@ -44,8 +35,14 @@ int FailOutcome(const OutboxOutcome& o) {
 }
 
 int List(const QString& folder) {
+    const QList<OutboxEntry> entries = ListOutbox(folder);
+    // Said on standard error: a script reading the list sees no line at all.
+    if (entries.isEmpty()) {
+        Print(stderr, QStringLiteral("The outbox is empty.\n"));
+        return kExitNormal;
+    }
     QString text;
-    for (const OutboxEntry& e : ListOutbox(folder)) {
+    for (const OutboxEntry& e : entries) {
         text += QStringList{e.id,
                             StateWord(e.state),
                             e.date.toString(QStringLiteral("yyyy-MM-dd HH:mm")),

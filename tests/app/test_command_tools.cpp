@@ -456,6 +456,13 @@ TEST(CommandToolsOutbox, ListsShowsRetriesAndDiscardsWithTheirExitCodes) {
     ASSERT_EQ(discard.code, kExitNormal) << discard.err.toStdString();
     EXPECT_EQ(OutboxFiles(outbox), QStringList{waitingFile});
     EXPECT_EQ(Tool({"outbox", "discard", failedId}, env).code, kExitNothingToDo) << "gone for good";
+
+    // An empty outbox says so, on standard error only.
+    ASSERT_EQ(Tool({"outbox", "discard", waitingId}, env).code, kExitNormal);
+    const ToolRun empty = Tool({"outbox", "list"}, env);
+    EXPECT_EQ(empty.code, kExitNormal);
+    EXPECT_TRUE(empty.out.isEmpty()) << empty.out.toStdString();
+    EXPECT_TRUE(empty.err.contains("The outbox is empty.")) << empty.err.toStdString();
 }
 
 }  // namespace
