@@ -105,22 +105,7 @@ bool IsNull(const QVariant& v) {
 }
 
 bool IsNumberType(const QVariant& v) {
-    switch (v.typeId()) {
-        case QMetaType::Int:
-        case QMetaType::UInt:
-        case QMetaType::LongLong:
-        case QMetaType::ULongLong:
-        case QMetaType::Double:
-        case QMetaType::Float:
-        case QMetaType::Short:
-        case QMetaType::UShort:
-        case QMetaType::Long:
-        case QMetaType::ULong:
-        case QMetaType::Bool:
-            return true;
-        default:
-            return v.metaType() == QMetaType::fromType<Money>();
-    }
+    return HoldsNumber(v) || v.typeId() == QMetaType::Bool || v.metaType() == QMetaType::fromType<Money>();
 }
 
 bool IsDateType(const QVariant& v) {
@@ -268,6 +253,24 @@ Int ToIntRounded(const QString& text, bool* ok, bool* overflow) {
 }
 
 }  // namespace
+
+bool HoldsNumber(const QVariant& v) {
+    switch (v.typeId()) {
+        case QMetaType::Int:
+        case QMetaType::UInt:
+        case QMetaType::LongLong:
+        case QMetaType::ULongLong:
+        case QMetaType::Double:
+        case QMetaType::Float:
+        case QMetaType::Short:
+        case QMetaType::UShort:
+        case QMetaType::Long:
+        case QMetaType::ULong:
+            return true;
+        default:
+            return false;
+    }
+}
 
 bool IsNumericText(const QString& text) {
     return ParseNumber(text).has_value();

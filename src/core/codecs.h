@@ -52,6 +52,8 @@ void ExtractFileFromRes(const QString& resourceName, const QString& resourceType
 // Number conversions of the program: IsNumeric-style test and rounding to a 16/32-bit integer
 // (half to even). ok is false for a text that is no number or a value out of range.
 bool IsNumericText(const QString& text);
+// A value held as a machine number (integers of every width, double, float); not bool, not Money.
+bool HoldsNumber(const QVariant& v);
 qint16 ToInt16(const QString& text, bool* ok, bool* overflow = nullptr);
 qint32 ToInt32(const QString& text, bool* ok, bool* overflow = nullptr);
 

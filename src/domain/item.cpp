@@ -53,21 +53,7 @@ const QSet<QString>& LowerStandardNames() {
 bool IsNumericValue(const QVariant& v) {
     if (!v.isValid() || v.isNull())
         return false;
-    switch (v.typeId()) {
-        case QMetaType::Bool:
-        case QMetaType::Int:
-        case QMetaType::UInt:
-        case QMetaType::LongLong:
-        case QMetaType::ULongLong:
-        case QMetaType::Short:
-        case QMetaType::UShort:
-        case QMetaType::Double:
-        case QMetaType::Float:
-            return true;
-        default:
-            break;
-    }
-    if (v.typeId() == qMetaTypeId<Money>())
+    if (HoldsNumber(v) || v.typeId() == QMetaType::Bool || v.typeId() == qMetaTypeId<Money>())
         return true;
     return IsNumericText(v.toString());
 }
