@@ -345,7 +345,7 @@ QString LdapDirectory::Message(int code, const QString& doing) const {
     return MaskSecrets(text);
 }
 
-bool LdapDirectory::Open(QString* error) {
+bool LdapDirectory::Open(QString* error, const DirectoryJob* job) {
     if (ld_)
         return true;
     const auto fail = [&](int code, const QString& doing) {
@@ -374,7 +374,23 @@ bool LdapDirectory::Open(QString* error) {
     ldap_set_option(ld_, LDAP_OPT_TIMEOUT, &timeout);
     const bool ldaps = settings_.url.startsWith(QLatin1String("ldaps:"), Qt::CaseInsensitive);
     if (settings_.startTls && !ldaps) {
-        rc = ldap_start_tls_s(ld_, nullptr, nullptr);
+        // Asked and awaited in slices, so a cancel is heard while the server takes its time.
+        int msgid = 0;
+        rc = ldap_start_tls(ld_, nullptr, nullptr, &msgid);
+        if (rc == LDAP_SUCCESS) {
+            LDAPMessage* reply = nullptr;
+            const Wait wait = Next(msgid, &reply, job);
+            if (wait != Wait::Message) {
+                if (error)
+                    *error = WaitMessage(wait, QStringLiteral("start TLS"));
+                Close();
+                return false;
+            }
+            rc = ResultCode(ld_, reply);
+            ldap_msgfree(reply);
+            if (rc == LDAP_SUCCESS)
+                rc = ldap_install_tls(ld_);
+        }
         if (rc != LDAP_SUCCESS) {
             if (rc == LDAP_SERVER_DOWN || rc == LDAP_CONNECT_ERROR || rc == LDAP_TIMEOUT)
                 return fail(rc, QString());
@@ -388,9 +404,22 @@ bool LdapDirectory::Open(QString* error) {
     QByteArray password = settings_.password.toUtf8();
     berval credentials{ber_len_t(password.size()), password.data()};
     const QByteArray bindDn = settings_.bindDn.toUtf8();
-    rc = ldap_sasl_bind_s(ld_, bindDn.isEmpty() ? nullptr : bindDn.constData(), LDAP_SASL_SIMPLE,
-                          &credentials, nullptr, nullptr, nullptr);
+    int msgid = 0;
+    rc = ldap_sasl_bind(ld_, bindDn.isEmpty() ? nullptr : bindDn.constData(), LDAP_SASL_SIMPLE, &credentials,
+                        nullptr, nullptr, &msgid);
     password.fill('\0');
+    if (rc != LDAP_SUCCESS)
+        return fail(rc, QStringLiteral("bind"));
+    LDAPMessage* reply = nullptr;
+    const Wait wait = Next(msgid, &reply, job);
+    if (wait != Wait::Message) {
+        if (error)
+            *error = WaitMessage(wait, QStringLiteral("bind"));
+        Close();
+        return false;
+    }
+    rc = ResultCode(ld_, reply);
+    ldap_msgfree(reply);
     if (rc != LDAP_SUCCESS)
         return fail(rc, QStringLiteral("bind"));
     return true;
@@ -437,7 +466,7 @@ QString LdapDirectory::WaitMessage(Wait wait, const QString& doing) {
 
 std::optional<QList<DirectoryEntry>> LdapDirectory::Search(const QString& text, QString* error, int pageSize,
                                                            DirectoryJob* job) {
-    if (!Open(error))
+    if (!Open(error, job))
         return std::nullopt;
     const QString term = LdapFilterEscape(text.trimmed());
     const QString kinds = QStringLiteral(
@@ -581,9 +610,9 @@ GroupMembers LdapDirectory::Members(const DirectoryEntry& group, DirectoryJob* j
     if (group.id.isEmpty())
         return fail(JobOutcome::Failed, QStringLiteral("The group %1 has no DN to read.").arg(group.name));
     QString error;
-    if (!Open(&error))
-        return fail(JobOutcome::Failed, error);
     const auto outcome = [&] { return job && job->Cancelled() ? JobOutcome::Cancelled : JobOutcome::Failed; };
+    if (!Open(&error, job))
+        return fail(outcome(), error);
 
     // The group's members, every range of them.
     std::optional<LdapRecord> entry = ReadRecord(group.id, kMemberAttributes, job, &error);

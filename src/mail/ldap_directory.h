@@ -104,8 +104,9 @@ class LdapDirectory : public MemberDirectory {
     LdapDirectory(const LdapDirectory&) = delete;
     LdapDirectory& operator=(const LdapDirectory&) = delete;
 
-    // Connects and binds unless already bound.
-    bool Open(QString* error);
+    // Connects and binds unless already bound; the StartTLS and bind answers are awaited in slices
+    // that hear the job's cancel (the TCP connect itself waits up to the timeout).
+    bool Open(QString* error, const DirectoryJob* job = nullptr);
     void Close();
 
     // The server sends the entries in pages, so its size limit does not cut a large directory

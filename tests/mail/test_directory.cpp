@@ -6,8 +6,10 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QTcpServer>
+#include <chrono>
 #include <mutex>
 #include <thread>
 
@@ -177,6 +179,27 @@ TEST(LdapDirectory, ConnectionFailuresGiveClearMessagesWithoutThePassword) {
     EXPECT_FALSE(LdapDirectory(down).Open(&error));
     EXPECT_EQ(error,
               QStringLiteral("The directory server %1 did not answer within 1 seconds.").arg(down.url));
+
+    // A cancel is heard while the silent server holds the StartTLS or the bind answer, long before
+    // the timeout.
+    for (const bool startTls : {false, true}) {
+        DirectorySettings slow = down;
+        slow.timeoutSeconds = 60;
+        slow.startTls = startTls;
+        DirectoryJob job;
+        std::thread canceller([&job] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            job.Cancel();
+        });
+        QElapsedTimer took;
+        took.start();
+        LdapDirectory dir(slow);
+        const bool opened = dir.Open(&error, &job);
+        canceller.join();
+        EXPECT_FALSE(opened) << "StartTLS " << startTls;
+        EXPECT_EQ(error, QStringLiteral("Cancelled by the user.")) << "StartTLS " << startTls;
+        EXPECT_LT(took.elapsed(), 10000) << "StartTLS " << startTls;
+    }
 
     // StartTLS refused by the server stops before the password is sent.
     RefusesStartTls refusing;
