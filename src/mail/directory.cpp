@@ -160,8 +160,18 @@ QStringList Components(const QString& value) {
 bool ReadWithinLimit(QFile& f, QByteArray* bytes) {
     if (f.size() > kVCardFileLimit)
         return false;
-    *bytes = f.read(kVCardFileLimit + 1);  // a file that grows, or a pipe, is cut here
-    return bytes->size() <= kVCardFileLimit;
+    // In blocks: read(limit + 1) would fill a buffer of the limit's size for every file. A file
+    // that grows, or a pipe, is cut just past the limit.
+    bytes->clear();
+    bytes->reserve(qsizetype(qMin<qint64>(f.size(), kVCardFileLimit)) + 1);
+    char block[64 * 1024];
+    qint64 got = 0;
+    while ((got = f.read(block, sizeof block)) > 0) {
+        bytes->append(block, qsizetype(got));
+        if (bytes->size() > kVCardFileLimit)
+            return false;
+    }
+    return true;
 }
 
 QString LimitText() {

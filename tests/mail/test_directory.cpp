@@ -1,8 +1,10 @@
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -10,6 +12,7 @@
 #include <QHash>
 #include <QTcpServer>
 #include <chrono>
+#include <csignal>
 #include <mutex>
 #include <thread>
 
@@ -642,6 +645,37 @@ TEST(VCardFiles, AFileOverTheSizeLimitIsNamedAndNotRead) {
     EXPECT_TRUE(ReadVCardFile(over, &error).isEmpty());
     EXPECT_EQ(error, QStringLiteral("The address file %1 is larger than 16 MB and is not read.").arg(over));
     EXPECT_EQ(ReadVCardFile(atLimit, &error).size(), 1);
+
+    // A pipe has no size to check first: it is read whole when within the limit, refused just past it.
+    std::signal(SIGPIPE, SIG_IGN);
+    for (const qint64 size : {qint64(4096), kVCardFileLimit + 1}) {
+        const QString fifo = dir + QStringLiteral("/pipe-%1.vcf").arg(size);
+        ASSERT_EQ(mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+        std::thread writer([&] {
+            const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY);
+            const QByteArray bytes = sized(size);
+            for (qsizetype at = 0; fd >= 0 && at < bytes.size();) {
+                const ssize_t n = ::write(fd, bytes.constData() + at, size_t(bytes.size() - at));
+                if (n <= 0)
+                    break;  // the reader stopped
+                at += n;
+            }
+            if (fd >= 0)
+                ::close(fd);
+        });
+        const VCardFiles piped = ReadVCardFiles({fifo});
+        writer.join();
+        if (size <= kVCardFileLimit) {
+            EXPECT_EQ(Names(piped.entries), QStringList{QStringLiteral("Edge")});
+            EXPECT_TRUE(piped.problems.isEmpty());
+        } else {
+            EXPECT_TRUE(piped.entries.isEmpty());
+            EXPECT_EQ(piped.problems,
+                      QStringList{QStringLiteral("pipe-%1.vcf: the file is larger than 16 MB and is "
+                                                 "not read")
+                                      .arg(size)});
+        }
+    }
 }
 
 // A message names at most 20 entries that could not be read and counts the rest.
