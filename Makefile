@@ -6,7 +6,7 @@ BUILD_RUN := build/release
 BUILD_BENCH := build/bench
 RUN_HOME := $(CURDIR)/build/run
 
-.PHONY: all deps run-home run demo test build-test build-run bench fuzz format clean
+.PHONY: all deps run-home run demo test build-test build-run package bench fuzz format clean
 
 all: build-run
 
@@ -36,6 +36,13 @@ run: build-run run-home
 demo: build-run run-home
 	$(RUN_ENV) $(BUILD_RUN)/src/tlm-manager demo
 
+# The Debian package, from the release build `make run` uses (stripped when packed). Configured
+# again each time, so the version follows `git describe`; an older package is removed first.
+package: deps
+	cmake -S . -B $(BUILD_RUN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTLM_BUILD_TESTS=OFF
+	rm -f $(BUILD_RUN)/tlm-manager_*.deb
+	cmake --build $(BUILD_RUN) -j $(JOBS) --target package
+
 $(BUILD_TEST)/CMakeCache.txt:
 	cmake -S . -B $(BUILD_TEST) -DCMAKE_BUILD_TYPE=Debug -DTLM_SANITIZE=ON -DTLM_BUILD_TESTS=ON
 
@@ -44,7 +51,8 @@ build-test: deps $(BUILD_TEST)/CMakeCache.txt
 
 # Starts the servers the tests need on loopback, runs every test, stops the servers pass or fail.
 # The fuzz targets then run a few seconds each, with every saved regression input (scripts/fuzz.sh).
-test: build-test
+# The package is built first: a test unpacks it and runs the program from it.
+test: build-test package
 	@bash scripts/test-servers.sh run -- ctest --test-dir $(BUILD_TEST) --output-on-failure -j $(JOBS)
 	@FUZZ_JOBS=$(JOBS) bash scripts/fuzz.sh --short
 

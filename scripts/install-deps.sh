@@ -13,10 +13,14 @@ packages=(
   unixodbc unixodbc-dev tdsodbc poppler-utils
   python3-openpyxl sqlite3
   # the fuzz targets (scripts/fuzz.sh): clang with libFuzzer and its sanitizer runtimes; SQLite's
-  # own statement reader for the cross-check of the one-statement test
+  # own statement reader for the cross-check of the one-statement test, and the library the cursor
+  # steps large SQLite reads through
   clang libclang-rt-14-dev libsqlite3-dev
   # tools for scripts/screenshots.sh: drives the screens under Xvfb and saves the pictures
   xdotool imagemagick
+  # the Debian package (make package; CPack writes root-owned files itself, no fakeroot) and its
+  # test: dpkg-shlibdeps for the dependencies, lintian, the menu entries, the metadata, the man page
+  dpkg-dev lintian desktop-file-utils appstream man-db groff-base
 )
 
 missing=()
