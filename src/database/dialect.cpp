@@ -1192,6 +1192,11 @@ bool Dialect::HandsOverWholeResult() const {
     return Traits(engine_).handsOverWholeResult;
 }
 
+Dialect::NativeRows Dialect::NativeReader() const {
+    // The SQLite driver hands over its sqlite3*, and links the same library as this program.
+    return engine_ == Engine::SQLite ? NativeRows::Sqlite : NativeRows::None;
+}
+
 QString Dialect::DateStorageText(const QDateTime& dt) const {
     return dt.toString(QString::fromLatin1(Traits(engine_).dateFormat));
 }

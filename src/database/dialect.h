@@ -141,6 +141,10 @@ class Dialect {
     // True when the driver hands over the whole result at once unless asked to read forward only,
     // which it then does row by row at a higher cost per row (PostgreSQL's single-row mode).
     bool HandsOverWholeResult() const;
+    // Where a forward-only read may step the engine's own statement behind the driver (the cursor),
+    // skipping a QVariant per cell; None reads through the driver.
+    enum class NativeRows { None, Sqlite };
+    NativeRows NativeReader() const;
 
     // ---- values and rows
     // A date as the engine stores it: "yyyy-MM-dd HH:mm:ss", or "yyyyMMdd HH:mm:ss" on SQL Server,

@@ -2,6 +2,7 @@
 
 #include <QAtomicInteger>
 #include <QFileInfo>
+#include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -146,8 +147,11 @@ QSqlQuery Connection::NewQuery() const {
     return QSqlQuery(db_);
 }
 
-bool Connection::PrepareQuery(QSqlQuery& query, const QString& finalSql, bool hasValues, bool* direct,
-                              Failure* failure) const {
+QVariant Connection::NativeHandle() const {
+    return IsOpen() && db_.driver() ? db_.driver()->handle() : QVariant();
+}
+
+bool Connection::CheckStatement(const QString& finalSql, Failure* failure) const {
     if (!IsOpen()) {
         SetFailure(failure, dberr::kObjectClosed,
                    QStringLiteral("Operation is not allowed when the object is closed."));
@@ -159,6 +163,13 @@ bool Connection::PrepareQuery(QSqlQuery& query, const QString& finalSql, bool ha
             QStringLiteral("The statement text holds more than one statement and was refused: ") + finalSql);
         return false;
     }
+    return true;
+}
+
+bool Connection::PrepareQuery(QSqlQuery& query, const QString& finalSql, bool hasValues, bool* direct,
+                              Failure* failure) const {
+    if (!CheckStatement(finalSql, failure))
+        return false;
     *direct = dialect_.RunsUnboundTextDirectly() && !hasValues;
     if (*direct)
         return true;

@@ -69,6 +69,11 @@ class Connection {
     bool RunQuery(QSqlQuery& query, const QString& finalSql, bool direct, const QVariantList& values,
                   Failure* failure) const;
     QSqlQuery NewQuery() const;
+    // The open/one-statement test PrepareQuery makes, for a reader that prepares by itself.
+    bool CheckStatement(const QString& finalSql, Failure* failure) const;
+    // The driver's own connection handle (QSqlDriver::handle()), for readers that step the engine's
+    // statements themselves (Dialect::NativeReader); invalid when closed.
+    QVariant NativeHandle() const;
     // One transaction at a time, for writers of many rows; a failure leaves no transaction open.
     bool BeginTransaction(Failure* failure = nullptr);
     bool CommitTransaction(Failure* failure = nullptr);

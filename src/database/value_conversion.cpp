@@ -33,16 +33,56 @@ QVariant TypedNull(ColumnKind kind) {
     return QVariant();
 }
 
-int Digits(const QString& s, int from, int count) {
+template <typename Text>
+int Digits(const Text& s, qsizetype from, int count) {
     int v = 0;
-    for (int i = from; i < from + count; ++i) {
-        const char16_t c = s[i].unicode();
+    for (qsizetype i = from; i < from + count; ++i) {
+        const char16_t c = char16_t(s[i]);
         if (c < u'0' || c > u'9')
             return -1;
         v = v * 10 + (c - u'0');
     }
     return v;
 }
+
+// The one reading of stored date text, over QChar or ASCII bytes.
+template <typename Text>
+bool DateParts(const Text& s, qsizetype size, int parts[6]) {
+    const auto at = [&](qsizetype i) { return char16_t(s[i]); };
+    if (size != 19 && size != 10 && !(size > 19 && at(19) == u'.'))
+        return false;
+    if (at(4) != u'-' || at(7) != u'-')
+        return false;
+    const int y = Digits(s, 0, 4), mo = Digits(s, 5, 2), d = Digits(s, 8, 2);
+    int h = 0, mi = 0, sec = 0;
+    if (size >= 19) {
+        if ((at(10) != u' ' && at(10) != u'T') || at(13) != u':' || at(16) != u':')
+            return false;
+        h = Digits(s, 11, 2);
+        mi = Digits(s, 14, 2);
+        sec = Digits(s, 17, 2);
+    }
+    if (y < 0 || mo < 0 || d < 0 || h < 0 || mi < 0 || sec < 0)
+        return false;
+    if (!QDate::isValid(y, mo, d) || !QTime::isValid(h, mi, sec))
+        return false;
+    parts[0] = y;
+    parts[1] = mo;
+    parts[2] = d;
+    parts[3] = h;
+    parts[4] = mi;
+    parts[5] = sec;
+    return true;
+}
+
+struct QCharText {
+    const QString& s;
+    char16_t operator[](qsizetype i) const { return s[i].unicode(); }
+};
+struct ByteText {
+    const char* s;
+    char16_t operator[](qsizetype i) const { return char16_t(static_cast<unsigned char>(s[i])); }
+};
 
 ColumnKind KindFromDriver(const QMetaType& type) {
     switch (type.id()) {
@@ -72,22 +112,6 @@ qint32 AdoTypeFromDriver(const QMetaType& type) {
             return adotype::adDate;
         default:
             return adotype::adVarWChar;
-    }
-}
-
-bool IsNumberType(const QVariant& v) {
-    switch (v.typeId()) {
-        case QMetaType::Int:
-        case QMetaType::UInt:
-        case QMetaType::LongLong:
-        case QMetaType::ULongLong:
-        case QMetaType::Short:
-        case QMetaType::UShort:
-        case QMetaType::Double:
-        case QMetaType::Float:
-            return true;
-        default:
-            return false;
     }
 }
 
@@ -134,26 +158,43 @@ std::optional<int> FlagWord(const QString& text) {
 
 // Read without a format parser, since every date of a large read passes here.
 QDateTime ParseStoredDate(const QString& s) {
-    if (s.size() != 19 && s.size() != 10 && !(s.size() > 19 && s[19] == u'.'))
+    int p[6];
+    if (!DateParts(QCharText{s}, s.size(), p))
         return QDateTime();
-    if (s[4] != u'-' || s[7] != u'-')
-        return QDateTime();
-    const int y = Digits(s, 0, 4), mo = Digits(s, 5, 2), d = Digits(s, 8, 2);
-    int h = 0, mi = 0, sec = 0;
-    if (s.size() >= 19) {
-        if ((s[10] != u' ' && s[10] != u'T') || s[13] != u':' || s[16] != u':')
-            return QDateTime();
-        h = Digits(s, 11, 2);
-        mi = Digits(s, 14, 2);
-        sec = Digits(s, 17, 2);
+    return QDateTime(QDate(p[0], p[1], p[2]), QTime(p[3], p[4], p[5]));
+}
+
+bool ParseStoredDateKey(const char* text, qsizetype size, qint64* key) {
+    int p[6];
+    if (!DateParts(ByteText{text}, size, p))
+        return false;
+    *key = PackDateTime(p[0], p[1], p[2], p[3], p[4], p[5]);
+    return true;
+}
+
+QDateTime UnpackDateTime(qint64 key) {
+    const int s = int(key % 64), mi = int(key / 64 % 64), h = int(key / 4096 % 32);
+    const int d = int(key / (4096 * 32) % 32), mo = int(key / (4096 * 32 * 32) % 16);
+    const int y = int(key / (4096LL * 32 * 32 * 16));
+    return QDateTime(QDate(y, mo, d), QTime(h, mi, s));
+}
+
+QVariant StoredCellValue(const StoredCell& cell, const StoredColumn& column) {
+    switch (cell.form) {
+        case StoredCell::Form::Null:
+            return TypedNull(column.kind);
+        case StoredCell::Form::Int:
+            return QVariant(int(cell.number));
+        case StoredCell::Form::Money:
+            return QVariant::fromValue(Money::fromUnits(cell.number));
+        case StoredCell::Form::DateTime:
+            return QVariant(UnpackDateTime(cell.number));
+        case StoredCell::Form::Utf8:
+            return QVariant(QString::fromUtf8(cell.utf8, cell.size));
+        case StoredCell::Form::Variant:
+            break;
     }
-    if (y < 0 || mo < 0 || d < 0 || h < 0 || mi < 0 || sec < 0)
-        return QDateTime();
-    const QDate date(y, mo, d);
-    const QTime time(h, mi, sec);
-    if (!date.isValid() || !time.isValid())
-        return QDateTime();
-    return QDateTime(date, time);
+    return cell.variant;
 }
 
 StoredColumn DescribeColumn(const QString& fieldName, const QMetaType& driverType) {
@@ -248,7 +289,7 @@ QVariant StorageValue(const QVariant& value, ColumnKind kind, const Dialect& dia
             return value;
         }
         case ColumnKind::Bool: {
-            if (value.typeId() == QMetaType::Bool || IsNumberType(value) || isMoney) {
+            if (value.typeId() == QMetaType::Bool || HoldsNumber(value) || isMoney) {
                 const auto m = Money::fromVariant(value);
                 return (m && m->units != 0) || value.toBool() ? 1 : 0;
             }
@@ -302,7 +343,7 @@ QVariant DB::NullSafeValue(const QVariant& value, qint32 fieldType) {
         case adBigInt: {
             if (null)
                 return 0;
-            if (IsNumberType(value) || value.metaType() == QMetaType::fromType<Money>())
+            if (HoldsNumber(value) || value.metaType() == QMetaType::fromType<Money>())
                 return value;
             if (value.typeId() == QMetaType::QString && IsNumericText(value.toString()))
                 return value;

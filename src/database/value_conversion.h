@@ -26,6 +26,34 @@ StoredColumn DescribeColumn(const QString& fieldName, const QMetaType& driverTyp
 // a null QVariant of the column's type.
 QVariant ConvertStoredValue(const QVariant& raw, const StoredColumn& column);
 
+// One converted value without a QVariant, for reads that write text straight out (the cursor's
+// Cell). It holds what ConvertStoredValue gives, in the cheapest form that says it exactly;
+// StoredCellValue turns it back into that very QVariant.
+struct StoredCell {
+    enum class Form : quint8 {
+        Null,      // the column's typed null
+        Int,       // an int: number
+        Money,     // tlm::Money: number holds its units
+        DateTime,  // a local QDateTime: number holds PackDateTime's key
+        Utf8,      // a QString whose UTF-8 is utf8[0, size); valid until the row moves on
+        Variant,   // any other value, as ConvertStoredValue gave it
+    };
+    Form form = Form::Null;
+    qint64 number = 0;
+    const char* utf8 = nullptr;
+    qsizetype size = 0;
+    QVariant variant;
+};
+QVariant StoredCellValue(const StoredCell& cell, const StoredColumn& column);
+
+// A date and time in one number, ordered as time runs; only for parts that make a valid date.
+constexpr qint64 PackDateTime(int y, int mo, int d, int h, int mi, int s) {
+    return (((((qint64(y) * 16 + mo) * 32 + d) * 32 + h) * 64 + mi) * 64) + s;
+}
+QDateTime UnpackDateTime(qint64 key);
+// ParseStoredDate over ASCII bytes, giving PackDateTime's key; false where it gives an invalid date.
+bool ParseStoredDateKey(const char* text, qsizetype size, qint64* key);
+
 // The stored date text "YYYY-MM-DD HH:MM:SS" (also with 'T', fractions of a second, or the date
 // alone) as a local date; an invalid one for any other text.
 QDateTime ParseStoredDate(const QString& text);

@@ -91,7 +91,11 @@ void cDBSettings::LoadGlobalSettings(bool blnShowDialog, bool& ok) {
     GetCurrentUser();
     if (cMySettings* local = Process().mySettings)
         local->CurrentUser = UserName;
-    SaveSetting(kSettingsApplication, QString(), QStringLiteral("CurrentUser"), UserName);
+    // Only a changed name is written: rewriting the settings file syncs the disk twice, at every start.
+    const QString stored =
+        GetSetting(kSettingsApplication, QString(), QStringLiteral("CurrentUser"), QString());
+    if (stored.isNull() || stored != UserName)
+        SaveSetting(kSettingsApplication, QString(), QStringLiteral("CurrentUser"), UserName);
     ok = true;
 }
 
