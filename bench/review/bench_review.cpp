@@ -19,7 +19,6 @@
 #include "core/prompt.h"
 #include "database/connection.h"
 #include "database/recordset.h"
-#include "desktop/grid_view.h"
 #include "reported/sample_data.h"
 #include "review/review_form.h"
 #include "review/review_queue.h"

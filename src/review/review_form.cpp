@@ -6,9 +6,11 @@
 #include <QDateEdit>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QInputDialog>
 #include <QLabel>
 #include <QPainter>
 #include <QProgressBar>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QResizeEvent>
 #include <QSignalBlocker>
@@ -21,7 +23,6 @@
 #include "core/prompt.h"
 #include "database/connection.h"
 #include "database/recordset.h"
-#include "desktop/grid_view.h"
 #include "desktop/ui_settings.h"
 #include "desktop/window_services.h"
 #include "settings/global_settings.h"
@@ -138,19 +139,37 @@ frmReviewReports::frmReviewReports(cUISettings* ui, QWidget* parent) : QDialog(p
     layout->addWidget(pb_);
     pWait_ = new QLabel(QStringLiteral("Choose the timesheets to review and press OK."), this);
     layout->addWidget(pWait_);
-    fps_ = new GridWidget(this);
-    fps_->setAllowAddRows(false);
-    fps_->setDeleteKeyAction(GridWidget::DeleteKey::Nothing);
-    fps_->setLockColor(kLockedColour);
+    fps_ = new ReviewGrid(this);
+    fps_->reviewModel()->setLockColour(kLockedColour);
+    fps_->reviewModel()->setIcons(TaskPicture(), AppointmentPicture());
     layout->addWidget(fps_, 1);
+    auto* below = new QHBoxLayout;
+    lblCount_ = new QLabel(this);
+    cmdApproveSelected_ = new QPushButton(QStringLiteral("Approve Selected"), this);
+    cmdDeclineSelected_ = new QPushButton(QStringLiteral("Decline Selected"), this);
+    below->addWidget(lblCount_, 1);
+    below->addWidget(cmdApproveSelected_);
+    below->addWidget(cmdDeclineSelected_);
+    layout->addLayout(below);
 
     connect(cboFilter_, &QComboBox::currentIndexChanged, this, [this] { cboFilterClick(); });
     connect(cboBetweenOn_, &QComboBox::currentIndexChanged, this, [this] { cboBetweenOnClick(); });
     connect(chkQueryDate_, &QCheckBox::toggled, this, [this] { chkQueryDateClick(); });
     connect(cmdOK_, &QPushButton::clicked, this, [this] { cmdOK(); });
     connect(cmdReset_, &QPushButton::clicked, this, [this] { cmdReset(); });
-    connect(fps_, &GridWidget::buttonClicked, this, &frmReviewReports::ButtonClicked);
-    connect(fps_, &GridWidget::valueEdited, this, &frmReviewReports::ComboSelChange);
+    connect(fps_, &ReviewGrid::buttonClicked, this, &frmReviewReports::ButtonClicked);
+    connect(fps_, &ReviewGrid::valueEdited, this, &frmReviewReports::ComboSelChange);
+    connect(cmdApproveSelected_, &QPushButton::clicked, this, [this] { ApproveSelected(); });
+    connect(cmdDeclineSelected_, &QPushButton::clicked, this, [this] { DeclineSelected(); });
+    const auto selectionChanged = [this] {
+        const bool any = fps_->selectionModel()->hasSelection() && !filling_;
+        cmdApproveSelected_->setEnabled(any);
+        cmdDeclineSelected_->setEnabled(any);
+    };
+    connect(fps_->selectionModel(), &QItemSelectionModel::selectionChanged, this, selectionChanged);
+    connect(fps_->model(), &QAbstractItemModel::modelReset, this, selectionChanged);
+    connect(fps_->model(), &QAbstractItemModel::rowsRemoved, this, selectionChanged);
+    selectionChanged();
 }
 
 frmReviewReports::~frmReviewReports() = default;
@@ -198,28 +217,14 @@ void frmReviewReports::subSetUp() {
 
 void frmReviewReports::SetUpGrid() {
     const cDBSettings* global = DBSettings();
-    fps_->setColumns({QStringLiteral(" "), QStringLiteral("ID"), QStringLiteral("Subject"),
-                      global ? global->ProjectTitle : QStringLiteral("Project"),
-                      global ? global->ActivityTitle : QStringLiteral("Activity"), QStringLiteral("Cost"),
-                      QStringLiteral("Reported"), QStringLiteral("Reported By"), QStringLiteral(" "),
-                      QStringLiteral(" ")});
-    fps_->setStaticColumn(kType);
-    fps_->setValueIcons(kType, {{QStringLiteral("task"), TaskPicture()},
-                                {QStringLiteral("appointment"), AppointmentPicture()}});
-    fps_->setTextColumn(kID);
-    fps_->setTextColumn(kSubject);
-    if (options_.bEditProjectActivity && global) {
-        fps_->setComboColumn(kProject, global->Projects.ToStringTab());
-        fps_->setComboColumn(kActivity, QString());
-    } else {
-        fps_->setTextColumn(kProject);
-        fps_->setTextColumn(kActivity);
-    }
-    fps_->setCurrencyColumn(kCost, 2);
-    fps_->setTextColumn(kReported);
-    fps_->setTextColumn(kReportedBy);
-    fps_->setButtonColumn(kApprove);
-    fps_->setButtonColumn(kDecline);
+    ReviewGridModel* model = fps_->reviewModel();
+    model->setCaptions({QStringLiteral(" "), QStringLiteral("ID"), QStringLiteral("Subject"),
+                        global ? global->ProjectTitle : QStringLiteral("Project"),
+                        global ? global->ActivityTitle : QStringLiteral("Activity"), QStringLiteral("Cost"),
+                        QStringLiteral("Reported"), QStringLiteral("Reported By"), QStringLiteral(" "),
+                        QStringLiteral(" ")});
+    const bool combos = options_.bEditProjectActivity && global;
+    model->setComboColumns(combos, combos ? SplitTabList(global->Projects.ToStringTab()) : QStringList());
 }
 
 ReviewFilter frmReviewReports::filter() const {
@@ -265,9 +270,13 @@ void frmReviewReports::chkQueryDateClick() {
 }
 
 void frmReviewReports::cmdReset() {
-    fps_->setRowCount(0);
-    fps_->setColumnButton(kApprove, QString());
-    fps_->setColumnButton(kDecline, QString());
+    fps_->reviewModel()->clear();
+    fps_->reviewModel()->setButtonCaption(kApprove, QString());
+    fps_->reviewModel()->setButtonCaption(kDecline, QString());
+    for (int c = 0; c < kCount; ++c)
+        fps_->reviewModel()->setColumnLocked(c, false);
+    activityLists_.clear();
+    lblCount_->clear();
     pWait_->setVisible(true);
 }
 
@@ -309,15 +318,12 @@ void frmReviewReports::cmdOK() {
         SetProgress(90);
     }
     // Tasks first, then appointments, each in the order the database gave them.
-    for (int from = 0; from < items.size() && !closing_; from += kReviewChunkRows) {
-        AddRows(items, from, std::min(int(items.size()), from + kReviewChunkRows));
-        LetWindowRepaint();
-    }
+    if (!closing_)
+        FillGrid(std::move(items));
     items = {};
     SetProgress(99);
     LoadNotifyButtons(kApprove, QStringLiteral("Approve"));
     LoadNotifyButtons(kDecline, QStringLiteral("Decline"));
-    fps_->setRowCount(fps_->dataRowCount());
     subResizeSpreadSheets();
     const int last = fps_->rowCount() - 1;
     LockCells(kID, kSubject, 0, last, true);
@@ -330,76 +336,171 @@ void frmReviewReports::cmdOK() {
     pb_->setVisible(false);
     picOK_->setEnabled(true);
     filling_ = false;
+    ShowRowCount();
 }
 
-void frmReviewReports::AddRows(const QVector<ReviewItem>& items, int from, int to) {
-    const int first = fps_->rowCount();
-    QVector<QVector<QVariant>> rows;
-    rows.reserve(to - from);
-    for (int i = from; i < to; ++i) {
-        const ReviewItem& it = items[i];
-        rows.append({it.TypeText(), it.ID, it.Subject, it.ProjectValue, it.ActivityValue,
-                     QVariant::fromValue(it.TotalCost), DateTimeToText(it.ReportedDate), it.ReportedBy});
-    }
-    fps_->setMatrix(rows, first, 0);
-    if (!options_.bEditProjectActivity)
-        return;
+void frmReviewReports::ShowRowCount() {
+    const int rows = fps_->rowCount();
+    lblCount_->setText(rows == 0   ? QStringLiteral("Nothing to review")
+                       : rows == 1 ? QStringLiteral("1 timesheet")
+                                   : QStringLiteral("%1 timesheets").arg(rows));
+}
+
+void frmReviewReports::FillGrid(QVector<ReviewItem> items) {
+    ReviewGridModel* model = fps_->reviewModel();
+    QVector<int> lists;
     const cDBSettings* global = DBSettings();
-    if (!global)
-        return;
-    // Each row's activity list is its project's; rows of one project share one list.
-    for (int i = from; i < to; ++i) {
-        const QString& project = items[i].ProjectValue;
-        auto known = activityLists_.constFind(project);
-        if (known == activityLists_.cend()) {
-            QString tab;
-            known = activityLists_.insert(
-                project, ActivityListForProject(*global, project, &tab) ? SplitTabList(tab) : QStringList());
+    if (options_.bEditProjectActivity && global) {
+        // Each row's activity list is its project's; rows of one project share one list.
+        lists.reserve(items.size());
+        for (const ReviewItem& it : items) {
+            auto known = activityLists_.constFind(it.ProjectValue);
+            if (known == activityLists_.cend()) {
+                QString tab;
+                known = activityLists_.insert(
+                    it.ProjectValue,
+                    ActivityListForProject(*global, it.ProjectValue, &tab) ? model->internList(tab) : -1);
+            }
+            lists.append(*known);
         }
-        if (!known->isEmpty())
-            fps_->setCellComboItems(first + (i - from), kActivity, *known);
     }
+    model->setItems(std::move(items), std::move(lists));
 }
 
 void frmReviewReports::LoadNotifyButtons(int col, const QString& caption) {
-    // Every row has the same button: one for the column, not one cell per row.
-    fps_->setColumnButton(col, caption, palette().color(QPalette::Button));
+    // Every row has the same button: one caption for the column, not one cell per row.
+    fps_->reviewModel()->setButtonCaption(col, caption, palette().color(QPalette::Button));
 }
 
 void frmReviewReports::LockCells(int col1, int col2, int row1, int row2, bool locked) {
-    // A block over every row locks the columns; the grid paints locked cells in the lock colour.
+    // A block over every row locks the columns; the model paints locked cells in the lock colour.
     if (row1 <= 0 && row2 >= fps_->rowCount() - 1) {
         for (int c = col1; c <= col2; ++c)
-            fps_->setColumnLocked(c, locked);
+            fps_->reviewModel()->setColumnLocked(c, locked);
         return;
     }
-    fps_->lockCells(col1, col2, row1, row2, locked);
+    fps_->reviewModel()->lockCells(col1, col2, row1, row2, locked);
 }
 
 void frmReviewReports::SortCol(int col) {
-    fps_->sortRows({GridWidget::SortKey{col, Qt::AscendingOrder}});
+    fps_->reviewModel()->sort(col, Qt::AscendingOrder);
 }
 
 void frmReviewReports::ButtonClicked(int row, int col) {
-    if (filling_ || (col != kApprove && col != kDecline))
+    if (filling_ || (col != kApprove && col != kDecline) || row < 0 || row >= fps_->rowCount())
         return;
-    ReviewRowTexts texts;
-    texts.id = fps_->text(row, kID);
-    texts.subject = fps_->text(row, kSubject);
-    texts.type = fps_->text(row, kType);
-    texts.cells.project = fps_->text(row, kProject);
-    texts.cells.activity = fps_->text(row, kActivity);
-    // The cost goes back as the value the cell holds, not rounded to what it shows.
-    const QVariant cost = fps_->value(row, kCost);
-    texts.cells.cost = cost.isValid() ? cost.value<Money>().toPlainString() : QString();
+    const ReviewRowTexts texts = fps_->reviewModel()->rowTexts(row);
     const ReviewButton button = col == kApprove ? ReviewButton::Approve : ReviewButton::Decline;
-    if (ReviewButtonClicked(button, texts, options_)) {
-        fps_->deleteRows(row, 1);
-        fps_->setRowCount(fps_->dataRowCount());
+    if (ReviewButtonClicked(button, texts, options_, [this] { return AskDeclineReason(); })) {
+        fps_->reviewModel()->dropRows({row});
+        ShowRowCount();
     }
 }
 
-bool ReviewButtonClicked(ReviewButton button, const ReviewRowTexts& row, const ReviewOptions& options) {
+std::optional<QString> frmReviewReports::AskDeclineReason() {
+    if (askReason_)
+        return askReason_();
+    bool ok = false;
+    const QString reason = QInputDialog::getMultiLineText(
+        this, QStringLiteral("Tally Loom Manager Process"),
+        QStringLiteral("Reason for the decline, told to the member (may be left empty):"), QString(), &ok);
+    if (!ok)
+        return std::nullopt;
+    return reason.trimmed();
+}
+
+void frmReviewReports::ApproveSelected() {
+    RunBatch(ReviewAction::Approve);
+}
+
+void frmReviewReports::DeclineSelected() {
+    RunBatch(ReviewAction::Decline);
+}
+
+void frmReviewReports::RunBatch(ReviewAction action) {
+    if (filling_)
+        return;
+    const QVector<int> selected = fps_->selectedRowNumbers();
+    if (selected.isEmpty())
+        return;
+    if (action == ReviewAction::Decline) {
+        const cDBSettings* global = DBSettings();
+        if (!global || !DeclineRemovesRows(*global))
+            return;
+    }
+    const int total = int(selected.size());
+    const QString question =
+        action == ReviewAction::Approve ? ApproveManyQuestion(total) : DeclineManyQuestion(total);
+    if (MsgBox(question, PromptIcon::Question, PromptButtons::YesNo) != PromptAnswer::Yes)
+        return;
+    QString reason;
+    if (action == ReviewAction::Decline) {
+        const std::optional<QString> given = AskDeclineReason();
+        if (!given)
+            return;
+        reason = *given;
+    }
+    QVector<ReviewRowTexts> rows;
+    rows.reserve(total);
+    for (int r : selected)
+        rows.append(fps_->reviewModel()->rowTexts(r));
+
+    QProgressDialog progress(action == ReviewAction::Approve ? QStringLiteral("Approving timesheets...")
+                                                             : QStringLiteral("Declining timesheets..."),
+                             QStringLiteral("Cancel"), 0, total, this);
+    progress.setWindowModality(Qt::WindowModal);
+    progress.setMinimumDuration(500);
+    progress.setAutoClose(false);
+    progress.setAutoReset(false);
+    filling_ = true;
+    const ReviewBatchOutcome outcome = ReviewRows(action, rows, options_, reason, [&](int done, int) {
+        progress.setValue(done);
+        if (batchHook_)
+            batchHook_(progress, done);
+        QCoreApplication::processEvents();
+        return !progress.wasCanceled();
+    });
+    filling_ = false;
+    progress.close();
+    // The rows that went through leave the grid; the others stay as they were.
+    fps_->reviewModel()->dropRows(selected.mid(0, outcome.done));
+    ShowRowCount();
+    if (outcome.kind == ReviewBatchOutcome::Kind::Refused)
+        ShowReviewOutcome(outcome.refusal);
+    const QString end = BatchEndText(action, outcome, total);
+    if (!end.isEmpty())
+        MsgBox(end, outcome.kind == ReviewBatchOutcome::Kind::Refused ? PromptIcon::Exclamation
+                                                                      : PromptIcon::Information);
+}
+
+QString ApproveManyQuestion(int count) {
+    return QStringLiteral("Continue approval for %1 timesheets?").arg(count);
+}
+
+QString DeclineManyQuestion(int count) {
+    return QStringLiteral("Continue decline of %1 timesheets?").arg(count) + u'\n' +
+           QStringLiteral("NOTE: If yes, these timesheets will be deleted from the database");
+}
+
+QString BatchEndText(ReviewAction action, const ReviewBatchOutcome& outcome, int total) {
+    const QString verb =
+        action == ReviewAction::Approve ? QStringLiteral("approved") : QStringLiteral("declined");
+    const QString count = QStringLiteral("%1 of %2 timesheets %3").arg(outcome.done).arg(total).arg(verb);
+    switch (outcome.kind) {
+        case ReviewBatchOutcome::Kind::Done:
+            return QString();
+        case ReviewBatchOutcome::Kind::Cancelled:
+            return QStringLiteral("Cancelled: ") + count +
+                   QStringLiteral("; the others are left as they were.");
+        case ReviewBatchOutcome::Kind::Refused:
+            break;
+    }
+    return count + QStringLiteral("; stopped at timesheet #") + outcome.refusedRow.id + QStringLiteral(" '") +
+           outcome.refusedRow.subject.trimmed() + QStringLiteral("', which was refused.");
+}
+
+bool ReviewButtonClicked(ReviewButton button, const ReviewRowTexts& row, const ReviewOptions& options,
+                         const DeclineReasonAsker& askReason) {
     if (row.id.isEmpty())
         return false;
     const auto yes = [](const QString& question) {
@@ -416,7 +517,14 @@ bool ReviewButtonClicked(ReviewButton button, const ReviewRowTexts& row, const R
             return false;
         if (!yes(DeclineQuestion(row.id, row.subject)))
             return false;
-        outcome = DeleteDBItem(row.id, row.type);
+        QString reason;
+        if (askReason) {
+            const std::optional<QString> given = askReason();
+            if (!given)
+                return false;
+            reason = *given;
+        }
+        outcome = DeleteDBItem(row.id, row.type, reason);
     }
     ShowReviewOutcome(outcome);
     return outcome.done();
@@ -447,10 +555,9 @@ void frmReviewReports::ComboSelChange(int row, int col) {
     QString tab;
     if (!ActivityListForProject(*global, fps_->text(row, kProject), &tab))
         return;
-    // The activity keeps its text even when the new project has no such activity.
-    const QString kept = fps_->text(row, kActivity);
-    fps_->setCellComboList(row, kActivity, tab);
-    fps_->setValue(row, kActivity, kept);
+    // The activity keeps its text even when the new project has no such activity: only the list
+    // changes, and the row's activity stays until the user picks another.
+    fps_->reviewModel()->setRowList(row, fps_->reviewModel()->internList(tab));
 }
 
 void frmReviewReports::subResizeSpreadSheets() {

@@ -6,7 +6,9 @@
 #include <QStringList>
 #include <functional>
 #include <memory>
+#include <optional>
 
+#include "review/review_grid_form.h"
 #include "review/review_queue.h"
 
 class QCheckBox;
@@ -15,34 +17,28 @@ class QDateEdit;
 class QGroupBox;
 class QLabel;
 class QProgressBar;
+class QProgressDialog;
 class QPushButton;
 
 namespace tlm {
 
-class GridWidget;
 class cUISettings;
-
-// Grid columns, 0-based (the review's own numbering counts from 1).
-namespace review_col {
-inline constexpr int kType = 0;
-inline constexpr int kID = 1;
-inline constexpr int kSubject = 2;
-inline constexpr int kProject = 3;
-inline constexpr int kActivity = 4;
-inline constexpr int kCost = 5;
-inline constexpr int kReported = 6;
-inline constexpr int kReportedBy = 7;
-inline constexpr int kApprove = 8;
-inline constexpr int kDecline = 9;
-inline constexpr int kCount = 10;
-}  // namespace review_col
 
 // A row's button, as the grid reports it.
 enum class ReviewButton { Approve, Decline };
+// The reason a decline is given: nullopt when the user cancelled (nothing is declined), an empty
+// text when none was given.
+using DeclineReasonAsker = std::function<std::optional<QString>()>;
 // Asks the user, runs the review's step (ApproveDBItem or DeleteDBItem), shows what came of it, and
 // answers whether the row leaves the grid. Decline asks nothing and does nothing while
-// tpoAuditRemoveDeclinedDataFromDB is 0.
-bool ReviewButtonClicked(ReviewButton button, const ReviewRowTexts& row, const ReviewOptions& options);
+// tpoAuditRemoveDeclinedDataFromDB is 0; after Yes it asks the reason when askReason is given.
+bool ReviewButtonClicked(ReviewButton button, const ReviewRowTexts& row, const ReviewOptions& options,
+                         const DeclineReasonAsker& askReason = {});
+// The confirmation of several rows at once.
+QString ApproveManyQuestion(int count);
+QString DeclineManyQuestion(int count);
+// What the user is told when a batch stopped before its end; empty when every row went through.
+QString BatchEndText(ReviewAction action, const ReviewBatchOutcome& outcome, int total);
 // Shows a failed outcome: the connection message in a box, a refused statement as the error report.
 void ShowReviewOutcome(const ReviewOutcome& outcome);
 
@@ -66,6 +62,9 @@ class frmReviewReports : public QDialog {
     // The grid's events (0-based row and column).
     void ButtonClicked(int row, int col);
     void ComboSelChange(int row, int col);
+    // The selected rows, approved or declined with one question and a progress window.
+    void ApproveSelected();
+    void DeclineSelected();
 
     void LoadNotifyButtons(int col, const QString& caption);
     void LockCells(int col1, int col2, int row1, int row2, bool locked);
@@ -74,7 +73,15 @@ class frmReviewReports : public QDialog {
     const ReviewOptions& options() const { return options_; }
     bool filling() const { return filling_; }
     // For tests and the window's own layout.
-    GridWidget* grid() const { return fps_; }
+    ReviewGrid* grid() const { return fps_; }
+    QLabel* rowCountLabel() const { return lblCount_; }
+    QPushButton* approveSelectedButton() const { return cmdApproveSelected_; }
+    QPushButton* declineSelectedButton() const { return cmdDeclineSelected_; }
+    // Tests answer the reason's question and drive the batch's progress window (cancel it).
+    void setDeclineReasonAsker(DeclineReasonAsker asker) { askReason_ = std::move(asker); }
+    void setBatchProgressHook(std::function<void(QProgressDialog&, int done)> hook) {
+        batchHook_ = std::move(hook);
+    }
     QComboBox* cboFilter() const { return cboFilter_; }
     QComboBox* cboValue() const { return cboValue_; }
     QComboBox* cboTypes() const { return cboTypes_; }
@@ -101,7 +108,10 @@ class frmReviewReports : public QDialog {
     void chkQueryDateClick();
     void SaveUISettings();
     void SetUpGrid();
-    void AddRows(const QVector<ReviewItem>& items, int from, int to);
+    void FillGrid(QVector<ReviewItem> items);
+    void ShowRowCount();
+    void RunBatch(ReviewAction action);
+    std::optional<QString> AskDeclineReason();
     void subResizeSpreadSheets();
     void SetProgress(int value);
     void LetWindowRepaint();
@@ -124,9 +134,14 @@ class frmReviewReports : public QDialog {
     QPushButton* cmdReset_ = nullptr;
     QProgressBar* pb_ = nullptr;
     QLabel* pWait_ = nullptr;
-    GridWidget* fps_ = nullptr;
+    ReviewGrid* fps_ = nullptr;
+    QLabel* lblCount_ = nullptr;
+    QPushButton* cmdApproveSelected_ = nullptr;
+    QPushButton* cmdDeclineSelected_ = nullptr;
+    DeclineReasonAsker askReason_;
+    std::function<void(QProgressDialog&, int)> batchHook_;
     QList<int> marks_;
-    QHash<QString, QStringList> activityLists_;  // per project, shared by its rows
+    QHash<QString, int> activityLists_;  // per project, the model's list
     bool filling_ = false;
     bool closing_ = false;
 };

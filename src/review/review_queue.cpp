@@ -1,5 +1,7 @@
 #include "review/review_queue.h"
 
+#include <QSet>
+
 #include "core/codecs.h"
 #include "core/error_report.h"
 #include "database/connection.h"
@@ -157,6 +159,9 @@ bool LoadRecordsetToCollection(Recordset* rs, bool bAppointment, QVector<ReviewI
         return fail(NoObject(QStringLiteral("Search.LoadRecordsetToCollection")));
     items.reserve(items.size() + rs->RecordCount());
     int done = 0;
+    // Projects, activities and reporters repeat over many rows: one copy of each text is kept.
+    QSet<QString> pool;
+    const auto shared = [&pool](QString& text) { text = *pool.insert(text); };
     // One record at a time: the grid needs only a few of its values, and nothing reads the
     // records after the filling, so none is kept.
     while (!rs->Eof()) {
@@ -169,6 +174,10 @@ bool LoadRecordsetToCollection(Recordset* rs, bool bAppointment, QVector<ReviewI
             t.FromRecordset(*rs);
             items.append(ReviewItemFrom(t, false));
         }
+        ReviewItem& added = items.last();
+        shared(added.ProjectValue);
+        shared(added.ActivityValue);
+        shared(added.ReportedBy);
         if (!rs->MoveNext()) {
             Failure f = rs->LastError();
             f.label = QStringLiteral("Search.LoadRecordsetToCollection");
@@ -244,7 +253,7 @@ ReviewOutcome ApproveDBItem(const QString& sID, const QString& sType, const Appr
     return Outcome(ReviewOutcome::Kind::Done);
 }
 
-ReviewOutcome DeleteDBItem(const QString& sID, const QString& sType) {
+ReviewOutcome DeleteDBItem(const QString& sID, const QString& sType, const QString& reason) {
     const QString label = QStringLiteral("AuditManager.DeleteDBItem");
     const QString table = ReviewTableFor(sType);
     const SqlText remove =
@@ -256,7 +265,7 @@ ReviewOutcome DeleteDBItem(const QString& sID, const QString& sType) {
         // The row must still be there for the notice, hence before the delete.
         std::unique_ptr<Recordset> rs = GetDBRecordset(ReviewRowQuery(table, sID));
         if (rs && rs->RecordCount() > 0)
-            SendEmailNotificationToMemberWhenDeclined(ReportedItemRef(*rs), sType);
+            SendEmailNotificationToMemberWhenDeclined(ReportedItemRef(*rs), sType, reason);
     }
     std::unique_ptr<Command> cmd = GetCommand();
     if (!cmd)
@@ -290,26 +299,71 @@ ApproveCells UneditedCells(const ReviewItem& item) {
     return {item.ProjectValue, item.ActivityValue, item.TotalCost.toPlainString()};
 }
 
-QueuedApproval ApproveQueuedItem(const QString& sID, const QString& sType, qint32 dbChoice,
-                                 const ReviewOptions& options) {
-    QueuedApproval approval;
+namespace {
+
+// The queued row of a kind and ID, as the screen's grid would hold it.
+QueuedApproval FindQueued(const QString& sID, const QString& sType, qint32 dbChoice) {
+    QueuedApproval found;
     const bool appointment = sType == u"appointment";
     SqlText query = ReviewQueryFor(ReviewFilter(), dbChoice, ReviewTableFor(sType));
     std::unique_ptr<Recordset> rs = GetDBRecordset(query.Words(u" and ID = ").Integer(sID), true, false);
     QVector<ReviewItem> items;
     Failure failure;
     if (!rs || !LoadRecordsetToCollection(rs.get(), appointment, items, {}, &failure)) {
-        approval.outcome = Outcome(ReviewOutcome::Kind::ReadFailed, rs ? failure : Failure());
-        return approval;
+        found.outcome = Outcome(ReviewOutcome::Kind::ReadFailed, rs ? failure : Failure());
+        return found;
     }
-    rs.reset();
     if (items.isEmpty()) {
-        approval.outcome = Outcome(ReviewOutcome::Kind::NotQueued);
-        return approval;
+        found.outcome = Outcome(ReviewOutcome::Kind::NotQueued);
+        return found;
     }
-    approval.item = items.first();
-    approval.outcome = ApproveDBItem(approval.item.ID, sType, UneditedCells(approval.item), options);
+    found.item = items.first();
+    found.outcome = Outcome(ReviewOutcome::Kind::Done);
+    return found;
+}
+
+}  // namespace
+
+QueuedApproval ApproveQueuedItem(const QString& sID, const QString& sType, qint32 dbChoice,
+                                 const ReviewOptions& options) {
+    QueuedApproval approval = FindQueued(sID, sType, dbChoice);
+    if (approval.outcome.done())
+        approval.outcome = ApproveDBItem(approval.item.ID, sType, UneditedCells(approval.item), options);
     return approval;
+}
+
+QueuedApproval DeclineQueuedItem(const QString& sID, const QString& sType, qint32 dbChoice,
+                                 const QString& reason) {
+    QueuedApproval decline = FindQueued(sID, sType, dbChoice);
+    if (decline.outcome.done())
+        decline.outcome = DeleteDBItem(decline.item.ID, sType, reason);
+    return decline;
+}
+
+ReviewBatchOutcome ReviewRows(ReviewAction action, const QVector<ReviewRowTexts>& rows,
+                              const ReviewOptions& options, const QString& reason,
+                              const ReviewBatchProgress& progress) {
+    ReviewBatchOutcome batch;
+    const int total = int(rows.size());
+    for (const ReviewRowTexts& row : rows) {
+        if (progress && !progress(batch.done, total)) {
+            batch.kind = ReviewBatchOutcome::Kind::Cancelled;
+            return batch;
+        }
+        const ReviewOutcome out = action == ReviewAction::Approve
+                                      ? ApproveDBItem(row.id, row.type, row.cells, options)
+                                      : DeleteDBItem(row.id, row.type, reason);
+        if (!out.done()) {
+            batch.kind = ReviewBatchOutcome::Kind::Refused;
+            batch.refusal = out;
+            batch.refusedRow = row;
+            return batch;
+        }
+        ++batch.done;
+    }
+    if (progress)
+        progress(batch.done, total);
+    return batch;
 }
 
 bool ActivityListForProject(const cDBSettings& global, const QString& project, QString* tabList) {

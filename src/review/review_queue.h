@@ -132,8 +132,9 @@ struct ReviewOutcome {
 ReviewOutcome ApproveDBItem(const QString& sID, const QString& sType, const ApproveCells& cells,
                             const ReviewOptions& options);
 // Gives the decline notice the row first, then deletes it. Done once the statement ran (also when
-// the row was gone already); a failure is labelled "AuditManager.DeleteDBItem".
-ReviewOutcome DeleteDBItem(const QString& sID, const QString& sType);
+// the row was gone already); a failure is labelled "AuditManager.DeleteDBItem". reason fills the
+// notice's TLM_DECLINE_REASON (empty when none was given).
+ReviewOutcome DeleteDBItem(const QString& sID, const QString& sType, const QString& reason = QString());
 
 // The unapproved rows of the filter's kinds, tasks first, each table in the database's order, read
 // without telling anybody: Done or ReadFailed.
@@ -155,6 +156,30 @@ struct QueuedApproval {
 };
 QueuedApproval ApproveQueuedItem(const QString& sID, const QString& sType, qint32 dbChoice,
                                  const ReviewOptions& options);
+
+// Declining by ID: as ApproveQueuedItem, for a row of the queue, ending in DeleteDBItem.
+QueuedApproval DeclineQueuedItem(const QString& sID, const QString& sType, qint32 dbChoice,
+                                 const QString& reason);
+
+// Several rows at once, each through the same step as one row's button (ApproveDBItem or
+// DeleteDBItem), in the order given.
+enum class ReviewAction { Approve, Decline };
+struct ReviewBatchOutcome {
+    enum class Kind {
+        Done,       // every row went through
+        Cancelled,  // progress answered false: the rows from `done` on were not touched
+        Refused,    // a row's step did not end in Done: refusal says why, the rows after it untouched
+    };
+    Kind kind = Kind::Done;
+    int done = 0;               // rows approved or declined, the first `done` of the list
+    ReviewOutcome refusal;      // the refused row's outcome
+    ReviewRowTexts refusedRow;  // the row it stopped at
+};
+// progress runs before each row with the count done so far and the total; false cancels there.
+using ReviewBatchProgress = std::function<bool(int done, int total)>;
+ReviewBatchOutcome ReviewRows(ReviewAction action, const QVector<ReviewRowTexts>& rows,
+                              const ReviewOptions& options, const QString& reason = QString(),
+                              const ReviewBatchProgress& progress = {});
 
 // The activity list for a row whose project changed: the project's own list, or nullopt-like
 // false when the project has none (the cell keeps its list then).

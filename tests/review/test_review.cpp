@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <QJsonObject>
 #include <QSet>
+#include <algorithm>
 #include <functional>
 
 #include "core/process_state.h"
 #include "database/connection.h"
+#include "reported/task_data.h"
 #include "review/review_fixture.h"
 #include "review/review_queue.h"
 
@@ -254,6 +257,122 @@ TEST_P(ReviewEngineTest, TheQueueReadIsTheScreensRows) {
     EXPECT_EQ(int(refused.outcome.kind), int(ReviewOutcome::Kind::ReadFailed));
     EXPECT_TRUE(refused.items.isEmpty());
     EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+}
+
+// Several rows go through the one row's step in order; a refusal stops the batch there and a
+// cancel leaves the rest as they were.
+TEST_P(ReviewEngineTest, BatchOfFiftyGoesRowByRowStopsAtARefusalAndCancels) {
+    using Kind = ReviewBatchOutcome::Kind;
+    const qint32 choice = IsSqlite() ? 0 : 1;
+    const ReviewQueueRead queue = ReadReviewQueue(ReviewFilter(), choice);
+    ASSERT_TRUE(queue.outcome.done());
+    ASSERT_GE(queue.items.size(), 200);
+    const int before = int(queue.items.size());
+    const struct {
+        const char* what;
+        ReviewAction action;
+        int cancelAt;  // the progress answers false when this many are done; -1 never
+        int refuseAt;  // this row's project holds an apostrophe; -1 none
+        Kind kind;
+        int done;
+    } cases[] = {
+        {"fifty approved", ReviewAction::Approve, -1, -1, Kind::Done, 50},
+        {"cancelled halfway", ReviewAction::Approve, 25, -1, Kind::Cancelled, 25},
+        {"refused at the thirtieth", ReviewAction::Approve, -1, 30, Kind::Refused, 30},
+        {"fifty declined", ReviewAction::Decline, -1, -1, Kind::Done, 50},
+    };
+    int slice = 0;
+    int approved = 0, declined = 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        QVector<ReviewRowTexts> rows;
+        for (int i = slice; i < slice + 50; ++i) {
+            const ReviewItem& it = queue.items[i];
+            rows.append({it.TypeText(), it.ID, it.Subject, UneditedCells(it)});
+        }
+        slice += 50;
+        if (c.refuseAt >= 0)
+            rows[c.refuseAt].cells.project = QStringLiteral("O'Brien's Kitchen");
+        QVector<int> calls;
+        const ReviewBatchOutcome out =
+            ReviewRows(c.action, rows, {c.refuseAt >= 0, false}, QString(), [&](int done, int total) {
+                EXPECT_EQ(total, 50);
+                calls.append(done);
+                return done != c.cancelAt;
+            });
+        EXPECT_EQ(int(out.kind), int(c.kind));
+        EXPECT_EQ(out.done, c.done);
+        // Asked once before each row it came to, with the count done so far.
+        for (int i = 0; i < std::min(int(calls.size()), c.done + 1); ++i)
+            EXPECT_EQ(calls[i], i);
+        if (c.kind == Kind::Refused) {
+            EXPECT_EQ(out.refusedRow.id, rows[c.refuseAt].id);
+            EXPECT_EQ(out.refusal.failure.label, QStringLiteral("AuditManager.ApproveDBItem"));
+        } else {
+            EXPECT_FALSE(out.refusal.failure.isSet());
+        }
+        // Exactly the first `done` rows changed, each in its own table only.
+        for (int i = 0; i < rows.size(); ++i) {
+            const QString where = QStringLiteral("ID = ") + rows[i].id;
+            const int unapproved =
+                CountWhere(ReviewTableFor(rows[i].type), where + QStringLiteral(" AND Approved = 0"));
+            const int present = CountWhere(ReviewTableFor(rows[i].type), where);
+            const bool touched = i < c.done;
+            if (c.action == ReviewAction::Approve) {
+                EXPECT_EQ(unapproved, touched ? 0 : 1) << i;
+                EXPECT_EQ(present, 1) << i;
+            } else {
+                EXPECT_EQ(present, touched ? 0 : 1) << i;
+            }
+        }
+        (c.action == ReviewAction::Approve ? approved : declined) += c.done;
+    }
+    EXPECT_EQ(int(ReadReviewQueue(ReviewFilter(), choice).items.size()), before - approved - declined);
+    // As for one row: the senders get the open recordset and mail nobody; nothing is shown.
+    EXPECT_TRUE(transport->mails.isEmpty());
+    EXPECT_TRUE(PromptTexts().isEmpty()) << PromptTexts().join(u'|').toStdString();
+    EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
+}
+
+// The decline notice carries the manager's reason where its template has the tag, escaped for the
+// mail's HTML; the review's own decline hands it on the same way.
+TEST_P(ReviewEngineTest, DeclineReasonReachesTheMemberMail) {
+    global->MessageTemplates.SetValue(
+        QStringLiteral("tpoNotifyMemberWhenDecline"),
+        QStringLiteral("<p>Declined because: [TLM_DECLINE_REASON] TLM_SUBJECT</p>"));
+    auto rs = Open(QStringLiteral("SELECT * FROM tReportedTasks WHERE ID = ") + id);
+    cTaskData task;
+    task.FromRecordset(*rs);
+    const struct {
+        const char* reason;
+        const char* shown;
+    } cases[] = {
+        {"Wrong project & <date>", "[Wrong project &amp; &lt;date&gt;]"},
+        {"", "[]"},
+        {"first line\nsecond TLM_SUBJECT", "[first line<BR>second TLM_SUBJECT]"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.reason);
+        const int sent = int(transport->mails.size());
+        SendEmailNotificationToMemberWhenDeclined(task, QStringLiteral("task"), QString::fromUtf8(c.reason));
+        ASSERT_EQ(int(transport->mails.size()), sent + 1);
+        const QString html = transport->mails.last().html;
+        EXPECT_TRUE(html.contains(QString::fromUtf8(c.shown) + u' ' + task.Subject)) << html.toStdString();
+        if (!SinkProfile())
+            continue;
+        ASSERT_EQ(transport->results.last().status, MailSendResult::Status::Sent)
+            << transport->results.last().reason.toStdString();
+        const QJsonObject arrived = SinkMail(transport->results.last().messageId);
+        ASSERT_FALSE(arrived.isEmpty());
+        EXPECT_TRUE(arrived.value(QStringLiteral("body")).toString().contains(QString::fromUtf8(c.shown)))
+            << arrived.value(QStringLiteral("body")).toString().toStdString();
+    }
+    // Through the review's decline the reason goes to the same sender, which stops at the open
+    // recordset as always: the row goes, no mail.
+    const int sent = int(transport->mails.size());
+    EXPECT_TRUE(DeleteDBItem(id, QStringLiteral("task"), QStringLiteral("duplicate")).done());
+    EXPECT_EQ(Rows(QStringLiteral("tReportedTasks"), QStringLiteral("1 = 1")), 0);
+    EXPECT_EQ(int(transport->mails.size()), sent);
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, ReviewEngineTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
