@@ -8,6 +8,7 @@
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QHash>
 #include <QHeaderView>
 #include <QIcon>
 #include <QLabel>
@@ -79,17 +80,47 @@ void SearchListModel::SetHeaders(const QStringList& headers) {
 
 void SearchListModel::Fill(const SearchResults& results) {
     beginResetModel();
-    rows_.clear();
-    rows_.reserve(size_t(results.Count()));
-    for (int i = 0; i < results.Count(); ++i)
-        rows_.push_back(Row{results.Key(i), SearchRowValues(results.Common(i))});
+    results_ = &results;
+    Arrange();
     endResetModel();
 }
 
 void SearchListModel::Clear() {
     beginResetModel();
     rows_.clear();
+    results_ = nullptr;
     endResetModel();
+}
+
+void SearchListModel::Arrange() {
+    rows_.clear();
+    if (!results_)
+        return;
+    rows_.reserve(size_t(results_->Count()));
+    for (int i : SortedPositions(*results_, sortColumn_, sortOrder_ == Qt::DescendingOrder))
+        rows_.push_back(Row{results_->Key(i), SearchRowValues(results_->Common(i))});
+}
+
+void SearchListModel::sort(int column, Qt::SortOrder order) {
+    sortColumn_ = column >= 0 && column < 7 ? column : -1;
+    sortOrder_ = order;
+    emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
+    // Selections and the current row follow their records.
+    const QModelIndexList before = persistentIndexList();
+    QStringList keys;
+    for (const QModelIndex& index : before)
+        keys << Key(index.row());
+    Arrange();
+    QHash<QString, int> rowOf;
+    for (int r = 0; r < rowCount(); ++r)
+        rowOf.insert(rows_[size_t(r)].key, r);
+    QModelIndexList after;
+    for (int i = 0; i < before.size(); ++i) {
+        const int row = rowOf.value(keys[i], -1);
+        after << (row < 0 ? QModelIndex() : index(row, before[i].column()));
+    }
+    changePersistentIndexList(before, after);
+    emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
 }
 
 QString SearchListModel::Key(int row) const {
@@ -130,6 +161,9 @@ QVariant SearchListModel::data(const QModelIndex& index, int role) const {
 QVariant SearchListModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation == Qt::Horizontal && role == Qt::DisplayRole)
         return headers_.value(section);
+    // A column clicked for the first time sorts up, whatever the last column's direction was.
+    if (orientation == Qt::Horizontal && role == Qt::InitialSortOrderRole)
+        return int(Qt::AscendingOrder);
     return QAbstractTableModel::headerData(section, orientation, role);
 }
 
@@ -242,7 +276,10 @@ frmSearch::frmSearch(cDBSettings& global, cUISettings& ui, QWidget* parent)
     lvResult_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     lvResult_->setSelectionBehavior(QAbstractItemView::SelectRows);
     lvResult_->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    lvResult_->setSortingEnabled(false);  // printing walks the rows by position
+    // Load order until a header is clicked; a third click on a column goes back to it.
+    lvResult_->header()->setSortIndicator(-1, Qt::AscendingOrder);
+    lvResult_->header()->setSortIndicatorClearable(true);
+    lvResult_->setSortingEnabled(true);
     lvResult_->header()->setStretchLastSection(false);
     listLayout->addWidget(lblResult_);
     listLayout->addWidget(lvResult_, 1);
@@ -372,8 +409,11 @@ void frmSearch::FillTasks() {
         return;
     subTraceAction(QStringLiteral("Search.cmbProject_Click"));
     cmbTask_->clear();
+    // The empty entry first and chosen: a search by the project alone, until an activity is picked.
+    cmbTask_->addItem(QString());
     if (const cSingleList* list = global_.AllTasksProjects.Find(project))
         cmbTask_->addItems(list->Items.Keys());
+    cmbTask_->setCurrentIndex(0);
 }
 
 SearchCriteria frmSearch::Criteria() const {
@@ -436,6 +476,15 @@ QList<bool> frmSearch::SelectedFlags() const {
     return flags;
 }
 
+QStringList frmSearch::SelectedKeys() const {
+    QStringList keys;
+    const QList<bool> flags = SelectedFlags();
+    for (int row = 0; row < int(flags.size()); ++row)
+        if (flags[row])
+            keys << model_->Key(row);
+    return keys;
+}
+
 int frmSearch::TotalSelectedItems() const {
     return int(lvResult_->selectionModel()->selectedRows().size());
 }
@@ -481,7 +530,7 @@ void frmSearch::subPrintSelectedItems(bool toPdf) {
         MsgBox(PrintQuestion(selected), PromptIcon::Question, PromptButtons::YesNo) != PromptAnswer::Yes)
         return;
     const QString printTemplate = global_.MessageTemplates.GetValue(tpo::kPrintTemplate).toString();
-    const QStringList pages = PrintPages(colResults_, SelectedFlags(), printTemplate);
+    const QStringList pages = PrintPagesForKeys(colResults_, SelectedKeys(), printTemplate);
     if (!pages.isEmpty())
         OutputPages(pages, toPdf);
 }

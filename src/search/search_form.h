@@ -27,13 +27,15 @@ class cDBSettings;
 class cUISettings;
 
 // The rows of the result list: the seven column values and the record's key, built from the
-// results in their order and never sorted (printing walks the rows by position).
+// results in their order and sorted by a column on request. Printing and deleting go by the row's
+// key, never by its position in the results.
 class SearchListModel : public QAbstractTableModel {
     Q_OBJECT
   public:
     explicit SearchListModel(QObject* parent = nullptr);
     void SetHeaders(const QStringList& headers);
-    // Replaces every row with the results, numbered from 1 in load order.
+    // Replaces every row with the results, in the column order last asked for (load order at first).
+    // The results must outlive the rows.
     void Fill(const SearchResults& results);
     void Clear();
     QString Key(int row) const;
@@ -43,14 +45,20 @@ class SearchListModel : public QAbstractTableModel {
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    // A header click; a column outside the seven goes back to load order.
+    void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
 
   private:
     struct Row {
         QString key;
         std::array<QString, 7> values;
     };
+    void Arrange();
     QStringList headers_;
     std::vector<Row> rows_;
+    const SearchResults* results_ = nullptr;
+    int sortColumn_ = -1;
+    Qt::SortOrder sortOrder_ = Qt::AscendingOrder;
 };
 
 // Finds reported items by one criterion, lists them, previews, prints and deletes them.
@@ -107,6 +115,7 @@ class frmSearch : public QDialog {
     void FillTasks();
     void SaveUISettings();
     QList<bool> SelectedFlags() const;
+    QStringList SelectedKeys() const;
     void subPrintSelectedItems(bool toPdf);
     bool OutputPages(const QStringList& pages, bool toPdf);
 

@@ -1,6 +1,7 @@
 #include "search/search_results.h"
 
 #include <QLocale>
+#include <algorithm>
 
 #include "core/error_report.h"
 #include "database/connection.h"
@@ -139,6 +140,65 @@ QStringList PrintPages(const SearchResults& results, const QList<bool>& selected
         if (position > results.Count())
             continue;
         pages.append(results.SubstituePlaceHolders(position - 1, printTemplate));
+    }
+    return pages;
+}
+
+namespace {
+
+// <0, 0, >0 as a sorts before, with or after b in the column, ascending.
+int CompareInColumn(const cReportedRecord& a, const cReportedRecord& b, int column) {
+    const auto three = [](const auto& x, const auto& y) { return x < y ? -1 : y < x ? 1 : 0; };
+    switch (column) {
+        case 0:
+            return QString::compare(a.Subject, b.Subject, Qt::CaseInsensitive);
+        case 1: {
+            // IDs are whole numbers; anything else sorts after them, as text.
+            bool okA = false, okB = false;
+            const qint64 x = a.ID.trimmed().toLongLong(&okA), y = b.ID.trimmed().toLongLong(&okB);
+            if (okA && okB)
+                return three(x, y);
+            if (okA != okB)
+                return okA ? -1 : 1;
+            return QString::compare(a.ID, b.ID, Qt::CaseInsensitive);
+        }
+        case 2:
+            return QString::compare(a.ReportedBy, b.ReportedBy, Qt::CaseInsensitive);
+        case 3:
+            return QString::compare(a.ProjectValue, b.ProjectValue, Qt::CaseInsensitive);
+        case 4:
+            return QString::compare(a.ActivityValue, b.ActivityValue, Qt::CaseInsensitive);
+        case 5:
+            return three(a.TotalCost, b.TotalCost);
+        case 6:
+            return three(a.ReportedDate, b.ReportedDate);
+        default:
+            return 0;
+    }
+}
+
+}  // namespace
+
+std::vector<int> SortedPositions(const SearchResults& results, int column, bool descending) {
+    std::vector<int> order(size_t(results.Count()));
+    for (int i = 0; i < results.Count(); ++i)
+        order[size_t(i)] = i;
+    if (column < 0 || column > 6)
+        return order;
+    std::stable_sort(order.begin(), order.end(), [&](int x, int y) {
+        const int c = CompareInColumn(results.Common(x), results.Common(y), column);
+        return descending ? c > 0 : c < 0;
+    });
+    return order;
+}
+
+QStringList PrintPagesForKeys(const SearchResults& results, const QStringList& keys,
+                              const QString& printTemplate) {
+    QStringList pages;
+    for (const QString& key : keys) {
+        const int position = results.Find(key);
+        if (position >= 0)
+            pages.append(results.SubstituePlaceHolders(position, printTemplate));
     }
     return pages;
 }

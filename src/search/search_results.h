@@ -69,6 +69,16 @@ QString DeleteQuestion(int count);
 // "Are you sure you want to print N reported item(s)?"
 QString PrintQuestion(int count);
 
+// The positions of the results in the order of one list column (0 to 6): text columns without regard
+// to case, "ID" and "Cost" as numbers, "Last Reported" as a date and time. Equal values keep the load
+// order, in either direction. Any other column gives the load order.
+std::vector<int> SortedPositions(const SearchResults& results, int column, bool descending);
+
+// The pages to print for the records of these keys, in the keys' order (the list's rows as shown);
+// a key no record has is skipped.
+QStringList PrintPagesForKeys(const SearchResults& results, const QStringList& keys,
+                              const QString& printTemplate);
+
 // The pages to print: walking the list rows by position, each selected row's record at that
 // position filled into the print template. The list must be in the results' order; a position past
 // the results is skipped.

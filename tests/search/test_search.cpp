@@ -275,6 +275,55 @@ TEST_P(SearchDbTest, DeleteRemovesOnlyTheRowOfItsTable) {
     EXPECT_TRUE(presenter.reports[0].contains(QStringLiteral("In Function: Search.deleteReport")));
 }
 
+// A list column orders the results by its kind of value: numbers and dates are not compared as
+// text, equal values keep the load order, and a page is printed for the record of its key.
+TEST_P(SearchDbTest, ColumnsSortByTheirKindOfValue) {
+    // A fifth row whose texts sort against its values: reported in 2025, cost 1000, ID 10.
+    Exec(
+        QStringLiteral("INSERT INTO tReportedAppointments (ID, Subject, ReportedBy, ReportedDate, TotalCost, "
+                       "ProjectValue) VALUES (10, 'annual close', 'kim', ?, 1000, 'apollo')"),
+        {QDateTime(QDate(2025, 12, 20), QTime(8, 0))});
+    SearchCriteria c = For(QStringLiteral("Reported Between"), kBoth);
+    c.start = QDate(2025, 1, 1);
+    c.end = QDate(2026, 12, 31);
+    SearchResults results;
+    ASSERT_TRUE(Run(c, results));
+    ASSERT_EQ(results.Count(), 5);
+    const auto keys = [&](int column, bool descending) {
+        QStringList out;
+        for (int position : SortedPositions(results, column, descending))
+            out << results.Key(position);
+        return out;
+    };
+    struct Case {
+        int column;
+        bool descending;
+        QStringList keys;
+    };
+    const Case cases[] = {
+        {-1, false, {"T7", "T8", "A7", "A9", "A10"}},  // load order
+        {7, true, {"T7", "T8", "A7", "A9", "A10"}},
+        {0, false, {"A10", "A7", "A9", "T8", "T7"}},  // subjects without regard to case
+        {1, false, {"T7", "A7", "T8", "A9", "A10"}},  // 10 after 9; the two 7s in load order
+        {1, true, {"A10", "A9", "T8", "T7", "A7"}},   // equal IDs keep load order going down too
+        {2, false, {"A9", "A10", "T7", "A7", "T8"}},  // Kim and kim are equal
+        {3, false, {"T7", "A7", "A10", "T8", "A9"}},  // Apollo, Apollo, apollo, Hermes, Hermes
+        {5, false, {"T8", "A7", "T7", "A9", "A10"}},  // 40, 80, 125.5, 300, 1000
+        {5, true, {"A10", "A9", "T7", "A7", "T8"}},
+        {6, false, {"A10", "A9", "T7", "A7", "T8"}},  // December 2025 first, then by the hour
+        {6, true, {"T8", "A7", "T7", "A9", "A10"}},
+    };
+    for (const Case& k : cases)
+        EXPECT_EQ(keys(k.column, k.descending), k.keys)
+            << "column " << k.column << (k.descending ? " down" : "");
+
+    const QString tmpl = global->MessageTemplates.GetValue(QStringLiteral("tpoPrintTemplate")).toString();
+    const QStringList pages = PrintPagesForKeys(results, {"A9", "X1", "T7"}, tmpl);
+    ASSERT_EQ(pages.size(), 2);  // no record has X1
+    EXPECT_TRUE(pages[0].contains(QStringLiteral("<td valign=\"top\">Budget review</td>")));
+    EXPECT_TRUE(pages[1].contains(QStringLiteral("<td valign=\"top\">Quarterly audit</td>")));
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, SearchDbTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
                          EngineName);
 

@@ -2,7 +2,9 @@
 
 #include <QAction>
 #include <QComboBox>
+#include <QDateEdit>
 #include <QFile>
+#include <QHeaderView>
 #include <QItemSelectionModel>
 #include <QLabel>
 #include <QLineEdit>
@@ -10,6 +12,7 @@
 #include <QPrinter>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QTest>
 #include <QTreeView>
 
 #include "app/section_loader.h"
@@ -128,6 +131,150 @@ TEST_P(SearchFormTest, SearchPreviewPrintDeleteAndReset) {
         << pages[0].toStdString();
     EXPECT_TRUE(pages[1].contains(QRegularExpression(QStringLiteral("Subject\\s+Audit meeting"))))
         << pages[1].toStdString();
+}
+
+// A header click sorts the list by that column's kind of value, a second click turns it round and a
+// third goes back to load order; the selection, the preview, the print and the delete stay with
+// their records, and a new search keeps the order asked for.
+TEST_P(SearchFormTest, HeaderClicksSortTheListAndRowsKeepTheirRecords) {
+    const QString pdf = NewTempDir(QStringLiteral("pdf")) + QStringLiteral("/sorted.pdf");
+    bool ran = false;
+    SetSearchDriver([&](frmSearch& form) {
+        ran = true;
+        form.searchFields()->setCurrentText(QStringLiteral("Reported Between"));
+        form.types()->setCurrentIndex(2);
+        form.startDate()->setDate(QDate(2026, 1, 1));
+        form.endDate()->setDate(QDate(2026, 12, 31));
+        form.cmdSearch();
+        const auto keys = [&] {
+            QStringList out;
+            for (int r = 0; r < form.resultModel().rowCount(); ++r)
+                out << form.resultModel().Key(r);
+            return out;
+        };
+        ASSERT_EQ(keys(), QStringList({"T7", "T8", "A7", "A9"}));
+        QHeaderView* header = form.resultList()->header();
+        const auto click = [&](int column) {
+            QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
+                              QPoint(header->sectionViewportPosition(column) + 4, header->height() / 2));
+        };
+        struct Step {
+            int column;
+            QStringList keys;
+        };
+        const Step steps[] = {
+            {5, {"T8", "A7", "T7", "A9"}},  // Cost as numbers: 40, 80, 125.5, 300
+            {5, {"A9", "T7", "A7", "T8"}},  // and down
+            {5, {"T7", "T8", "A7", "A9"}},  // back to load order
+            {6, {"A9", "T7", "A7", "T8"}},  // Last Reported by date and time
+            {1, {"T7", "A7", "T8", "A9"}},  // ID as numbers, equal IDs in load order
+            {2, {"A9", "T7", "A7", "T8"}},  // Member
+        };
+        for (const Step& step : steps) {
+            click(step.column);
+            EXPECT_EQ(keys(), step.keys) << "column " << step.column;
+        }
+        // Sorted down by ID: the selected row and the current row follow their records.
+        click(1);
+        click(1);
+        ASSERT_EQ(keys(), QStringList({"A9", "T8", "T7", "A7"}));
+        form.resultList()->setCurrentIndex(form.resultModel().index(0, 0));
+        EXPECT_EQ(form.preview()->toPlainText(), QStringLiteral("Next year's budget"));
+        click(5);  // by cost: A9 goes to the bottom, still current and selected
+        ASSERT_EQ(keys(), QStringList({"T8", "A7", "T7", "A9"}));
+        EXPECT_EQ(form.resultList()->currentIndex().row(), 3);
+        EXPECT_EQ(form.TotalSelectedItems(), 1);
+        EXPECT_TRUE(form.resultList()->selectionModel()->isRowSelected(3, {}));
+
+        // The page printed is the selected row's record, not the record at that position in the results.
+        SelectRows(form, {0});
+        DialogScript::queueFileName(pdf);
+        form.toolbarButton(QStringLiteral("pdf"))->trigger();
+
+        // A new search comes in the order asked for; deleting the top row removes that record.
+        form.cmdSearch();
+        ASSERT_EQ(keys(), QStringList({"T8", "A7", "T7", "A9"}));
+        SelectRows(form, {0});
+        prompter.queue(PromptAnswer::Yes);
+        form.toolbarButton(QStringLiteral("delete"))->trigger();
+        EXPECT_EQ(keys(), QStringList({"A7", "T7", "A9"}));
+        EXPECT_TRUE(presenter.reports.isEmpty()) << AllShownText().toStdString();
+    });
+    subLoadSection(20);
+    ASSERT_TRUE(ran);
+    EXPECT_EQ(Count(QStringLiteral("tReportedTasks")), 1) << "task 8 was deleted, task 7 stays";
+    ASSERT_TRUE(QFile::exists(pdf));
+    QProcess text;
+    text.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), pdf, QStringLiteral("-")});
+    ASSERT_TRUE(text.waitForFinished(30000));
+    const QString out = QString::fromUtf8(text.readAllStandardOutput());
+    EXPECT_TRUE(out.contains(QRegularExpression(QStringLiteral("Subject\\s+Invoice run"))))
+        << out.toStdString();
+    EXPECT_FALSE(out.contains(QStringLiteral("Quarterly audit"))) << out.toStdString();
+}
+
+// With the titles "Project" and "Task" the project entry searches by the project alone while the
+// activity list stands on its empty first entry, and by both once an activity is picked.
+TEST_P(SearchFormTest, ProjectAloneUntilAnActivityIsPicked) {
+    for (const char* project : {"Apollo", "Hermes"})
+        Exec(QStringLiteral("INSERT INTO tProjects (ProjectName, ProjectManager, Rate) VALUES (?, '', 0)"),
+             {QString::fromLatin1(project)});
+    for (const auto& [activity, project] : std::initializer_list<std::pair<const char*, const char*>>{
+             {"Design", "Apollo"}, {"Build", "Hermes"}, {"Test", "Hermes"}})
+        Exec(QStringLiteral("INSERT INTO tActivities (ActivityName, Project, Rate) VALUES (?, ?, 0)"),
+             {QString::fromLatin1(activity), QString::fromLatin1(project)});
+    Exec(
+        QStringLiteral("INSERT INTO tGeneralSettings (KeyID, KeyVal, KeyLocal) VALUES ('tpoActivityTitle', "
+                       "'Task', 0)"));
+    Reload();
+    ASSERT_EQ(global->ActivityTitle, QStringLiteral("Task"));
+    bool ran = false;
+    SetSearchDriver([&](frmSearch& form) {
+        ran = true;
+        form.searchFields()->setCurrentText(QStringLiteral("Project/Task"));
+        ASSERT_EQ(form.searchFields()->currentText(), QStringLiteral("Project/Task"));
+        form.types()->setCurrentIndex(2);
+        // The first project is chosen at load; its list starts with the empty entry, which is chosen.
+        EXPECT_EQ(form.projects()->currentText(), QStringLiteral("Apollo"));
+        const auto entries = [&] {
+            QStringList out;
+            for (int i = 0; i < form.activities()->count(); ++i)
+                out << form.activities()->itemText(i);
+            return out;
+        };
+        EXPECT_EQ(entries(), QStringList({"", "Design"}));
+        EXPECT_EQ(form.activities()->currentIndex(), 0);
+
+        form.projects()->setCurrentText(QStringLiteral("Hermes"));
+        EXPECT_EQ(entries(), QStringList({"", "Build", "Test"}));
+        EXPECT_TRUE(form.activities()->currentText().isEmpty());
+        struct Case {
+            const char* activity;
+            QStringList keys;
+        };
+        const Case cases[] = {
+            {"", {"T8", "A9"}},  // the project alone: the appointment without an activity too
+            {"Build", {"T8"}},
+            {"Test", {}},
+        };
+        for (const Case& c : cases) {
+            form.activities()->setCurrentText(QString::fromLatin1(c.activity));
+            form.cmdSearch();
+            QStringList keys;
+            for (int r = 0; r < form.resultModel().rowCount(); ++r)
+                keys << form.resultModel().Key(r);
+            EXPECT_EQ(keys, c.keys) << c.activity;
+            EXPECT_EQ(form.resultLabel()->text(), QStringLiteral("Search Result: %1").arg(c.keys.size()));
+        }
+        // Going back to a project chooses its empty entry again.
+        form.projects()->setCurrentText(QStringLiteral("Apollo"));
+        EXPECT_TRUE(form.activities()->currentText().isEmpty());
+        form.cmdSearch();
+        EXPECT_EQ(form.resultModel().rowCount(), 2);
+        EXPECT_TRUE(presenter.reports.isEmpty()) << AllShownText().toStdString();
+    });
+    subLoadSection(20);
+    ASSERT_TRUE(ran);
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, SearchFormTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
