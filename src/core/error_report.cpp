@@ -33,6 +33,8 @@ ErrorReportMailer* g_mailer = nullptr;
 bool g_reportShown = false;
 bool g_logEnabled = false;
 QString g_currentAction;
+// The outbox's threads trace too.
+QMutex g_actionMutex;
 
 ErrorPresenter& presenter() {
     return g_presenter ? *g_presenter : g_stderrPresenter;
@@ -83,12 +85,16 @@ void subShowFriendlyError(const QString& friendlyText, const Failure& failure) {
 }
 
 void subTraceAction(const QString& action) {
-    g_currentAction = action;
+    {
+        QMutexLocker lock(&g_actionMutex);
+        g_currentAction = action;
+    }
     if (g_logEnabled)
         subAppendLog(action);
 }
 
 QString CurrentAction() {
+    QMutexLocker lock(&g_actionMutex);
     return g_currentAction;
 }
 bool ReportShown() {
@@ -97,7 +103,10 @@ bool ReportShown() {
 
 void ResetErrorReportingForTests() {
     g_reportShown = false;
-    g_currentAction.clear();
+    {
+        QMutexLocker lock(&g_actionMutex);
+        g_currentAction.clear();
+    }
     g_logEnabled = false;
 }
 

@@ -72,7 +72,8 @@ MailSendResult ProfileMailTransport::send(const MailMessage& message) {
         profile_ = LoadMailProfile();
         profileStamp_ = stamp;
     }
-    return MailDelivery().queue(message, profile_);
+    return mode_ == Mode::HandOver ? MailDelivery().hand(message, profile_)
+                                   : MailDelivery().queue(message, profile_);
 }
 
 MailErrorReportMailer::MailErrorReportMailer(MailTransport* transport) : transport_(transport) {}

@@ -41,9 +41,14 @@ class SmtpTransport : public MailTransport {
 // server and never asks the user.
 class ProfileMailTransport : public MailTransport {
   public:
+    // Keep: the mail is in the outbox when send returns. HandOver: send returns once the worker has
+    // the mail (OutboxSender::hand); a mail it cannot keep is told through TakeUnkeptMails.
+    enum class Mode { Keep, HandOver };
+    explicit ProfileMailTransport(Mode mode = Mode::Keep) : mode_(mode) {}
     MailSendResult send(const MailMessage& message) override;
 
   private:
+    Mode mode_;
     MailProfile profile_;
     QString profileStamp_;  // the settings file the profile was read from: path, time, size
 };

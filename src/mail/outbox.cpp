@@ -646,6 +646,59 @@ QString OutboxSender::folder() const {
 }
 
 MailSendResult OutboxSender::queue(const MailMessage& message, const MailProfile& profile) {
+    return keep(message, profile, folder());
+}
+
+MailSendResult OutboxSender::hand(const MailMessage& message, const MailProfile& profile) {
+    const QString dir = folder();
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!stopping_) {
+            handed_.push_back(Handed{message, profile, dir});
+            if (!keeper_.joinable())
+                keeper_ = std::thread(&OutboxSender::keepHanded, this);
+            changed_.notify_all();
+            MailSendResult result;
+            result.status = MailSendResult::Status::KeptInOutbox;
+            result.queued = true;
+            result.reason = QStringLiteral("Handed to the outbox.");
+            return result;
+        }
+    }
+    // No keeper after the end: kept here, so nothing is dropped.
+    return keep(message, profile, dir);
+}
+
+void OutboxSender::keepHanded() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+        changed_.wait(lock, [this] { return !handed_.empty() || stopping_; });
+        if (handed_.empty())
+            break;  // stopping, and every handed mail is kept
+        std::vector<Handed> batch;
+        batch.swap(handed_);
+        keeping_ = true;
+        lock.unlock();
+        for (const Handed& h : batch) {
+            const MailSendResult r = keep(h.message, h.profile, h.folder);
+            // Lost is recorded by keep(); a refused one is not kept either and must be told too.
+            if (r.status == MailSendResult::Status::Refused)
+                RecordUnkeptMail(r.reason);
+        }
+        lock.lock();
+        keeping_ = false;
+        changed_.notify_all();
+    }
+}
+
+bool OutboxSender::waitKept(int ms) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::milliseconds(qMax(0, ms)),
+                             [this] { return handed_.empty() && !keeping_; });
+}
+
+MailSendResult OutboxSender::keep(const MailMessage& message, const MailProfile& profile,
+                                  const QString& dir) {
     MailSendResult result;
     QString profileProblem;
     const ComposedMail mail = ComposeForProfile(profile, message, &profileProblem, &result);
@@ -659,7 +712,6 @@ MailSendResult OutboxSender::queue(const MailMessage& message, const MailProfile
     else
         result.reason = QStringLiteral("Waiting for delivery.");
     QString writeError;
-    const QString dir = folder();
     result.outboxFile = KeepInOutbox(mail, result.reason, dir, &writeError);
     if (result.outboxFile.isEmpty()) {
         result.status = MailSendResult::Status::Lost;
@@ -714,7 +766,7 @@ void OutboxSender::start() {
 bool OutboxSender::waitIdle(int ms) {
     std::unique_lock<std::mutex> lock(mutex_);
     return changed_.wait_for(lock, std::chrono::milliseconds(qMax(0, ms)),
-                             [this] { return !wanted_ && !running_; });
+                             [this] { return !wanted_ && !running_ && handed_.empty() && !keeping_; });
 }
 
 OutboxStatus OutboxSender::status() const {
@@ -723,7 +775,7 @@ OutboxStatus OutboxSender::status() const {
         std::lock_guard<std::mutex> lock(mutex_);
         s.delivered = delivered_;
         s.connections = connections_;
-        s.busy = wanted_ || running_;
+        s.busy = wanted_ || running_ || !handed_.empty() || keeping_;
         s.noServer = noServer_;
         s.serverDown = serverDown_;
         s.lastError = lastError_;
@@ -741,6 +793,9 @@ void OutboxSender::shutdown() {
         abort_ = true;
         changed_.notify_all();
     }
+    // Every mail handed over is kept before the end; the deliveries it asks for are not started.
+    if (keeper_.joinable())
+        keeper_.join();
     if (thread_.joinable())
         thread_.join();
 }

@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "mail/mail_message.h"
 #include "mail/mail_profile.h"
@@ -183,15 +184,23 @@ class OutboxSender {
     // otherwise the result is KeptInOutbox, with queued set when a server is configured and the
     // worker was told (Lost only when the outbox itself cannot be written).
     MailSendResult queue(const MailMessage& message, const MailProfile& profile);
+    // Hands the mail over and returns at once; a thread of the outbox composes and keeps it as
+    // queue() would, in the order handed, so a save does not wait on composing and writing. A mail
+    // it cannot compose or keep is recorded as unkept (RecordUnkeptMail) for the save to tell. The
+    // result is KeptInOutbox with no file yet; after shutdown() the mail is kept at once.
+    MailSendResult hand(const MailMessage& message, const MailProfile& profile);
+    // Waits until every mail handed over is kept or recorded as unkept; false when ms ran out first.
+    bool waitKept(int ms);
     // Tries the whole outbox again with this profile, also after a connection failure. The first
     // call also clears what interrupted writes left (ClearInterruptedWrites).
     void kick(const MailProfile& profile);
-    // Waits until no batch is running or asked for; false when ms ran out first.
+    // Waits until no mail waits to be kept and no batch is running or asked for; false when ms ran
+    // out first.
     bool waitIdle(int ms);
     OutboxStatus status() const;
     QString folder() const;
-    // Ends the worker: a transfer in progress is aborted (its mail stays in the outbox), the rest
-    // wait for the next start. Returns at once when the worker is idle.
+    // Ends the worker: the mails handed over are kept first, a transfer in progress is aborted (its
+    // mail stays in the outbox), the rest wait for the next start. Returns at once when idle.
     void shutdown();
 
   private:
@@ -199,8 +208,16 @@ class OutboxSender {
         QString folder;
         MailProfile profile;
     };
+    struct Handed {
+        MailMessage message;
+        MailProfile profile;
+        QString folder;
+    };
+    // Composes, writes and asks for delivery; what queue() does, on whichever thread.
+    MailSendResult keep(const MailMessage& message, const MailProfile& profile, const QString& dir);
     void start();
     void work();
+    void keepHanded();
     void deliverBatch(const Run& run);
     void deliverFiles(const Run& run, SmtpSession& session, const QByteArray& from);
     void noteFailed(const QString& why);
@@ -209,9 +226,12 @@ class OutboxSender {
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::thread thread_;
-    bool wanted_ = false;   // a batch is asked for
-    bool running_ = false;  // a batch is running
-    bool retry_ = false;    // kick() since the batch began
+    std::thread keeper_;          // keeps the handed mails; never waits on the server
+    std::vector<Handed> handed_;  // in the order handed
+    bool keeping_ = false;        // the keeper holds mails taken from handed_
+    bool wanted_ = false;         // a batch is asked for
+    bool running_ = false;        // a batch is running
+    bool retry_ = false;          // kick() since the batch began
     bool stopping_ = false;
     bool serverDown_ = false;
     bool noServer_ = false;

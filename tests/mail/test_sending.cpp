@@ -512,6 +512,69 @@ TEST_P(SaveWithMailTest, MailsThatCannotBeKeptAreToldOnceAtTheEndOfTheSave) {
     EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
 }
 
+// A mail handed over (what a save does) is composed and kept by the outbox's own thread, in the
+// order handed; what cannot be composed or kept is recorded for the save to tell, and the end of
+// the worker keeps every mail it was handed.
+TEST(HandedMail, KeptInOrderOffTheCallerAndWhatCannotBeKeptIsTold) {
+    TakeUnkeptMails();
+    const auto subjects = [](const QString& folder) {
+        QStringList out;
+        for (const QString& f : OutboxFiles(folder)) {
+            OutboxMail m;
+            out << (ReadOutboxMail(f, &m) ? m.subject : QStringLiteral("unreadable"));
+        }
+        return out;
+    };
+    QStringList expected;
+    for (int i = 0; i < 30; ++i)
+        expected << QStringLiteral("Mail %1").arg(i);
+
+    const QString box = NewTempDir(QStringLiteral("handed"));
+    {
+        OutboxSender sender(box);
+        for (int i = 0; i < 30; ++i) {
+            const MailSendResult r = sender.hand(Mail(i), NoServer());
+            ASSERT_EQ(r.status, MailSendResult::Status::KeptInOutbox);
+            EXPECT_TRUE(r.outboxFile.isEmpty()) << "the caller does not wait for the file";
+        }
+        // Input that cannot be composed is handed over like any other, and then told.
+        sender.hand({QStringLiteral("no-at-sign"), {}, QStringLiteral("x"), {}}, NoServer());
+        ASSERT_TRUE(sender.waitKept(20000));
+        EXPECT_FALSE(sender.status().busy);
+        EXPECT_EQ(subjects(box), expected);
+        const UnkeptMails unkept = TakeUnkeptMails();
+        EXPECT_EQ(unkept.count, 1);
+        EXPECT_FALSE(unkept.reason.isEmpty());
+    }
+
+    // An outbox that cannot be written: each handed mail is told, none silently dropped.
+    const QString file = box + QStringLiteral("/plain-file");
+    ASSERT_TRUE(WriteFileAtomically(file, "x", false));
+    {
+        OutboxSender blocked(file + QStringLiteral("/outbox"));
+        for (int i = 0; i < 3; ++i)
+            blocked.hand(Mail(i), NoServer());
+        ASSERT_TRUE(blocked.waitKept(20000));
+        const UnkeptMails unkept = TakeUnkeptMails();
+        EXPECT_EQ(unkept.count, 3);
+        EXPECT_TRUE(unkept.reason.contains(QStringLiteral("outbox"))) << unkept.reason.toStdString();
+    }
+
+    // The end comes right after the handing: every mail is kept first; one handed after the end is
+    // kept at once.
+    const QString ending = NewTempDir(QStringLiteral("handed-end"));
+    OutboxSender sender(ending);
+    for (int i = 0; i < 30; ++i)
+        sender.hand(Mail(i), NoServer());
+    sender.shutdown();
+    EXPECT_EQ(subjects(ending), expected);
+    const MailSendResult late = sender.hand(Mail(30), NoServer());
+    EXPECT_EQ(late.status, MailSendResult::Status::KeptInOutbox);
+    EXPECT_TRUE(QFile::exists(late.outboxFile));
+    EXPECT_EQ(OutboxFiles(ending).size(), 31);
+    EXPECT_EQ(TakeUnkeptMails().count, 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, SaveWithMailTest, ::testing::Values(Engine::SQLite), EngineName);
 
 }  // namespace tlm::test
