@@ -193,39 +193,44 @@ int Html(qint64 n) {
     // The statement the report runs, as the engine receives it (every column), for scale only.
     const QString all = db.connection->dialect().Translate(def.sql.sql());
     std::vector<double> mine, bare, bareAll, page;
+    qint64 pageKb = 0;
     bool ok = true;
     for (int i = 0; i < kRuns && ok; ++i) {
         mine.push_back(TimedExport(db, def, ExportFormat::Html, ours, &rows));
         QElapsedTimer t;
         t.start();
-        const ReportRun run =
-            RunReport(db.connection, def, QStringLiteral("Reported TimeSheets"), kReportPageRows, DateText);
-        page.push_back(run.ok && run.rowCount == n ? double(t.nsecsElapsed()) / 1e9 : -1);
+        // The window's page: the query read once, every row kept, the page with every row written.
+        const ReportRun run = RunReport(db.connection, def);
+        const QString html = ReportSectionHtml(def, run, QStringLiteral("Reported TimeSheets"), DateText);
+        page.push_back(run.ok && run.rowCount == n && !html.isEmpty() ? double(t.nsecsElapsed()) / 1e9 : -1);
+        pageKb = html.size() * 2 / 1024;
         bare.push_back(TimedCli(db, bench::kSevenColumnQuery, cliOut, &cliRows));
         bareAll.push_back(TimedCli(db, all, cliOut, &cliAllRows));
         ok = mine.back() > 0 && page.back() > 0 && bare.back() > 0 && bareAll.back() > 0;
     }
     // sqlite3 writes the heading as a row too; the report writes a totals row after the data.
     ok = ok && rows == n && cliRows == n + 1;
-    const double m = bench::Median(mine), b = bench::Median(bare), ba = bench::Median(bareAll);
+    const double m = bench::Median(mine), b = bench::Median(bare), ba = bench::Median(bareAll),
+                 p = bench::Median(page);
     if (!ok) {
         std::printf("reports html: FAILED (report rows %lld, sqlite3 rows %lld, expected %lld)\n", rows,
                     cliRows - 1, n);
         bench::Record("report-page", QStringLiteral("run failed"), "failed");
         return 1;
     }
-    const double ratio = m / b;
+    const double ratio = p / b;
     std::printf(
-        "reports html: %lld rows, 7 shown columns, median of %d: report as HTML (every row) %.3f s (%lld KB) "
-        "vs sqlite3 "
-        "-html -header on the same 7 columns %.3f s: %.2fx (goal <= 2x); sqlite3 -html over the report's "
-        "own SELECT * (every column) %.3f s, %.2fx, for scale only\n",
-        rows, kRuns, m, QFileInfo(ours).size() / 1024, b, ratio, ba, m / ba);
-    std::printf("reports html: the window's page (first %lld rows shown, count and totals over all) %.3f s\n",
-                kReportPageRows, bench::Median(page));
+        "reports html: %lld rows, 7 shown columns, median of %d: the window's page (query, every row kept "
+        "and on the page, totals) %.3f s (%lld KB in memory) vs sqlite3 -html -header on the same 7 "
+        "columns %.3f s: %.2fx (goal <= 2x); sqlite3 -html over the report's own SELECT * (every "
+        "column) %.3f s, %.2fx, for scale only\n",
+        rows, kRuns, p, pageKb, b, ratio, ba, p / ba);
+    std::printf(
+        "reports html: the HTML export (a second run of the query, to a file) %.3f s (%lld KB), %.2fx\n", m,
+        QFileInfo(ours).size() / 1024, m / b);
     bench::Record(
         "report-page",
-        QStringLiteral("%1x (%2 s vs %3 s)").arg(ratio, 0, 'f', 2).arg(m, 0, 'f', 3).arg(b, 0, 'f', 3),
+        QStringLiteral("%1x (%2 s vs %3 s)").arg(ratio, 0, 'f', 2).arg(p, 0, 'f', 3).arg(b, 0, 'f', 3),
         bench::Verdict(true, ratio <= 2.0));
     return 0;
 }
@@ -274,10 +279,10 @@ int Million(qint64 n, const QString& engine) {
     const ReportDefinition def = Definition(pg);
     QElapsedTimer t;
     t.start();
-    ReportRun run = RunReport(db.connection, def, QStringLiteral("Reported TimeSheets"), 3000, DateText);
+    ReportRun run = RunReport(db.connection, def);
     const double report = double(t.nsecsElapsed()) / 1e9;
     const long reportPeak = PeakRssMb();
-    const qint64 pageKb = qint64(run.html.size() * 2 / 1024);
+    const qint64 pageKb = run.rows ? run.rows->Count() : 0;
     run = ReportRun();
     ResetPeakRss();
     qint64 rows = 0;
@@ -287,9 +292,9 @@ int Million(qint64 n, const QString& engine) {
     const bool ok = reset && xlsx > 0 && rows == n;
     const long peak = std::max(reportPeak, exportPeak);
     std::printf(
-        "reports million (%s): %lld rows filled in %.1f s (peak %ld MB); report with totals %.1f s (page "
-        "%lld "
-        "KB), peak RSS %ld MB; .xlsx export %.1f s (%lld rows, %lld MB), peak RSS %ld MB (goal <= 100 "
+        "reports million (%s): %lld rows filled in %.1f s (peak %ld MB); report with totals %.1f s (%lld "
+        "rows kept for the page and the exports), peak RSS %ld MB; .xlsx export %.1f s (%lld rows, %lld MB), "
+        "peak RSS %ld MB (goal <= 100 "
         "MB)%s\n",
         name, n, filled, afterFill, report, pageKb, reportPeak, xlsx, rows, QFileInfo(path).size() >> 20,
         exportPeak, reset ? "" : " FAILED: the peak could not be reset after the fill");

@@ -13,6 +13,7 @@
 
 #include "app/demo_data.h"
 #include "app/outbox_tool.h"
+#include "app/remind_tool.h"
 #include "app/tool_output.h"
 #include "core/codecs.h"
 #include "core/error_report.h"
@@ -22,10 +23,14 @@
 #include "database/connection.h"
 #include "desktop/ui_settings.h"
 #include "domain/shared_lists.h"
+#include "mail/mail_message.h"
+#include "mail/mail_profile.h"
+#include "mail/outbox.h"
 #include "reports/report_chart_form.h"
 #include "reports/report_export.h"
 #include "reports/report_fields.h"
 #include "reports/report_pdf.h"
+#include "reports/report_presets.h"
 #include "reports/report_request.h"
 #include "review/review_queue.h"
 #include "settings/session.h"
@@ -130,6 +135,9 @@ QString DateText(const QDateTime& value) {
     return DateTimeToText(value);
 }
 
+// How long a report's mail may take to go out before the tool ends and leaves it in the outbox.
+constexpr int kReportMailWaitMs = 60000;
+
 ExportFormat FormatOf(const QString& name) {
     if (name == u"xlsx")
         return ExportFormat::Excel;
@@ -187,15 +195,15 @@ int ReportEnd(const ReportOutcome& outcome, const QString& queryLead) {
 // The page with its chart, printed to a PDF file.
 ReportOutcome WritePdf(const PreparedReport& prepared, const ReportOptions& o, const QDateTime& now,
                        ProgressLine& progress) {
-    const ReportRun run = RunReport(CurrentConnection(), prepared.def, prepared.header, kReportPageRows,
-                                    DateText, [&progress](qint64 rows) { return progress.Tick(rows); });
+    const ReportRun run = RunReport(CurrentConnection(), prepared.def,
+                                    [&progress](qint64 rows) { return progress.Tick(rows); });
     progress.Done();
     ReportOutcome outcome = ReportOutcomeOf(run);
     if (outcome.kind != ReportOutcome::Kind::Written)
         return outcome;
     const QImage chart = o.chart ? RenderReportChart(run.chart) : QImage();
-    const QString page =
-        ComposeReportPage(prepared, sCurrentUser(), DateTimeToText(now), !chart.isNull(), run.html);
+    const QString page = ComposeReportPage(prepared, sCurrentUser(), DateTimeToText(now), !chart.isNull(),
+                                           ReportSectionHtml(prepared.def, run, prepared.header, DateText));
     auto document = ReportPageDocument(page, chart);
     QString error;
     if (!PrintDocumentToPdf(*document, o.out, &error)) {
@@ -203,6 +211,68 @@ ReportOutcome WritePdf(const PreparedReport& prepared, const ReportOptions& o, c
         outcome.failure = Failure{errnum::kUnspecified, error, 0, QStringLiteral("report")};
     }
     return outcome;
+}
+
+QByteArray MimeTypeOfFormat(const QString& format) {
+    if (format == u"xlsx")
+        return "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet";
+    if (format == u"pdf")
+        return "application/pdf";
+    if (format == u"html")
+        return "text/html";
+    if (format == u"xml")
+        return "application/xml";
+    return "text/plain";
+}
+
+// The written file as an attachment, kept in the outbox and handed to the delivery worker, which
+// gets a while to send it before the process ends; what is still waiting goes with the next one.
+int MailReportFile(Session& session, const ReportOptions& o, const PreparedReport& prepared, qint64 rows) {
+    QFile file(o.out);
+    if (!file.open(QIODevice::ReadOnly))
+        return Fail(kExitMailNotKept,
+                    QStringLiteral("the report file could not be read to mail it: ") + file.errorString());
+    const QString name = QFileInfo(o.out).fileName();
+    MailMessage mail;
+    mail.to = o.mailTo;
+    mail.subject = prepared.header.isEmpty() ? QStringLiteral("Report") : prepared.header;
+    mail.html =
+        QStringLiteral("<p>") + prepared.header.toHtmlEscaped() + QStringLiteral("</p><p>") +
+        QStringLiteral("The report is attached as %1 (%2 rows).").arg(name.toHtmlEscaped()).arg(rows) +
+        QStringLiteral("</p>");
+    mail.attachments.append({name, MimeTypeOfFormat(o.format), file.readAll()});
+    const MailSendResult kept = session.delivery().queue(mail, LoadMailProfile());
+    if (kept.status == MailSendResult::Status::Refused || kept.status == MailSendResult::Status::Lost)
+        return Fail(kExitMailNotKept, QStringLiteral("the report was written to ") + o.out +
+                                          QStringLiteral(", but its mail could not be kept: ") +
+                                          MaskSecrets(kept.reason));
+    if (kept.status == MailSendResult::Status::Sent) {
+        Print(stdout, QStringLiteral("Mailed %1 to %2.\n").arg(name, o.mailTo));
+        return kExitNormal;
+    }
+    session.delivery().waitIdle(kReportMailWaitMs);
+    const UnkeptMails unkept = TakeUnkeptMails();
+    if (unkept.count > 0)
+        return Fail(
+            kExitMailNotKept,
+            QStringLiteral("the mail of the report could not be kept in the outbox: ") + unkept.reason);
+    const QString failed = FailedFolder(QFileInfo(kept.outboxFile).absolutePath()) + u'/' +
+                           QFileInfo(kept.outboxFile).fileName();
+    if (QFile::exists(failed))
+        return Fail(kExitMailNotKept,
+                    QStringLiteral("the mail server refused the mail of the report for good; "
+                                   "it is kept in ") +
+                        failed + QStringLiteral(" (tlm-manager outbox)."));
+    if (QFile::exists(kept.outboxFile)) {
+        const OutboxStatus status = session.delivery().status();
+        Print(stderr,
+              QStringLiteral("tlm-manager: the mail of the report waits in the outbox and goes with the "
+                             "next delivery (tlm-manager outbox)") +
+                  (status.lastError.isEmpty() ? QString() : QStringLiteral(": ") + status.lastError) + u'\n');
+        return kExitNormal;
+    }
+    Print(stdout, QStringLiteral("Mailed %1 to %2.\n").arg(name, o.mailTo));
+    return kExitNormal;
 }
 
 int RunReportTool(const ReportOptions& o) {
@@ -220,7 +290,24 @@ int RunReportTool(const ReportOptions& o) {
     const StoredReportChoices stored{ui.Reports_ReportTypeIndex, ui.Reports_TimePeriodIndex,
                                      ui.Reports_SelectedFieldsList_Tasks,
                                      ui.Reports_SelectedFieldsList_Appointments};
-    const ReportChoicesOutcome chosen = ChooseReport(o.request, stored, fields, global, now.date());
+    ReportRequest request = o.request;
+    if (!o.preset.isEmpty()) {
+        Failure failure;
+        const std::vector<ReportPreset> presets = LoadReportPresets(&failure);
+        const ReportPreset* preset = FindReportPreset(presets, o.preset);
+        if (!preset) {
+            QStringList names;
+            for (const ReportPreset& p : presets)
+                names.append(p.name);
+            return Fail(kExitUsage, QStringLiteral("no preset named \"") + o.preset.trimmed() +
+                                        (names.isEmpty() ? QStringLiteral("\"; none is saved (the reports "
+                                                                          "screen saves them).")
+                                                         : QStringLiteral("\"; the presets are: ") +
+                                                               names.join(QStringLiteral(", "))));
+        }
+        request = RequestWithPreset(*preset, o.request);
+    }
+    const ReportChoicesOutcome chosen = ChooseReport(request, stored, fields, global, now.date());
     if (chosen.kind != ReportChoicesOutcome::Kind::Chosen)
         return FailChoice(chosen);
 
@@ -233,8 +320,12 @@ int RunReportTool(const ReportOptions& o) {
     const PreparedReport prepared = PrepareReport(fields, chosen.choices, context);
 
     ProgressLine progress;
-    if (o.format == u"pdf")
-        return ReportEnd(WritePdf(prepared, o, now, progress), QStringLiteral("the report's query failed: "));
+    if (o.format == u"pdf") {
+        const ReportOutcome pdf = WritePdf(prepared, o, now, progress);
+        const int code = ReportEnd(pdf, QStringLiteral("the report's query failed: "));
+        return code != kExitNormal || o.mailTo.isEmpty() ? code
+                                                         : MailReportFile(session, o, prepared, pdf.rows);
+    }
     const auto tick = [&progress](qint64 rows) { return progress.Tick(rows); };
     const ExportFormat format = FormatOf(o.format);
     ExportOutcome out;
@@ -248,7 +339,8 @@ int RunReportTool(const ReportOptions& o) {
         out = ExportReport(CurrentConnection(), prepared.def, format, o.out, o.append, DateText, tick, true);
     }
     progress.Done();
-    return ReportEnd(ReportOutcomeOf(out), QString());
+    const int code = ReportEnd(ReportOutcomeOf(out), QString());
+    return code != kExitNormal || o.mailTo.isEmpty() ? code : MailReportFile(session, o, prepared, out.rows);
 }
 
 QString OneLine(QString text) {
@@ -294,25 +386,44 @@ int RunReviewTool(const ReviewOptionsLine& o) {
                    : Fail(kExitWriteFailed, QStringLiteral("standard output cannot be written."));
     }
 
-    const QueuedApproval approval =
-        ApproveQueuedItem(o.approveId, o.type, dbChoice, ReadReviewOptions(session.global()));
-    switch (approval.outcome.kind) {
-        case ReviewOutcome::Kind::Done:
-            Print(stdout, QStringLiteral("Approved ") + o.type + u' ' + approval.item.ID +
-                              QStringLiteral(": ") + OneLine(approval.item.Subject) + u'\n');
-            return kExitNormal;
-        case ReviewOutcome::Kind::NotQueued:
-            return Fail(kExitNothingToDo, QStringLiteral("no unapproved ") + o.type +
-                                              QStringLiteral(" with ID ") + o.approveId + u'.');
-        case ReviewOutcome::Kind::ReadFailed:
-            return FailReview(approval.outcome, kExitStatementFailed,
-                              QStringLiteral("the item could not be read."));
-        case ReviewOutcome::Kind::NoConnection:
-        case ReviewOutcome::Kind::Refused:
-            break;
+    const bool approving = o.declineId.isEmpty();
+    if (!approving && !DeclineRemovesRows(session.global()))
+        return Fail(kExitNothingToDo,
+                    QStringLiteral("declining is switched off "
+                                   "(tpoAuditRemoveDeclinedDataFromDB is 0); nothing was deleted."));
+    const QStringList ids = approving ? o.approveIds : QStringList{o.declineId};
+    const ReviewOptions options = ReadReviewOptions(session.global());
+    int done = 0;
+    for (const QString& id : ids) {
+        const QueuedApproval step = approving ? ApproveQueuedItem(id, o.type, dbChoice, options)
+                                              : DeclineQueuedItem(id, o.type, dbChoice, o.reason);
+        if (step.outcome.done()) {
+            Print(stdout, (approving ? QStringLiteral("Approved ") : QStringLiteral("Declined ")) + o.type +
+                              u' ' + step.item.ID + QStringLiteral(": ") + OneLine(step.item.Subject) +
+                              u'\n');
+            ++done;
+            continue;
+        }
+        // The first refusal ends the run; the IDs after it are left as they are.
+        if (ids.size() > 1)
+            Print(stderr, QStringLiteral("%1 of %2 approved; stopped at %3 %4.\n")
+                              .arg(done)
+                              .arg(ids.size())
+                              .arg(o.type, id));
+        switch (step.outcome.kind) {
+            case ReviewOutcome::Kind::NotQueued:
+                return Fail(kExitNothingToDo, QStringLiteral("no unapproved ") + o.type +
+                                                  QStringLiteral(" with ID ") + id + u'.');
+            case ReviewOutcome::Kind::ReadFailed:
+                return FailReview(step.outcome, kExitStatementFailed,
+                                  QStringLiteral("the item could not be read."));
+            default:
+                return FailReview(step.outcome, kExitStatementFailed,
+                                  approving ? QStringLiteral("the approval was refused by the database.")
+                                            : QStringLiteral("the decline was refused by the database."));
+        }
     }
-    return FailReview(approval.outcome, kExitStatementFailed,
-                      QStringLiteral("the approval was refused by the database."));
+    return kExitNormal;
 }
 
 int RunDemoTool() {
@@ -405,6 +516,20 @@ bool ParseReportOptions(const QStringList& args, ReportOptions* o, QString* erro
             o->append = true;
         } else if (a == u"--no-chart") {
             o->chart = false;
+        } else if (IsOption(a, QStringLiteral("--preset"))) {
+            if (!TakeValue(args, i, QStringLiteral("--preset"), &o->preset, error))
+                return false;
+            if (o->preset.trimmed().isEmpty())
+                return *error = QStringLiteral("--preset names no preset."), false;
+        } else if (IsOption(a, QStringLiteral("--mail-to"))) {
+            if (!TakeValue(args, i, QStringLiteral("--mail-to"), &o->mailTo, error))
+                return false;
+            QList<MailAddress> to;
+            QString why;
+            if (!ParseMailAddressList(o->mailTo, &to, &why) || to.isEmpty())
+                return *error = QStringLiteral("--mail-to: ") +
+                                (to.isEmpty() && why.isEmpty() ? QStringLiteral("no address given.") : why),
+                       false;
         } else {
             return *error = QStringLiteral("unknown option \"") + a + u'"', false;
         }
@@ -438,10 +563,14 @@ bool ParseReportOptions(const QStringList& args, ReportOptions* o, QString* erro
         return *error = QStringLiteral("--append works for txt and html only."), false;
     if (o->append && o->out == u"-")
         return *error = QStringLiteral("--append needs a file."), false;
+    if (!o->mailTo.isEmpty() && o->out == u"-")
+        return *error = QStringLiteral("--mail-to needs a file to attach."), false;
     return true;
 }
 
 bool ParseReviewOptions(const QStringList& args, ReviewOptionsLine* o, QString* error) {
+    QString approve;
+    bool reasonGiven = false;
     for (int i = 0; i < args.size(); ++i) {
         const QString& a = args[i];
         if (a == u"--help" || a == u"-h") {
@@ -449,8 +578,15 @@ bool ParseReviewOptions(const QStringList& args, ReviewOptionsLine* o, QString* 
         } else if (a == u"--list") {
             o->list = true;
         } else if (IsOption(a, QStringLiteral("--approve"))) {
-            if (!TakeValue(args, i, QStringLiteral("--approve"), &o->approveId, error))
+            if (!TakeValue(args, i, QStringLiteral("--approve"), &approve, error))
                 return false;
+        } else if (IsOption(a, QStringLiteral("--decline"))) {
+            if (!TakeValue(args, i, QStringLiteral("--decline"), &o->declineId, error))
+                return false;
+        } else if (IsOption(a, QStringLiteral("--reason"))) {
+            if (!TakeValue(args, i, QStringLiteral("--reason"), &o->reason, error))
+                return false;
+            reasonGiven = true;
         } else if (IsOption(a, QStringLiteral("--type"))) {
             if (!TakeValue(args, i, QStringLiteral("--type"), &o->type, error))
                 return false;
@@ -461,8 +597,13 @@ bool ParseReviewOptions(const QStringList& args, ReviewOptionsLine* o, QString* 
     }
     if (o->help)
         return true;
-    if (o->list == !o->approveId.isEmpty())
-        return *error = QStringLiteral("give either --list or --approve ID --type task|appointment."), false;
+    if (int(o->list) + int(!approve.isEmpty()) + int(!o->declineId.isEmpty()) != 1)
+        return *error = QStringLiteral(
+                   "give one of --list, --approve ID[,ID...] or --decline ID, with --type "
+                   "task|appointment for the last two."),
+               false;
+    if (reasonGiven && o->declineId.isEmpty())
+        return *error = QStringLiteral("--reason goes with --decline."), false;
     if (o->list) {
         if (o->type.isEmpty())
             o->type = QStringLiteral("both");
@@ -470,15 +611,21 @@ bool ParseReviewOptions(const QStringList& args, ReviewOptionsLine* o, QString* 
             return *error = QStringLiteral("--type with --list is tasks, appointments or both."), false;
         return true;
     }
-    // The ID goes into the statement as it is, so only digits pass.
-    bool numeric = !o->approveId.isEmpty() && o->approveId.size() <= 18;
-    for (const QChar ch : o->approveId)
-        numeric = numeric && ch >= u'0' && ch <= u'9';
-    if (!numeric)
-        return *error = QStringLiteral("--approve takes the item's numeric ID, not \"") + o->approveId + u'"',
-               false;
+    // The IDs go into the statements as they are, so only digits pass.
+    const auto numeric = [](const QString& id) {
+        bool digits = !id.isEmpty() && id.size() <= 18;
+        for (const QChar ch : id)
+            digits = digits && ch >= u'0' && ch <= u'9';
+        return digits;
+    };
+    const QString option = approve.isEmpty() ? QStringLiteral("--decline") : QStringLiteral("--approve");
+    o->approveIds = approve.isEmpty() ? QStringList() : approve.split(u',');
+    for (const QString& id : approve.isEmpty() ? QStringList{o->declineId} : o->approveIds)
+        if (!numeric(id))
+            return *error = option + QStringLiteral(" takes the item's numeric ID, not \"") + id + u'"',
+                   false;
     if (o->type != u"task" && o->type != u"appointment")
-        return *error = QStringLiteral("--approve needs --type task or --type appointment."), false;
+        return *error = option + QStringLiteral(" needs --type task or --type appointment."), false;
     return true;
 }
 
@@ -496,21 +643,30 @@ QString ReportUsageText() {
         "  --format xlsx|txt|html|xml|pdf      (default: the file's extension; txt for -)\n"
         "  --out FILE                  the file; \"-\" writes txt, html or xml to standard output\n"
         "  --append                    add to an existing txt or html file\n"
-        "  --no-chart                  a pdf without the chart\n\n"
-        "Exit codes: 0 written, 5 bad arguments or an unknown field, project or member,\n"
-        "6 database not configured or not reachable, 7 nothing to export, 8 the file could not\n"
-        "be written (no file is left behind), 9 the database refused the query.\n");
+        "  --no-chart                  a pdf without the chart\n"
+        "  --preset NAME               a preset saved in the reports screen; the options above\n"
+        "                              replace the parts of it they name\n"
+        "  --mail-to ADDR[;ADDR]       mail the written file as an attachment through the outbox\n\n"
+        "Exit codes: 0 written (and mailed or kept in the outbox), 5 bad arguments or an unknown\n"
+        "field, project, member or preset, 6 database not configured or not reachable, 7 nothing\n"
+        "to export, 8 the file could not be written (no file is left behind), 9 the database\n"
+        "refused the query, 10 the file was written but its mail could not be kept in the outbox\n"
+        "or the server refused it for good.\n");
 }
 
 QString ReviewUsageText() {
     return QStringLiteral(
         "Usage: tlm-manager review --list [--type tasks|appointments|both]\n"
-        "       tlm-manager review --approve ID --type task|appointment\n"
-        "Lists the unapproved items as tab-separated lines, or approves one as the review screen\n"
-        "(section 22) does.\n\n"
+        "       tlm-manager review --approve ID[,ID...] --type task|appointment\n"
+        "       tlm-manager review --decline ID --type task|appointment [--reason TEXT]\n"
+        "Lists the unapproved items as tab-separated lines, or approves or declines them as the\n"
+        "review screen (section 22) does. Several IDs are approved in the order given; the first\n"
+        "that fails stops the run, with the count done, and the IDs after it are left as they are.\n"
+        "A decline deletes the item and tells its member, with the reason when one is given; it\n"
+        "does nothing while declining is switched off (tpoAuditRemoveDeclinedDataFromDB).\n\n"
         "Exit codes: 0 done, 5 bad arguments, 6 database not configured or not reachable,\n"
-        "7 no unapproved item with that ID, 8 standard output cannot be written, 9 the database\n"
-        "refused the statement.\n");
+        "7 no unapproved item with that ID or declining switched off, 8 standard output cannot be\n"
+        "written, 9 the database refused the statement.\n");
 }
 
 QString DemoUsageText() {
@@ -549,6 +705,8 @@ int RunTool(const QStringList& arguments, int& argc, char** argv) {
         QCoreApplication::setApplicationName(QStringLiteral("TLM"));
         QCoreApplication::setOrganizationName(QStringLiteral("Orrinwell"));
         return RunOutboxTool(outbox);
+    } else if (tool == u"remind") {
+        return RunRemindTool(args, argc, argv);
     } else if (tool == u"demo") {
         if (args == QStringList{QStringLiteral("--help")})
             return Print(stdout, DemoUsageText()), kExitNormal;

@@ -15,14 +15,18 @@ struct ReportOptions {
     bool append = false;
     bool chart = true;
     bool help = false;
+    QString preset;  // a preset saved in the reports screen; the other options override its parts
+    QString mailTo;  // "ADDR[;ADDR]": the written file goes to them through the outbox
 };
 // Reads the options after the word "report". Answers false with the reason in error.
 bool ParseReportOptions(const QStringList& args, ReportOptions* options, QString* error);
 
 struct ReviewOptionsLine {
     bool list = false;
-    QString approveId;  // digits only
-    QString type;       // task or appointment (approve), tasks, appointments or both (list)
+    QStringList approveIds;  // digits only, in the order given
+    QString declineId;       // digits only
+    QString reason;          // the decline's, may be empty
+    QString type;            // task or appointment (approve, decline), tasks, appointments or both (list)
     bool help = false;
 };
 bool ParseReviewOptions(const QStringList& args, ReviewOptionsLine* options, QString* error);

@@ -27,7 +27,8 @@ void subExitProgram(int code) {
 }
 
 bool IsToolName(const QString& word) {
-    return word == u"report" || word == u"review" || word == u"demo" || word == u"outbox";
+    return word == u"report" || word == u"review" || word == u"demo" || word == u"outbox" ||
+           word == u"remind";
 }
 
 CommandLine ParseCommandLine(const QStringList& arguments) {
@@ -59,7 +60,7 @@ CommandLine ParseCommandLine(const QStringList& arguments) {
 QString UsageText() {
     return QStringLiteral(
                "Usage: tlm-manager SECTION\n"
-               "       tlm-manager report|review|demo|outbox [OPTIONS]   (tlm-manager report --help)\n"
+               "       tlm-manager report|review|demo|outbox|remind [OPTIONS]   (tlm-manager report --help)\n"
                "Opens one administration screen of Tally Loom Manager and ends when it closes.\n\n"
                "Sections:\n") +
            SectionTableText() +
@@ -68,9 +69,10 @@ QString UsageText() {
                "Without an argument, or with one that is no number, the program ends silently.\n\n"
                "Exit codes: 0 normal, 2 no or non-numeric argument, 3 section number out of range,\n"
                "4 the settings or the database could not be loaded.\n"
-               "The tools (report, review, demo) also end with: 5 bad arguments, 6 database not\n"
-               "configured or not reachable, 7 nothing to export or approve, 8 the file could not be\n"
-               "written (no file is left behind), 9 the database refused the query or the update.\n");
+               "The tools (report, review, remind, outbox, demo) also end with: 5 bad arguments,\n"
+               "6 database not configured or not reachable, 7 nothing to export or approve, 8 the file\n"
+               "could not be written (no file is left behind), 9 the database refused the query or the\n"
+               "update, 10 a report was written but its mail could not be kept.\n");
 }
 
 QString VersionText() {

@@ -12,12 +12,13 @@ enum ExitCode : int {
     kExitRefusedArgument = 2,  // no argument or a non-numeric one: silent
     kExitBadSection = 3,       // a number outside the 16-bit range: reported with label "Main"
     kExitStartFailed = 4,      // the global settings could not be loaded (the user has seen why)
-    // The command-line tools (report, review, demo):
+    // The command-line tools (report, review, remind, outbox, demo):
     kExitUsage = 5,            // bad arguments, an unknown field, project or member: nothing touched
     kExitNoDatabase = 6,       // the database is not configured, or it could not be opened
     kExitNothingToDo = 7,      // no rows to export, or no unapproved item with that ID
     kExitWriteFailed = 8,      // the file could not be written; no file is left behind
     kExitStatementFailed = 9,  // the database refused the query or the update
+    kExitMailNotKept = 10,     // a report was written, but its mail could not be kept or was refused
 };
 
 // The first words that start a command-line tool instead of a screen.

@@ -325,7 +325,30 @@ ComposedMail ComposeMail(const MailAddress& from, const MailMessage& message, co
         g_mime_data_wrapper_new_with_stream(stream.get(), GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE));
     g_mime_part_set_content(part.get(), content.get());
     g_mime_part_set_content_encoding(part.get(), GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE);
-    g_mime_message_set_mime_part(m.get(), GMIME_OBJECT(part.get()));
+    if (message.attachments.isEmpty()) {
+        g_mime_message_set_mime_part(m.get(), GMIME_OBJECT(part.get()));
+    } else {
+        GRef<GMimeMultipart> mixed(g_mime_multipart_new_with_subtype("mixed"));
+        g_mime_multipart_add(mixed.get(), GMIME_OBJECT(part.get()));
+        for (const MailAttachment& a : message.attachments) {
+            const QByteArray type =
+                a.mimeType.contains('/') ? a.mimeType : QByteArray("application/octet-stream");
+            const qsizetype slash = type.indexOf('/');
+            GRef<GMimePart> file(
+                g_mime_part_new_with_type(type.left(slash).constData(), type.mid(slash + 1).constData()));
+            GRef<GMimeStream> bytes(
+                g_mime_stream_mem_new_with_buffer(a.data.constData(), size_t(a.data.size())));
+            GRef<GMimeDataWrapper> data(
+                g_mime_data_wrapper_new_with_stream(bytes.get(), GMIME_CONTENT_ENCODING_DEFAULT));
+            g_mime_part_set_content(file.get(), data.get());
+            // Base64 whatever the bytes: a report file may hold long lines or bytes no text transport keeps.
+            g_mime_part_set_content_encoding(file.get(), GMIME_CONTENT_ENCODING_BASE64);
+            g_mime_object_set_disposition(GMIME_OBJECT(file.get()), GMIME_DISPOSITION_ATTACHMENT);
+            g_mime_part_set_filename(file.get(), a.fileName.toUtf8().constData());
+            g_mime_multipart_add(mixed.get(), GMIME_OBJECT(file.get()));
+        }
+        g_mime_message_set_mime_part(m.get(), GMIME_OBJECT(mixed.get()));
+    }
     const GText written(g_mime_object_to_string(head, CrlfFormat()));
     mail.bytes = ToCrlf(QByteArray(written.get()));
     return mail;

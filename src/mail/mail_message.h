@@ -7,12 +7,20 @@
 
 namespace tlm {
 
+// A file sent along with a mail, as its bytes.
+struct MailAttachment {
+    QString fileName;     // the name the recipient sees, without a folder
+    QByteArray mimeType;  // "type/subtype"; empty: application/octet-stream
+    QByteArray data;
+};
+
 // One outgoing mail. `to` and `bcc` hold addresses separated by ";".
 struct MailMessage {
     QString to;
     QString bcc;
     QString subject;
     QString html;
+    QList<MailAttachment> attachments = {};  // a default, so the four-text form stays complete
 };
 
 struct MailAddress {

@@ -54,6 +54,10 @@ class OutboxDisplay : public NotificationDisplay {
     }
 };
 
+// How long the end of a save waits for its mails to be kept: writing them never waits on the
+// server, so only a stalled disk comes near it.
+constexpr int kKeepWaitMs = 60000;
+
 MailTransport* g_transport = nullptr;
 NotificationDisplay* g_display = nullptr;
 
@@ -123,6 +127,8 @@ QString ReportedItemRef::ReportedBy() const {
 }
 
 QString TakeUnkeptMailNotice() {
+    // The mails handed over are kept (or known unkept) before the user is told.
+    MailDelivery().waitKept(kKeepWaitMs);
     const UnkeptMails unkept = TakeUnkeptMails();
     if (unkept.count == 0)
         return QString();
@@ -147,7 +153,8 @@ void SetNotificationDisplay(NotificationDisplay* display) {
 }
 
 MailTransport& notificationTransport() {
-    static ProfileMailTransport profileTransport;
+    // A save hands its mails over and goes on; they are composed and kept off its thread.
+    static ProfileMailTransport profileTransport(ProfileMailTransport::Mode::HandOver);
     return g_transport ? *g_transport : profileTransport;
 }
 
@@ -207,8 +214,11 @@ QString ProcessReportedItem(const QString& sContent, const ReportedItemRef& oRep
 QString ReplacePlaceHolderVariables(qint32 kind, const QString& sContent,
                                     const ReportedItemRef& oReportedItem, const NotificationTags* dicTags,
                                     const QString& sUnusedTag) {
+    // A record kind may carry tags of its own (a decline's reason): after the record's, so a value
+    // is never substituted again.
     if (IsRecordKind(kind))
-        return ProcessReportedItem(sContent, oReportedItem, sUnusedTag);
+        return ReplaceContentWithDictionary(ProcessReportedItem(sContent, oReportedItem, sUnusedTag),
+                                            dicTags);
     if (IsDictionaryKind(kind))
         return ReplaceContentWithDictionary(sContent, dicTags);
     MsgBox(QStringLiteral("NOT TRAPPED ") + QString::number(kind));

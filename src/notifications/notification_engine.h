@@ -84,8 +84,8 @@ QString GetBCCEmailsPortion(const QString& sRecipients);
 // The kind's texts from the process's store; empty for a kind without a template.
 QString GetEmailTemplate(qint32 kind);
 QString GetEmailNotificationSubject(qint32 kind);
-// Record kinds go to the record, dictionary kinds to the tags; any other kind says "NOT TRAPPED"
-// and gives an empty text.
+// Record kinds go to the record and then to the tags, if any; dictionary kinds to the tags; any
+// other kind says "NOT TRAPPED" and gives an empty text.
 QString ReplacePlaceHolderVariables(qint32 kind, const QString& sContent,
                                     const ReportedItemRef& oReportedItem, const NotificationTags* dicTags,
                                     const QString& sUnusedTag);

@@ -79,14 +79,15 @@ void TellMembersOfNew(qint32 kind, const QString& flagKey, const QString& tag, c
 }
 
 void TellMemberOfItem(qint32 kind, const QString& flagKey, const QString& displayKey,
-                      const ReportedItemRef& item, const QString& sType) {
+                      const ReportedItemRef& item, const QString& sType,
+                      const NotificationTags* tags = nullptr) {
     const cNotificationStore* global = NotificationStore();
     if (!global || item.isNull() || !FlagSet(*global, flagKey))
         return;
     const cMember* member = MemberByName(*global, item.ReportedBy());
     if (!member || member->Email.isEmpty())
         return;
-    EmailNotificationManager(kind, member->Email, item, nullptr, sType, !ShowFirst(*global, displayKey));
+    EmailNotificationManager(kind, member->Email, item, tags, sType, !ShowFirst(*global, displayKey));
 }
 
 // What a list save calls; each event goes to its sender.
@@ -145,6 +146,14 @@ NotificationTags TaskTags(const cTask& task, bool withProjectRate) {
     return tags;
 }
 
+NotificationTags MemberToReportTags(const cMember& member) {
+    NotificationTags tags(CompareMode::Text);
+    tags.Add(QStringLiteral("TLM_ADMIN"), sCurrentUser());
+    tags.Add(QStringLiteral("TLM_MEMBER"), member.Name);
+    tags.Add(QStringLiteral("TLM_NOW"), Now());
+    return tags;
+}
+
 void SendEmailNotificationToMembersWhenNewProjectsAdded(const QString& sNewProjects) {
     TellMembersOfNew(kNewProjects, tpo::kNotifyMembersWhenNewProjectsAdded,
                      QStringLiteral("TLM_NEW_PROJECTS"), sNewProjects);
@@ -199,19 +208,24 @@ void SendEmailToMemberToReport(const QString& memberName) {
     const cMember* member = MemberByName(*global, memberName);
     if (!member || member->Email.isEmpty())
         return;
-    NotificationTags tags(CompareMode::Text);
-    tags.Add(QStringLiteral("TLM_ADMIN"), sCurrentUser());
-    tags.Add(QStringLiteral("TLM_MEMBER"), member->Name);
-    tags.Add(QStringLiteral("TLM_NOW"), Now());
-    Send(kMemberToReport, member->Email, tags, !ShowFirst(*global, tpo::kAllowEditOfEmailToReport));
+    Send(kMemberToReport, member->Email, MemberToReportTags(*member),
+         !ShowFirst(*global, tpo::kAllowEditOfEmailToReport));
 }
 
 void SendEmailNotificationToMemberWhenApproved(const ReportedItemRef& item, const QString& sType) {
     TellMemberOfItem(kApproved, tpo::kNotifyMemberWhenApproved, tpo::kAuditDisplayApprovedEmail, item, sType);
 }
 
-void SendEmailNotificationToMemberWhenDeclined(const ReportedItemRef& item, const QString& sType) {
-    TellMemberOfItem(kDeclined, tpo::kNotifyMemberWhenDeclined, tpo::kAuditDisplayDeclinedEmail, item, sType);
+void SendEmailNotificationToMemberWhenDeclined(const ReportedItemRef& item, const QString& sType,
+                                               const QString& reason) {
+    NotificationTags tags(CompareMode::Text);
+    // Typed by the manager and placed into an HTML body: escaped, its lines kept.
+    tags.Add(QStringLiteral("TLM_DECLINE_REASON"),
+             reason.toHtmlEscaped()
+                 .replace(QStringLiteral("\r\n"), QStringLiteral("<BR>"))
+                 .replace(u'\n', QStringLiteral("<BR>")));
+    TellMemberOfItem(kDeclined, tpo::kNotifyMemberWhenDeclined, tpo::kAuditDisplayDeclinedEmail, item, sType,
+                     &tags);
 }
 
 void InstallNotificationSenders(NotificationDisplay* display) {

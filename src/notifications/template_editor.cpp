@@ -15,8 +15,8 @@ namespace {
 
 using TagRow = std::pair<const char*, const char*>;
 
-const std::vector<std::vector<TagRow>>& TagGroups() {
-    static const std::vector<std::vector<TagRow>> groups = {
+std::vector<std::vector<TagRow>> MakeTagGroups() {
+    std::vector<std::vector<TagRow>> groups = {
         // 1: the reported item
         {{"TLM_REPORTED_ID", "Unique Identification Number of the reported item"},
          {"TLM_PROJECT", "Project under which the item is reported under"},
@@ -95,6 +95,14 @@ const std::vector<std::vector<TagRow>>& TagGroups() {
          {"TLM_ADMIN", "The administrator who is requesting the member to report"},
          {"TLM_NOW", "The current date/time"}},
     };
+    // 9: the declined item, which also carries the manager's reason
+    groups.push_back(groups[0]);
+    groups.back().emplace_back("TLM_DECLINE_REASON", "The reason the manager gave for declining the item");
+    return groups;
+}
+
+const std::vector<std::vector<TagRow>>& TagGroups() {
+    static const std::vector<std::vector<TagRow>> groups = MakeTagGroups();
     return groups;
 }
 

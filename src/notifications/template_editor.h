@@ -7,7 +7,7 @@
 
 namespace tlm {
 
-// The tags a template's group offers on the editor (groups 1 to 8): the tags joined by ";" and
+// The tags a template's group offers on the editor (groups 1 to 9): the tags joined by ";" and
 // their descriptions joined by CR LF, in the same order. Empty for an unknown group.
 QString TagGroupTags(int group);
 QString TagGroupDescriptions(int group);

@@ -52,7 +52,7 @@ const std::vector<TemplateInfo>& TemplateVocabulary() {
         {11, 12, QStringLiteral("Email Member when timesheet is approved"), tpo::kNotifyMemberWhenApproved,
          tpo::kNotifyMemberWhenApprovedSubject, QStringLiteral("NOTIFY_TO_MEMBER_WHEN_APPROVED.TXT"), 1},
         {12, 13, QStringLiteral("Email Member when timesheet is declined"), tpo::kNotifyMemberWhenDeclined,
-         tpo::kNotifyMemberWhenDeclinedSubject, QStringLiteral("NOTIFY_TO_MEMBER_WHEN_DECLINE.TXT"), 1},
+         tpo::kNotifyMemberWhenDeclinedSubject, QStringLiteral("NOTIFY_TO_MEMBER_WHEN_DECLINE.TXT"), 9},
         {13, 15, QStringLiteral("Email Manager when timesheet is revised"),
          tpo::kNotifyManagerWhenMemberUpdates, tpo::kNotifyManagerWhenMemberUpdatesSubject,
          QStringLiteral("NOTIFY_MANAGER_WHEN_MEMBER_UPDATES.TXT"), 1},

@@ -2,12 +2,16 @@
 
 #include <xlsxwriter.h>
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QXmlStreamWriter>
 
+#include <QHash>
+#include <charconv>
 #include <cstdio>
+#include <string>
 
 #include "core/file_services.h"
 #include "core/money.h"
@@ -15,6 +19,9 @@
 #include "database/cursor.h"
 
 namespace tlm {
+
+std::unique_ptr<ReportWriter> MakeStreamWriter(ExportFormat format, QIODevice* device,
+                                               const DateTextFn& dateText, bool append);
 
 namespace {
 
@@ -43,21 +50,103 @@ QString WriteFailure(QIODevice* device) {
     return QStringLiteral("The file could not be written: ") + device->errorString();
 }
 
-class TextWriter : public ReportWriter {
+// A writer that takes its cells straight from the cursor, without a QVariant per cell.
+class CursorRowWriter {
   public:
-    TextWriter(QIODevice* device, DateTextFn dateText)
-        : device_(device), out_(device), dateText_(std::move(dateText)) {}
+    virtual ~CursorRowWriter() = default;
+    // The cells at the positions (-1: an empty cell) of the cursor's current row.
+    virtual bool RowFrom(const Cursor& cursor, const std::vector<int>& positions) = 0;
+};
+
+constexpr qsizetype kTextBlock = 1 << 20;
+// Distinct dates remembered as text; past that the memory starts over.
+constexpr qsizetype kDateTexts = 1 << 16;
+
+bool NeedsQualifier(const char* s, qsizetype n) {
+    for (qsizetype i = 0; i < n; ++i)
+        if (s[i] == '\t' || s[i] == '\r' || s[i] == '\n')
+            return true;
+    return false;
+}
+
+void AppendNumber(std::string& out, qint64 v) {
+    char digits[24];
+    const auto end = std::to_chars(digits, digits + sizeof digits, v).ptr;
+    out.append(digits, end - digits);
+}
+
+// Money::toPlainString's text, appended without a QString: "67.5", "8.4375", "12", "-0.0001".
+void AppendMoneyPlain(std::string& out, qint64 units) {
+    const bool neg = units < 0;
+    const quint64 mag = neg ? 0ULL - quint64(units) : quint64(units);
+    if (neg)
+        out.push_back('-');
+    char digits[24];
+    auto end = std::to_chars(digits, digits + sizeof digits, mag / quint64(Money::kScale)).ptr;
+    out.append(digits, end - digits);
+    quint64 frac = mag % quint64(Money::kScale);
+    if (frac == 0)
+        return;
+    int places = 4;
+    while (frac % 10 == 0) {
+        frac /= 10;
+        --places;
+    }
+    char fraction[5] = {'.', '0', '0', '0', '0'};
+    for (int i = places; i > 0; --i, frac /= 10)
+        fraction[i] = char('0' + frac % 10);
+    out.append(fraction, places + 1);
+}
+
+// Tab-separated lines as UTF-8 in a byte buffer, handed to the device in blocks of about 1 MB.
+class TextWriter : public ReportWriter, public CursorRowWriter {
+  public:
+    TextWriter(QIODevice* device, DateTextFn dateText) : device_(device), dateText_(std::move(dateText)) {
+        buffer_.reserve(size_t(kTextBlock + (1 << 16)));
+    }
     bool Begin(const QStringList& headings) override { return Line(headings); }
     bool Row(const QVariantList& cells) override {
-        QStringList texts;
-        texts.reserve(cells.size());
-        for (const QVariant& v : cells)
-            texts.append(CellText(v, dateText_));
-        return Line(texts);
+        for (qsizetype i = 0; i < cells.size(); ++i) {
+            if (i > 0)
+                buffer_.push_back('\t');
+            AppendCell(CellText(cells[i], dateText_).toUtf8());
+        }
+        return EndLine();
+    }
+    bool RowFrom(const Cursor& cursor, const std::vector<int>& positions) override {
+        for (size_t i = 0; i < positions.size(); ++i) {
+            if (i > 0)
+                buffer_.push_back('\t');
+            if (positions[i] < 0)
+                continue;
+            const StoredCell cell = cursor.Cell(positions[i]);
+            switch (cell.form) {
+                case StoredCell::Form::Null:
+                    break;
+                case StoredCell::Form::Int:
+                    AppendNumber(buffer_, cell.number);
+                    break;
+                case StoredCell::Form::Money:
+                    AppendMoneyPlain(buffer_, cell.number);
+                    break;
+                case StoredCell::Form::DateTime: {
+                    const QByteArray& date = DateText(cell.number);
+                    buffer_.append(date.constData(), size_t(date.size()));
+                    break;
+                }
+                case StoredCell::Form::Utf8:
+                    AppendCell(cell.utf8, cell.size);
+                    break;
+                case StoredCell::Form::Variant:
+                    AppendCell(CellText(cell.variant, dateText_).toUtf8());
+                    break;
+            }
+        }
+        return EndLine();
     }
     bool Summary(const QStringList& cells) override { return Line(cells); }
     bool Finish() override {
-        if (!out_.Flush()) {
+        if (!Flush()) {
             error = WriteFailure(device_);
             return false;
         }
@@ -65,28 +154,58 @@ class TextWriter : public ReportWriter {
     }
 
   private:
+    // A cell holding a tab or a line break goes between cell delimiters.
+    void AppendCell(const char* s, qsizetype n) {
+        const bool qualify = NeedsQualifier(s, n);
+        if (qualify)
+            buffer_.append("\r\n", 2);
+        buffer_.append(s, size_t(n));
+        if (qualify)
+            buffer_.append("\r\n", 2);
+    }
+    void AppendCell(const QByteArray& s) { AppendCell(s.constData(), s.size()); }
+    // The date as the caller's function writes it, qualified as a cell; each distinct date once.
+    const QByteArray& DateText(qint64 key) {
+        auto it = dates_.constFind(key);
+        if (it != dates_.constEnd())
+            return *it;
+        if (dates_.size() >= kDateTexts)
+            dates_.clear();
+        const QDateTime dt = UnpackDateTime(key);
+        const QByteArray text = CellText(QVariant(dt), dateText_).toUtf8();
+        QByteArray cell;
+        if (NeedsQualifier(text.constData(), text.size()))
+            cell = QByteArrayLiteral("\r\n") + text + QByteArrayLiteral("\r\n");
+        else
+            cell = text;
+        return *dates_.insert(key, cell);
+    }
     bool Line(const QStringList& cells) {
         for (qsizetype i = 0; i < cells.size(); ++i) {
             if (i > 0)
-                out_.Add(u'\t');
-            const QString& c = cells[i];
-            const bool qualify = c.contains(u'\t') || c.contains(u'\r') || c.contains(u'\n');
-            if (qualify)
-                out_.Add(QLatin1StringView("\r\n"));
-            out_.Add(c);
-            if (qualify)
-                out_.Add(QLatin1StringView("\r\n"));
+                buffer_.push_back('\t');
+            AppendCell(cells[i].toUtf8());
         }
-        out_.Add(QLatin1StringView("\r\n"));
-        if (!out_.MaybeFlush()) {
+        return EndLine();
+    }
+    bool EndLine() {
+        buffer_.append("\r\n", 2);
+        if (qsizetype(buffer_.size()) >= kTextBlock && !Flush()) {
             error = WriteFailure(device_);
             return false;
         }
         return true;
     }
+    bool Flush() {
+        const bool ok = buffer_.empty() ||
+                        device_->write(buffer_.data(), qint64(buffer_.size())) == qint64(buffer_.size());
+        buffer_.clear();  // keeps the reserved block
+        return ok;
+    }
     QIODevice* device_;
-    BufferedOut out_;
     DateTextFn dateText_;
+    std::string buffer_;
+    QHash<qint64, QByteArray> dates_;
 };
 
 void AddHtmlEscaped(BufferedOut& out, const QString& s) {
@@ -326,7 +445,14 @@ ExportOutcome WriteRows(std::shared_ptr<Connection> connection, const ReportDefi
                         ReportWriter& writer, const std::function<bool(qint64)>& progress, bool requireRows) {
     ExportOutcome out;
     Cursor cursor(std::move(connection));
-    if (!cursor.Open(def.sql)) {
+    // Only what the file shows and what the summary may sum is read.
+    QStringList read;
+    for (const ReportColumn& c : def.exports)
+        read.append(c.column);
+    for (const char* summed :
+         {"TotalCost", "ActualWork", "TotalWork", "Field9Value", "Field10Value", "Duration"})
+        read.append(QString::fromLatin1(summed));
+    if (!cursor.Open(def.sql, read)) {
         out.failure = cursor.LastError();
         out.databaseFailed = true;
         return out;
@@ -348,15 +474,22 @@ ExportOutcome WriteRows(std::shared_ptr<Connection> connection, const ReportDefi
         out.failure = ExportFailure(writer.error);
         return false;
     };
+    auto* direct = dynamic_cast<CursorRowWriter*>(&writer);
     QVariantList cells;
     while (cursor.Next()) {
         if (!begun && !begin())
             return out;
-        cells.clear();
-        for (int p : pos)
-            cells.append(p >= 0 ? cursor.Value(p) : QVariant());
+        bool written = false;
+        if (direct) {
+            written = direct->RowFrom(cursor, pos);
+        } else {
+            cells.clear();
+            for (int p : pos)
+                cells.append(p >= 0 ? cursor.Value(p) : QVariant());
+            written = writer.Row(cells);
+        }
         summary.Add(cursor);
-        if (!writer.Row(cells)) {
+        if (!written) {
             out.failure = ExportFailure(writer.error);
             return out;
         }
@@ -391,7 +524,153 @@ ExportOutcome WriteRows(std::shared_ptr<Connection> connection, const ReportDefi
     return out;
 }
 
+// The file of an export, written whole under a temporary name and put in place only when complete.
+ExportOutcome WriteToFile(const QString& path, ExportFormat format, bool append, const DateTextFn& dateText,
+                          const std::function<ExportOutcome(ReportWriter&)>& write) {
+    const auto couldNotWrite = [](const QString& why) {
+        ExportOutcome out;
+        out.failure = ExportFailure(QStringLiteral("The file could not be written: ") + why);
+        return out;
+    };
+    AtomicFile file(path);
+    QString why;
+    if (!file.open(&why))
+        return couldNotWrite(path + QStringLiteral(" (") + why + u')');
+    ExportOutcome out;
+    if (format == ExportFormat::Excel) {
+        // The workbook library writes to a name: the temporary file's.
+        auto writer = MakeXlsxWriter(file.temporaryPath(), dateText);
+        out = write(*writer);
+    } else {
+        if (append) {
+            QFile original(path);
+            if (original.open(QIODevice::ReadOnly)) {
+                while (!original.atEnd()) {
+                    const QByteArray chunk = original.read(1 << 20);
+                    if (file.device()->write(chunk) != chunk.size())
+                        return couldNotWrite(file.device()->errorString());
+                }
+            }
+        }
+        std::unique_ptr<ReportWriter> writer = MakeStreamWriter(format, file.device(), dateText, append);
+        out = write(*writer);
+    }
+    if (!out.ok)
+        return out;  // the old file stays as it was
+    if (!file.commit(&why))
+        return couldNotWrite(path + QStringLiteral(" (") + why + u')');
+    return out;
+}
+
+// Writes the rows a report kept when it was generated.
+ExportOutcome WriteStoredRows(const ReportRun& run, const ReportDefinition& def, ReportWriter& writer,
+                              const std::function<bool(qint64)>& progress) {
+    ExportOutcome out;
+    QStringList headings;
+    std::vector<int> at;
+    for (const ReportColumn& c : def.exports) {
+        headings.append(c.display);
+        at.push_back(run.rows ? run.rows->ColumnOf(c.column) : -1);
+    }
+    if (!writer.Begin(headings)) {
+        out.failure = ExportFailure(writer.error);
+        return out;
+    }
+    const qint64 count = run.rows ? run.rows->Count() : 0;
+    QVariantList cells;
+    for (qint64 r = 0; r < count; ++r) {
+        cells.clear();
+        for (int a : at)
+            cells.append(a >= 0 ? run.rows->At(r, a) : QVariant());
+        if (!writer.Row(cells)) {
+            out.failure = ExportFailure(writer.error);
+            return out;
+        }
+        ++out.rows;
+        if (progress && out.rows % 1000 == 0 && !progress(out.rows)) {
+            out.cancelled = true;
+            return out;
+        }
+    }
+    QStringList last;
+    for (const ReportColumn& c : def.exports)
+        last.append(run.totals.Value(c.column));
+    if (!writer.Summary(last) || !writer.Finish()) {
+        out.failure = ExportFailure(writer.error);
+        return out;
+    }
+    out.ok = true;
+    return out;
+}
+
+// Folds one value into the fingerprint in a form that does not depend on how it is shown.
+void AddToFingerprint(QCryptographicHash& hash, const QVariant& v) {
+    QString text;
+    if (!v.isValid() || v.isNull())
+        text = QStringLiteral("\x01");
+    else if (v.typeId() == QMetaType::QDateTime)
+        text = QString::number(v.toDateTime().toMSecsSinceEpoch());
+    else
+        text = CellText(v, {});
+    hash.addData(QByteArrayView(reinterpret_cast<const char*>(text.utf16()), text.size() * 2));
+    hash.addData(QByteArrayView("\x1f", 1));
+}
+
 }  // namespace
+
+QByteArray ReportFingerprint(const ReportRun& run) {
+    QCryptographicHash hash(QCryptographicHash::Sha1);
+    if (run.rows) {
+        const int columns = int(run.rows->Columns().size());
+        for (qint64 r = 0; r < run.rows->Count(); ++r)
+            for (int c = 0; c < columns; ++c)
+                AddToFingerprint(hash, run.rows->At(r, c));
+    }
+    return QByteArray::number(run.rowCount) + ':' + hash.result().toHex();
+}
+
+ReportCheck CheckReportCurrent(std::shared_ptr<Connection> connection, const ReportDefinition& def,
+                               const ReportRun& run) {
+    ReportCheck check;
+    Cursor cursor(std::move(connection));
+    if (!cursor.Open(def.sql)) {
+        check.failure = cursor.LastError();
+        return check;
+    }
+    std::vector<int> pos;
+    if (run.rows)
+        for (const QString& c : run.rows->Columns())
+            pos.push_back(cursor.FieldIndex(c));
+    QCryptographicHash hash(QCryptographicHash::Sha1);
+    while (cursor.Next()) {
+        ++check.rowsNow;
+        for (int p : pos)
+            AddToFingerprint(hash, p >= 0 ? cursor.Value(p) : QVariant());
+    }
+    if (cursor.LastError().isSet()) {
+        check.failure = cursor.LastError();
+        return check;
+    }
+    check.read = true;
+    check.changed = QByteArray::number(check.rowsNow) + ':' + hash.result().toHex() != ReportFingerprint(run);
+    return check;
+}
+
+QString ReportChangedText(const ReportCheck& check, qint64 generatedRows) {
+    return QStringLiteral(
+               "The data changed since the report was generated: the report has %1 rows, the database "
+               "now gives %2. The file holds the report as it was generated; generate the report again "
+               "for the current data.")
+        .arg(generatedRows)
+        .arg(check.rowsNow);
+}
+
+ExportOutcome ExportGeneratedReport(const ReportRun& run, const ReportDefinition& def, ExportFormat format,
+                                    const QString& path, bool append, const DateTextFn& dateText,
+                                    const std::function<bool(qint64)>& progress) {
+    return WriteToFile(path, format, append, dateText,
+                       [&](ReportWriter& writer) { return WriteStoredRows(run, def, writer, progress); });
+}
 
 std::unique_ptr<ReportWriter> MakeTextWriter(QIODevice* device, DateTextFn dateText) {
     return std::make_unique<TextWriter>(device, std::move(dateText));
@@ -419,8 +698,8 @@ QString XmlElementName(const QString& heading) {
     return name;
 }
 
-static std::unique_ptr<ReportWriter> MakeStreamWriter(ExportFormat format, QIODevice* device,
-                                                      const DateTextFn& dateText, bool append) {
+std::unique_ptr<ReportWriter> MakeStreamWriter(ExportFormat format, QIODevice* device,
+                                               const DateTextFn& dateText, bool append) {
     switch (format) {
         case ExportFormat::Text:
             return MakeTextWriter(device, dateText);
@@ -448,39 +727,9 @@ ExportOutcome ExportReportTo(QIODevice* device, std::shared_ptr<Connection> conn
 ExportOutcome ExportReport(std::shared_ptr<Connection> connection, const ReportDefinition& def,
                            ExportFormat format, const QString& path, bool append, const DateTextFn& dateText,
                            const std::function<bool(qint64)>& progress, bool requireRows) {
-    const auto couldNotWrite = [](const QString& why) {
-        ExportOutcome out;
-        out.failure = ExportFailure(QStringLiteral("The file could not be written: ") + why);
-        return out;
-    };
-    AtomicFile file(path);
-    QString why;
-    if (!file.open(&why))
-        return couldNotWrite(path + QStringLiteral(" (") + why + u')');
-    ExportOutcome out;
-    if (format == ExportFormat::Excel) {
-        // The workbook library writes to a name: the temporary file's.
-        auto writer = MakeXlsxWriter(file.temporaryPath(), dateText);
-        out = WriteRows(connection, def, *writer, progress, requireRows);
-    } else {
-        if (append) {
-            QFile original(path);
-            if (original.open(QIODevice::ReadOnly)) {
-                while (!original.atEnd()) {
-                    const QByteArray chunk = original.read(1 << 20);
-                    if (file.device()->write(chunk) != chunk.size())
-                        return couldNotWrite(file.device()->errorString());
-                }
-            }
-        }
-        std::unique_ptr<ReportWriter> writer = MakeStreamWriter(format, file.device(), dateText, append);
-        out = WriteRows(connection, def, *writer, progress, requireRows);
-    }
-    if (!out.ok)
-        return out;  // the old file stays as it was
-    if (!file.commit(&why))
-        return couldNotWrite(path + QStringLiteral(" (") + why + u')');
-    return out;
+    return WriteToFile(path, format, append, dateText, [&](ReportWriter& writer) {
+        return WriteRows(connection, def, writer, progress, requireRows);
+    });
 }
 
 QString EnsureExtension(const QString& path, const QString& extension) {

@@ -63,6 +63,26 @@ ExportOutcome ExportReportTo(QIODevice* device, std::shared_ptr<Connection> conn
                              const ReportDefinition& def, ExportFormat format, const DateTextFn& dateText,
                              const std::function<bool(qint64)>& progress = {}, bool requireRows = false);
 
+// Writes the rows a generated report kept, with its totals: the report as the user saw it, whatever
+// the database holds now. The file is written as ExportReport writes it.
+ExportOutcome ExportGeneratedReport(const ReportRun& run, const ReportDefinition& def, ExportFormat format,
+                                    const QString& path, bool append, const DateTextFn& dateText,
+                                    const std::function<bool(qint64)>& progress = {});
+
+// Whether the rows a report kept are still what its query gives: the count and every kept cell,
+// compared through a digest, by one more read of the query (nothing is rendered or written).
+struct ReportCheck {
+    bool read = false;  // false: the query failed (failure)
+    bool changed = false;
+    qint64 rowsNow = 0;
+    Failure failure;
+};
+QByteArray ReportFingerprint(const ReportRun& run);
+ReportCheck CheckReportCurrent(std::shared_ptr<Connection> connection, const ReportDefinition& def,
+                               const ReportRun& run);
+// What the user is told when the data changed since the report was generated.
+QString ReportChangedText(const ReportCheck& check, qint64 generatedRows);
+
 // Adds "." and the extension only to a path that ends in "."; every other path stays as it is.
 QString EnsureExtension(const QString& path, const QString& extension);
 

@@ -1,6 +1,8 @@
 #include "reports/report_render.h"
 
+#include <QHash>
 #include <QLocale>
+#include <algorithm>
 #include <map>
 
 #include "core/money.h"
@@ -21,6 +23,8 @@ double NumberOf(const QVariant& v) {
     const double d = v.toDouble(&ok);
     return ok ? d : 0;
 }
+
+constexpr qint64 kRowsPerTable = 1000;
 
 const QString kFrame = QStringLiteral(
     "<table border=\"0\" width=\"100%\"><tr><td colspan=\"2\"><font size='3'>[HEADER] - "
@@ -142,7 +146,6 @@ QString ChartImageHtml() {
 }
 
 ReportRun RunReport(std::shared_ptr<Connection> connection, const ReportDefinition& def,
-                    const QString& header, qint64 maxShownRows, const DateTextFn& dateText,
                     const std::function<bool(qint64)>& progress) {
     ReportRun run;
     run.chart.byMember = def.byMember;
@@ -152,12 +155,16 @@ ReportRun RunReport(std::shared_ptr<Connection> connection, const ReportDefiniti
         run.failure = cursor.LastError();
         return run;
     }
+    // The page and the exports may map a field to different columns; each column is kept once.
+    QStringList columns;
+    for (const auto* list : {&def.page, &def.exports})
+        for (const ReportColumn& c : *list)
+            if (!columns.contains(c.column))
+                columns.append(c.column);
     std::vector<int> pos;
-    std::vector<bool> numeric;
-    for (const ReportColumn& c : def.page) {
-        pos.push_back(cursor.FieldIndex(c.column));
-        numeric.push_back(IsNumericColumn(c.column));
-    }
+    for (const QString& c : columns)
+        pos.push_back(cursor.FieldIndex(c));
+    auto rows = std::make_shared<ReportRows>(columns);
     ReportSummary summary(def);
     summary.Bind(cursor);
     const int groupAt =
@@ -167,35 +174,20 @@ ReportRun RunReport(std::shared_ptr<Connection> connection, const ReportDefiniti
         cursor.FieldIndex(def.appointments ? QStringLiteral("Duration") : QStringLiteral("ActualWork"));
     std::map<QString, ChartGroup> groups;
 
-    QString rows;
     while (cursor.Next()) {
         ++run.rowCount;
         summary.Add(cursor);
         const QString key = groupAt >= 0 ? cursor.Value(groupAt).toString() : QString();
         ChartGroup& g = groups[key];
-        g.name = key;
+        if (g.name.isNull())
+            g.name = key;
         if (costAt >= 0)
             g.cost += NumberOf(cursor.Value(costAt));
         if (minutesAt >= 0)
             g.minutes += NumberOf(cursor.Value(minutesAt));
-        if (run.rowCount <= maxShownRows) {
-            if (run.rowCount == 1 && !header.isEmpty()) {
-                rows += QStringLiteral("<tr>");
-                for (const ReportColumn& c : def.page)
-                    rows += QStringLiteral("<td bgcolor=\"#FFFFCC\" align=\"left\"><b>") + c.display +
-                            QStringLiteral("</b></td>");
-                rows += QStringLiteral("</tr>");
-            }
-            rows += QStringLiteral("<tr>");
-            for (size_t i = 0; i < pos.size(); ++i) {
-                const QString text = pos[i] >= 0 ? CellText(cursor.Value(pos[i]), dateText) : QString();
-                rows += (numeric[i] ? QStringLiteral("<td align=\"right\">")
-                                    : QStringLiteral("<td align=\"left\">")) +
-                        text + QStringLiteral("</td>");
-            }
-            rows += QStringLiteral("</tr>");
-            run.shownRows = run.rowCount;
-        }
+        for (int p : pos)
+            rows->Append(p >= 0 ? cursor.Value(p) : QVariant());
+        rows->CountRow();
         if (progress && (run.rowCount % 1000) == 0 && !progress(run.rowCount)) {
             run.cancelled = true;
             return run;
@@ -207,36 +199,105 @@ ReportRun RunReport(std::shared_ptr<Connection> connection, const ReportDefiniti
     }
     for (auto& [name, g] : groups)
         run.chart.groups.push_back(g);
+    run.totals = summary.Entries();
+    run.rows = std::move(rows);
+    run.ok = true;
+    return run;
+}
+
+QString ReportSectionHtml(const ReportDefinition& def, const ReportRun& run, const QString& header,
+                          const DateTextFn& dateText, qint64 first, qint64 count) {
+    static const QString kHeadCell = QStringLiteral("<td bgcolor=\"#FFFFCC\" align=\"left\"><b>");
+    static const QString kHeadEnd = QStringLiteral("</b></td>");
+    static const QString kRight = QStringLiteral("<td align=\"right\">");
+    static const QString kLeft = QStringLiteral("<td align=\"left\">");
+    static const QString kCellEnd = QStringLiteral("</td>");
+    static const QString kRowStart = QStringLiteral("<tr>");
+    static const QString kRowEnd = QStringLiteral("</tr>");
+    static const QString kTableStart = QStringLiteral(
+        "<table border=\"1\" width=\"100%\" cellspacing=\"0\" cellpadding=\"3\" bordercolor=\"#C0C0C0\">");
 
     QString frame = kFrame;
     frame.replace(QStringLiteral("[HEADER]"), header);
-    if (run.rowCount > 0) {
-        const Dictionary<QString> totals = summary.Entries();
-        rows += QStringLiteral("<tr>");
-        for (const ReportColumn& c : def.page)
-            rows += QStringLiteral("<td align=\"right\"><b>") + totals.Value(c.column) +
-                    QStringLiteral("</b></td>");
-        rows += QStringLiteral("</tr>");
-        // The count before the table, so no value in a row is taken for the marker.
-        frame.replace(QStringLiteral("[COUNT]"),
-                      QStringLiteral(" ") + QString::number(run.rowCount) + QStringLiteral(" items"));
-        frame.replace(QStringLiteral("[TABLE]"),
-                      QStringLiteral("<table border=\"1\" width=\"100%\" cellspacing=\"0\" cellpadding=\"3\" "
-                                     "bordercolor=\"#C0C0C0\">") +
-                          rows + QStringLiteral("</table>"));
-    } else {
+    const qint64 total = run.rows ? run.rows->Count() : 0;
+    if (total == 0) {
         frame.replace(QStringLiteral("[COUNT]"), QStringLiteral(" No items"));
         frame.replace(QStringLiteral("[TABLE]"), QString());
+        return frame;
     }
-    if (run.shownRows < run.rowCount)
-        frame += QStringLiteral(
-                     "<p>The page shows the first %1 of %2 items; the totals cover all of them, and "
-                     "an export holds all %2.</p>")
-                     .arg(run.shownRows)
-                     .arg(run.rowCount);
-    run.html = frame;
-    run.ok = true;
-    return run;
+    frame.replace(QStringLiteral("[COUNT]"),
+                  QStringLiteral(" ") + QString::number(total) + QStringLiteral(" items"));
+    first = std::clamp<qint64>(first, 0, total);
+    const qint64 end = count < 0 ? total : std::min(total, first + count);
+
+    std::vector<int> at;
+    std::vector<bool> numeric;
+    for (const ReportColumn& c : def.page) {
+        at.push_back(run.rows->ColumnOf(c.column));
+        numeric.push_back(IsNumericColumn(c.column));
+    }
+    // Dates repeat from row to row, and formatting one costs more than the rest of the row.
+    QHash<qint64, QString> dates;
+    const auto cellText = [&](const QVariant& v) -> QString {
+        if (v.typeId() == QMetaType::QString)
+            return v.toString();
+        if (v.typeId() == QMetaType::QDateTime && !v.isNull()) {
+            const QDateTime d = v.toDateTime();
+            const qint64 key = d.toMSecsSinceEpoch();
+            auto it = dates.constFind(key);
+            if (it == dates.constEnd())
+                it = dates.insert(key, CellText(v, dateText));
+            return *it;
+        }
+        return CellText(v, dateText);
+    };
+
+    const qsizetype tableAt = frame.indexOf(QStringLiteral("[TABLE]"));
+    QString out;
+    // One pass into one buffer, sized from the first rows so it grows rarely.
+    out.reserve(frame.size() + 1024 + qsizetype(end - first) * qsizetype(24 + at.size() * 40));
+    out += QStringView(frame).left(tableAt);
+    out += kTableStart;
+    if (!header.isEmpty()) {
+        out += kRowStart;
+        for (const ReportColumn& c : def.page) {
+            out += kHeadCell;
+            out += c.display;
+            out += kHeadEnd;
+        }
+        out += kRowEnd;
+    }
+    for (qint64 r = first; r < end; ++r) {
+        // A document lays out one long table far slower than several short ones, so a long page
+        // (the printout) goes on in a new table every so many rows.
+        if (r > first && (r - first) % kRowsPerTable == 0) {
+            out += QLatin1StringView("</table>");
+            out += kTableStart;
+        }
+        out += kRowStart;
+        for (size_t i = 0; i < at.size(); ++i) {
+            out += numeric[i] ? kRight : kLeft;
+            if (at[i] >= 0)
+                out += cellText(run.rows->At(r, at[i]));
+            out += kCellEnd;
+        }
+        out += kRowEnd;
+        if (r == first + 63 && end - first > 256) {
+            // Now the rows' real width is known.
+            const qsizetype perRow = (out.size() - tableAt) / 64 + 8;
+            out.reserve(out.size() + perRow * qsizetype(end - r) + 1024);
+        }
+    }
+    out += kRowStart;
+    for (const ReportColumn& c : def.page) {
+        out += QLatin1StringView("<td align=\"right\"><b>");
+        out += run.totals.Value(c.column);
+        out += kHeadEnd;
+    }
+    out += kRowEnd;
+    out += QLatin1StringView("</table>");
+    out += QStringView(frame).mid(tableAt + 7);
+    return out;
 }
 
 }  // namespace tlm

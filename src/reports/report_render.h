@@ -87,22 +87,45 @@ QString DefaultHTML();
 inline const QString kChartImageName = QStringLiteral("report-chart.png");
 QString ChartImageHtml();
 
+// The rows of one generated report, kept for the page and the exports: the cells of every column
+// the page or an export shows, row after row, as the cursor gave them.
+class ReportRows {
+  public:
+    explicit ReportRows(QStringList columns) : columns_(std::move(columns)) {}
+    const QStringList& Columns() const { return columns_; }
+    int ColumnOf(const QString& column) const { return int(columns_.indexOf(column)); }
+    qint64 Count() const { return count_; }
+    const QVariant& At(qint64 row, int column) const {
+        return cells_[size_t(row * columns_.size() + column)];
+    }
+    void Append(QVariant value) { cells_.push_back(std::move(value)); }
+    void CountRow() { ++count_; }
+
+  private:
+    QStringList columns_;
+    std::vector<QVariant> cells_;
+    qint64 count_ = 0;
+};
+
 // The outcome of one report run.
 struct ReportRun {
     bool ok = false;
     bool cancelled = false;
     qint64 rowCount = 0;
-    qint64 shownRows = 0;
-    QString html;  // the section: heading, count, table of the first rows, summary row
+    std::shared_ptr<const ReportRows> rows;         // every row read
+    Dictionary<QString> totals{CompareMode::Text};  // the summary row, over every row
     ReportChart chart;
     Failure failure;
 };
 
-// Runs the report's query through a cursor and writes the section of the page. Only the first
-// maxShownRows rows go on the page; the count and the totals cover every row. progress gets the
-// rows read so far and may answer false to stop.
+// Runs the report's query through a cursor once and keeps every row, with the totals and the chart
+// data. progress gets the rows read so far and may answer false to stop.
 ReportRun RunReport(std::shared_ptr<Connection> connection, const ReportDefinition& def,
-                    const QString& header, qint64 maxShownRows, const DateTextFn& dateText,
                     const std::function<bool(qint64)>& progress = {});
+
+// The section of the page: heading, count, a table of the rows from first (count rows, -1 for all
+// that follow) and the summary row, which covers every row of the report.
+QString ReportSectionHtml(const ReportDefinition& def, const ReportRun& run, const QString& header,
+                          const DateTextFn& dateText, qint64 first = 0, qint64 count = -1);
 
 }  // namespace tlm

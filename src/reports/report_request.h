@@ -17,9 +17,6 @@ namespace tlm {
 class cDBSettings;
 class cReportFields;
 
-// The page keeps only this many rows; the count, totals and exports cover all of them.
-inline constexpr qint64 kReportPageRows = 3000;
-
 // What the user chose for one report, from the window's selectors or from the command line.
 struct ReportChoices {
     int typeIndex = 1;  // 0 tasks, 1 appointments

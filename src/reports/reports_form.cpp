@@ -8,6 +8,7 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
 #include <QPrintDialog>
@@ -28,13 +29,14 @@
 #include "core/prompt.h"
 #include "database/connection.h"
 #include "desktop/dialogs.h"
-#include "desktop/window_services.h"
 #include "desktop/ui_settings.h"
+#include "desktop/window_services.h"
 #include "domain/option_keys.h"
 #include "domain/single_list.h"
 #include "reports/report_chart_form.h"
 #include "reports/report_export.h"
 #include "reports/report_pdf.h"
+#include "reports/report_presets.h"
 #include "reports/report_request.h"
 #include "settings/global_settings.h"
 
@@ -109,6 +111,24 @@ frmReports::frmReports(cUISettings& ui, QWidget* parent) : QDialog(parent), ui_(
 
     auto* side = new QWidget;
     auto* sideLayout = new QVBoxLayout(side);
+    auto* framePreset = new QGroupBox(QStringLiteral("Presets"));
+    auto* presetLayout = new QHBoxLayout(framePreset);
+    cboPreset_ = new QComboBox;
+    cboPreset_->setEditable(true);
+    cboPreset_->setInsertPolicy(QComboBox::NoInsert);
+    cboPreset_->lineEdit()->setPlaceholderText(QStringLiteral("Preset name"));
+    auto* cmdSavePreset = new QPushButton(QStringLiteral("Save"));
+    auto* cmdDeletePreset = new QPushButton(QStringLiteral("Delete"));
+    presetLayout->addWidget(cboPreset_, 1);
+    presetLayout->addWidget(cmdSavePreset);
+    presetLayout->addWidget(cmdDeletePreset);
+    sideLayout->addWidget(framePreset);
+    connect(cboPreset_, &QComboBox::activated, this,
+            [this](int index) { ApplyPreset(cboPreset_->itemText(index)); });
+    connect(cmdSavePreset, &QPushButton::clicked, this, [this] { SavePreset(cboPreset_->currentText()); });
+    connect(cmdDeletePreset, &QPushButton::clicked, this,
+            [this] { DeletePreset(cboPreset_->currentText()); });
+
     sideLayout->addWidget(new QLabel(QStringLiteral("Select reported items type")));
     cboTypes_ = new QComboBox;
     sideLayout->addWidget(cboTypes_);
@@ -169,6 +189,12 @@ frmReports::frmReports(cUISettings& ui, QWidget* parent) : QDialog(parent), ui_(
     auto* cmdPrint = new QPushButton(QStringLiteral("Print"));
     auto* cmdPdf = new QPushButton(QStringLiteral("Save as PDF"));
     auto* cmdClose = new QPushButton(QStringLiteral("Close"));
+    cmdPrevious_ = new QPushButton(QStringLiteral("Previous"));
+    cmdNext_ = new QPushButton(QStringLiteral("Next"));
+    lblPart_ = new QLabel;
+    buttons->addWidget(cmdPrevious_);
+    buttons->addWidget(lblPart_);
+    buttons->addWidget(cmdNext_);
     buttons->addWidget(cmdExport_);
     buttons->addWidget(cmdPrint);
     buttons->addWidget(cmdPdf);
@@ -195,12 +221,17 @@ frmReports::frmReports(cUISettings& ui, QWidget* parent) : QDialog(parent), ui_(
 
     connect(cboTypes_, &QComboBox::currentIndexChanged, this, [this] { cboTypes_Click(); });
     connect(cboTimePeriod_, &QComboBox::currentIndexChanged, this, [this] { cboTimePeriod_Click(); });
+    // Choosing the entry already shown changes no index, yet the date frame hidden by a report must
+    // come back.
+    connect(cboTimePeriod_, &QComboBox::activated, this, [this] { cboTimePeriod_Click(); });
     connect(cboFilter_, &QComboBox::currentIndexChanged, this, [this] { cboFilter_Click(); });
     connect(lvFields_, &QListWidget::itemChanged, this, [this] { GetSelectedFields(); });
     connect(cmdShow_, &QPushButton::clicked, this, [this] { cmdShow_Click(); });
     connect(cmdPrint, &QPushButton::clicked, this, [this] { PrintReport(); });
     connect(cmdPdf, &QPushButton::clicked, this, [this] { SaveAsPdf(); });
     connect(cmdClose, &QPushButton::clicked, this, [this] { Exit(); });
+    connect(cmdPrevious_, &QPushButton::clicked, this, [this] { showPart(part_ - 1); });
+    connect(cmdNext_, &QPushButton::clicked, this, [this] { showPart(part_ + 1); });
 }
 
 frmReports::~frmReports() = default;
@@ -253,7 +284,78 @@ void frmReports::subSetCaption() {
     dtpEnd_->setDate(now.date());
     cboFilter_Click();
     cboTimePeriod_Click();
+    FillPresets(QString());
     OutputHTML(DefaultHTML());
+    showPart(0);
+}
+
+void frmReports::FillPresets(const QString& current) {
+    const QSignalBlocker block(cboPreset_);
+    cboPreset_->clear();
+    for (const ReportPreset& p : LoadReportPresets())
+        cboPreset_->addItem(p.name);
+    cboPreset_->setCurrentIndex(-1);
+    cboPreset_->setEditText(current);
+}
+
+bool frmReports::SavePreset(const QString& name) {
+    if (name.trimmed().isEmpty()) {
+        MsgBox(QStringLiteral("Please type a name for the preset!"), PromptIcon::Information,
+               PromptButtons::Ok, kTitle);
+        return false;
+    }
+    Failure failure;
+    std::vector<ReportPreset> presets = LoadReportPresets(&failure);
+    PutReportPreset(presets, PresetOfChoices(name, Choices()));
+    if (failure.isSet() || !SaveReportPresets(presets, &failure)) {
+        failure.label = QStringLiteral("fReports.SavePreset");
+        subReportError(failure);
+        return false;
+    }
+    FillPresets(name.trimmed());
+    return true;
+}
+
+bool frmReports::ApplyPreset(const QString& name) {
+    const std::vector<ReportPreset> presets = LoadReportPresets();
+    const ReportPreset* p = FindReportPreset(presets, name);
+    if (!p)
+        return false;
+    cboTypes_->setCurrentIndex(p->typeIndex);
+    const int period = cboTimePeriod_->findText(p->period);
+    if (period >= 0)
+        cboTimePeriod_->setCurrentIndex(period);
+    if (p->period == kDateRangePeriod) {
+        dtpStart_->setDate(p->rangeStart);
+        dtpEnd_->setDate(p->rangeEnd);
+    }
+    cboTimePeriod_Click();
+    if (p->filterIndex < cboFilter_->count())
+        cboFilter_->setCurrentIndex(p->filterIndex);
+    cboFilter_Click();
+    const int listed = cboList_->findText(p->listText);
+    if (listed >= 0)
+        cboList_->setCurrentIndex(listed);
+    // The preset's ticks replace the current ones; each change is stored as a tick by hand is.
+    for (int i = 0; i < lvFields_->count(); ++i)
+        lvFields_->item(i)->setCheckState(p->ticked.contains(lvFields_->item(i)->text()) ? Qt::Checked
+                                                                                         : Qt::Unchecked);
+    cboPreset_->setEditText(p->name);
+    return true;
+}
+
+bool frmReports::DeletePreset(const QString& name) {
+    Failure failure;
+    std::vector<ReportPreset> presets = LoadReportPresets(&failure);
+    if (!RemoveReportPreset(presets, name))
+        return false;
+    if (failure.isSet() || !SaveReportPresets(presets, &failure)) {
+        failure.label = QStringLiteral("fReports.DeletePreset");
+        subReportError(failure);
+        return false;
+    }
+    FillPresets(QString());
+    return true;
 }
 
 void frmReports::cboTypes_Click() {
@@ -370,41 +472,80 @@ void frmReports::cmdShow_Click() {
     chart_ = QImage();
     FrameDateRange_->setVisible(false);
     const PreparedReport prepared = PrepareReport(fields_, Choices(), Context());
-    const QString section = ShowReport(prepared);
-    OutputHTML(
-        ComposeReportPage(prepared, sCurrentUser(), DateTimeToText(clock_()), !chart_.isNull(), section));
+    if (ShowReport(prepared)) {
+        showPart(0);
+        return;
+    }
+    // A failed or stopped run leaves the page without a report table.
+    OutputHTML(ComposeReportPage(prepared, sCurrentUser(), DateTimeToText(clock_()), false, QString()));
+    showPart(0);
 }
 
-QString frmReports::ShowReport(const PreparedReport& prepared) {
+bool frmReports::ShowReport(const PreparedReport& prepared) {
     SelectedFields();
     const int type = cboTypes_->currentIndex();
     if (type != 0 && type != 1)
-        return QString();
+        return false;
     blnShowingAppointments = type == 1;
-    ReportDefinition def = prepared.def;
-    const QString& header = prepared.header;
 
     ReportRun run;
     {
         Progress progress(this, 0);
-        run = RunReport(
-            CurrentConnection(), def, header, kReportPageRows,
-            [this](const QDateTime& d) { return DateText(d); },
-            [&progress](qint64 rows) { return progress.Tick(rows); });
+        run = RunReport(CurrentConnection(), prepared.def,
+                        [&progress](qint64 rows) { return progress.Tick(rows); });
     }
     if (run.cancelled)
-        return QString();
+        return false;
     if (!run.ok) {
         Failure f = run.failure;
         f.label = QStringLiteral("fReports.ShowReport");
         subReportError(f);
-        return QString();
+        return false;
     }
-    report_ = LastReport{std::move(def), run.rowCount};
     // As wide as the pane shows it, so the value labels at the bars' ends are not cut off.
     if (chkChart_->isChecked() && run.rowCount > 0)
         chart_ = RenderReportChart(run.chart, std::clamp(wwwReport_->viewport()->width() - 40, 400, 760));
-    return run.html;
+    report_ = LastReport{prepared, std::move(run), DateTimeToText(clock_())};
+    return true;
+}
+
+QString frmReports::fullPageHtml() const {
+    if (!report_)
+        return page_;
+    const auto dateText = [this](const QDateTime& d) { return DateText(d); };
+    return ComposeReportPage(
+        report_->prepared, sCurrentUser(), report_->timeText, !chart_.isNull(),
+        ReportSectionHtml(report_->prepared.def, report_->run, report_->prepared.header, dateText));
+}
+
+int frmReports::viewParts() const {
+    if (!report_)
+        return 1;
+    return int(std::max<qint64>(1, (report_->run.rowCount + kViewRows - 1) / kViewRows));
+}
+
+void frmReports::showPart(int part) {
+    part_ = std::clamp(part, 0, viewParts() - 1);
+    const bool paged = viewParts() > 1;
+    cmdPrevious_->setVisible(paged);
+    cmdNext_->setVisible(paged);
+    lblPart_->setVisible(paged);
+    if (!report_)
+        return;
+    const qint64 first = qint64(part_) * kViewRows;
+    const auto dateText = [this](const QDateTime& d) { return DateText(d); };
+    // The chart above the first part only; the count and the totals stand on every part.
+    OutputHTML(ComposeReportPage(report_->prepared, sCurrentUser(), report_->timeText,
+                                 part_ == 0 && !chart_.isNull(),
+                                 ReportSectionHtml(report_->prepared.def, report_->run,
+                                                   report_->prepared.header, dateText, first, kViewRows)));
+    cmdPrevious_->setEnabled(part_ > 0);
+    cmdNext_->setEnabled(part_ + 1 < viewParts());
+    const QLocale locale;
+    lblPart_->setText(QStringLiteral("Rows %1 to %2 of %3")
+                          .arg(locale.toString(first + 1),
+                               locale.toString(std::min(report_->run.rowCount, first + kViewRows)),
+                               locale.toString(report_->run.rowCount)));
 }
 
 void frmReports::OutputHTML(const QString& page) {
@@ -442,7 +583,7 @@ void frmReports::mnuExportDoc_Click(int index) {
 void frmReports::ExportToFile(const QString& format, bool append) {
     if (!report_)
         return;
-    if (report_->rows == 0) {
+    if (report_->run.rowCount == 0) {
         MsgBox(QStringLiteral("There is no data to be exported!"), PromptIcon::Information, PromptButtons::Ok,
                QStringLiteral("Tally Loom"));
         return;
@@ -476,11 +617,14 @@ void frmReports::ExportToFile(const QString& format, bool append) {
     }
     if (path.isEmpty())
         return;
+    // The file holds the rows the user saw; one more read of the query tells whether they still hold.
+    ReportCheck check;
     ExportOutcome out;
     {
-        Progress progress(this, report_->rows);
-        out = ExportReport(
-            CurrentConnection(), report_->def, target, path, append,
+        Progress progress(this, report_->run.rowCount);
+        check = CheckReportCurrent(CurrentConnection(), report_->prepared.def, report_->run);
+        out = ExportGeneratedReport(
+            report_->run, report_->prepared.def, target, path, append,
             [this](const QDateTime& d) { return DateText(d); },
             [&progress](qint64 rows) { return progress.Tick(rows); });
     }
@@ -488,7 +632,18 @@ void frmReports::ExportToFile(const QString& format, bool append) {
         Failure f = out.failure;
         f.label = QStringLiteral("fReports.ExportToFile");
         subReportError(f);
+        return;
     }
+    if (!out.ok)
+        return;
+    if (!check.read)
+        MsgBox(QStringLiteral("The report was exported as it was generated, but the database could not be "
+                              "read again to tell whether its data changed since: ") +
+                   check.failure.description,
+               PromptIcon::Exclamation, PromptButtons::Ok, kTitle);
+    else if (check.changed)
+        MsgBox(ReportChangedText(check, report_->run.rowCount), PromptIcon::Exclamation, PromptButtons::Ok,
+               kTitle);
 }
 
 void frmReports::PrintReport() {
@@ -496,7 +651,13 @@ void frmReports::PrintReport() {
     QPrintDialog dialog(&printer, this);
     if (dialog.exec() != QDialog::Accepted)
         return;
-    (editable_ ? wwwReportEditor_->document() : wwwReport_->document())->print(&printer);
+    // A report in one part prints as the panes show it, edits included; a longer one prints every
+    // row, not the part on show.
+    if (viewParts() == 1) {
+        (editable_ ? wwwReportEditor_->document() : wwwReport_->document())->print(&printer);
+        return;
+    }
+    ReportPageDocument(fullPageHtml(), chart_)->print(&printer);
 }
 
 bool frmReports::SaveAsPdf() {
@@ -505,8 +666,12 @@ bool frmReports::SaveAsPdf() {
     if (path.isEmpty())
         return false;
     QString error;
-    if (!PrintDocumentToPdf(*(editable_ ? wwwReportEditor_->document() : wwwReport_->document()), path,
-                            &error)) {
+    std::unique_ptr<QTextDocument> whole;
+    if (viewParts() > 1)
+        whole = ReportPageDocument(fullPageHtml(), chart_);
+    QTextDocument& document =
+        whole ? *whole : *(editable_ ? wwwReportEditor_->document() : wwwReport_->document());
+    if (!PrintDocumentToPdf(document, path, &error)) {
         subReportError(Failure{errnum::kUnspecified, error, 0, QStringLiteral("fReports.SaveAsPdf")});
         return false;
     }

@@ -16,6 +16,7 @@ class QCheckBox;
 class QComboBox;
 class QDateEdit;
 class QGroupBox;
+class QLabel;
 class QListWidget;
 class QMenu;
 class QPushButton;
@@ -46,6 +47,12 @@ class frmReports : public QDialog {
     bool SaveAsPdf();
     void SaveUISettings();
     void Exit();
+    // Named presets of the current user: the selectors and ticks saved under a name, chosen again,
+    // deleted. False when the name is empty or unknown, or the settings could not be written (told).
+    bool SavePreset(const QString& name);
+    bool ApplyPreset(const QString& name);
+    bool DeletePreset(const QString& name);
+    QComboBox* presetCombo() const { return cboPreset_; }
 
     // The clock of the periods; tests fix it.
     void setClock(std::function<QDateTime()> clock) { clock_ = std::move(clock); }
@@ -68,8 +75,17 @@ class frmReports : public QDialog {
     QTextEdit* editorPane() const { return wwwReportEditor_; }
     // The page last written to the panes.
     QString pageHtml() const { return page_; }
+    // The whole report as one page, every row: what Print and Save as PDF take of a longer report.
+    QString fullPageHtml() const;
     bool hasReport() const { return report_.has_value(); }
-    qint64 reportRows() const { return report_ ? report_->rows : 0; }
+    qint64 reportRows() const { return report_ ? report_->run.rowCount : 0; }
+    // The browser shows a long report a part at a time.
+    static constexpr qint64 kViewRows = 1000;
+    int viewPart() const { return part_; }
+    int viewParts() const;
+    void showPart(int part);
+    QPushButton* previousButton() const { return cmdPrevious_; }
+    QPushButton* nextButton() const { return cmdNext_; }
     const QImage& chartImage() const { return chart_; }
 
   protected:
@@ -77,8 +93,9 @@ class frmReports : public QDialog {
 
   private:
     struct LastReport {
-        ReportDefinition def;
-        qint64 rows = 0;
+        PreparedReport prepared;
+        ReportRun run;
+        QString timeText;
     };
 
     void cboTypes_Click();
@@ -90,9 +107,10 @@ class frmReports : public QDialog {
     QStringList TickedRows() const;
     ReportChoices Choices() const;
     ReportContext Context() const;
-    QString ShowReport(const PreparedReport& prepared);
+    bool ShowReport(const PreparedReport& prepared);
     void OutputHTML(const QString& page);
     QString DateText(const QDateTime& value) const;
+    void FillPresets(const QString& current);
 
     cUISettings& ui_;
     cReportFields fields_;
@@ -103,11 +121,13 @@ class frmReports : public QDialog {
     QImage chart_;
     bool editable_ = false;
     bool unloaded_ = false;
+    int part_ = 0;
 
     QComboBox* cboTypes_ = nullptr;
     QComboBox* cboTimePeriod_ = nullptr;
     QComboBox* cboFilter_ = nullptr;
     QComboBox* cboList_ = nullptr;
+    QComboBox* cboPreset_ = nullptr;
     QGroupBox* FrameDateRange_ = nullptr;
     QGroupBox* FrameFilter_ = nullptr;
     QDateEdit* dtpStart_ = nullptr;
@@ -119,6 +139,9 @@ class frmReports : public QDialog {
     QMenu* mnuExportAs_ = nullptr;
     QTextBrowser* wwwReport_ = nullptr;
     QTextEdit* wwwReportEditor_ = nullptr;
+    QPushButton* cmdPrevious_ = nullptr;
+    QPushButton* cmdNext_ = nullptr;
+    QLabel* lblPart_ = nullptr;
 };
 
 void OpenReports(qint32 section);

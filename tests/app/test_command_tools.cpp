@@ -8,10 +8,13 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QListWidget>
 #include <QLocale>
 #include <QProcess>
 #include <QPushButton>
+#include <QUuid>
 
 #include "app/command_tools.h"
 #include "core/process_state.h"
@@ -21,12 +24,15 @@
 #include "desktop/grid_view.h"
 #include "desktop/ui_settings.h"
 #include "mail/mail_message.h"
+#include "mail/mail_profile.h"
 #include "mail/outbox.h"
 #include "reported/sample_data.h"
 #include "reports/reports_form.h"
 #include "review/review_form.h"
 #include "review/review_queue.h"
 #include "settings/global_settings.h"
+#include "support/mail_sink.h"
+#include "support/smtp_sink.h"
 #include "support/test_env.h"
 
 namespace tlm {
@@ -241,6 +247,109 @@ TEST_P(CommandTools, ReviewListsAndApprovesAsTheWindow) {
     EXPECT_EQ(Tool({"review", "--approve", taskId}).code, kExitUsage);
 }
 
+// Several IDs go through the approval one at a time and the first that fails stops the run, saying
+// how many were done; a decline takes its reason and does nothing while declining is switched off.
+TEST_P(CommandTools, ReviewApprovesAListAndDeclinesWithAReason) {
+    QStringList ids;
+    for (auto rs = Open(QStringLiteral("SELECT ID FROM tReportedTasks WHERE Approved = 0 ORDER BY ID"));
+         !rs->Eof() && ids.size() < 5; rs->MoveNext())
+        ids.append(rs->Fields(0).Value().toString());
+    ASSERT_EQ(ids.size(), 5);
+    const auto setKey = [this](const char* key, const char* value) {
+        const QVariantList args{QString::fromLatin1(value), QString::fromLatin1(key)};
+        if (Exec(QStringLiteral("UPDATE tGeneralSettings SET KeyVal = ? WHERE KeyID = ?"), args) < 1)
+            Exec(QStringLiteral("INSERT INTO tGeneralSettings (KeyVal, KeyID, KeyLocal) VALUES (?, ?, 0)"),
+                 args);
+    };
+    const auto state = [this](const QString& id) {
+        auto rs = Open(QStringLiteral("SELECT Approved FROM tReportedTasks WHERE ID = ") + id);
+        return rs->Eof()                       ? QStringLiteral("gone")
+               : rs->Fields(0).Value().toInt() ? QStringLiteral("approved")
+                                               : QStringLiteral("queued");
+    };
+    const QString unknown = QStringLiteral("999999999");
+    const struct {
+        const char* what;
+        const char* declining;  // tpoAuditRemoveDeclinedDataFromDB before the run
+        QStringList args;
+        int code;
+        int lines;          // printed on standard output, one per item done
+        QString err;        // part of the error output
+        QStringList after;  // the five rows' states afterwards
+    } cases[] = {
+        {"two in one run",
+         "0",
+         {"review", "--approve", ids[0] + u',' + ids[1], "--type", "task"},
+         kExitNormal,
+         2,
+         {},
+         {"approved", "approved", "queued", "queued", "queued"}},
+        {"stopped at an ID the queue does not hold",
+         "0",
+         {"review", "--approve", ids[2] + u',' + unknown + u',' + ids[3], "--type", "task"},
+         kExitNothingToDo,
+         1,
+         QStringLiteral("1 of 3 approved; stopped at task ") + unknown,
+         {"approved", "approved", "approved", "queued", "queued"}},
+        {"an ID that is no number refuses the whole list",
+         "0",
+         {"review", "--approve", ids[3] + QStringLiteral(",4 or 1=1"), "--type", "task"},
+         kExitUsage,
+         0,
+         QStringLiteral("numeric ID"),
+         {"approved", "approved", "approved", "queued", "queued"}},
+        {"an empty entry",
+         "0",
+         {"review", "--approve", ids[3] + u',', "--type", "task"},
+         kExitUsage,
+         0,
+         QStringLiteral("numeric ID"),
+         {"approved", "approved", "approved", "queued", "queued"}},
+        {"a reason without a decline",
+         "1",
+         {"review", "--approve", ids[3], "--type", "task", "--reason", "x"},
+         kExitUsage,
+         0,
+         QStringLiteral("--reason goes with --decline"),
+         {"approved", "approved", "approved", "queued", "queued"}},
+        {"a decline while declining is off",
+         "0",
+         {"review", "--decline", ids[4], "--type", "task", "--reason", "Wrong project"},
+         kExitNothingToDo,
+         0,
+         QStringLiteral("switched off"),
+         {"approved", "approved", "approved", "queued", "queued"}},
+        {"a decline with its reason",
+         "1",
+         {"review", "--decline", ids[4], "--type", "task", "--reason", "Wrong project"},
+         kExitNormal,
+         1,
+         {},
+         {"approved", "approved", "approved", "queued", "gone"}},
+        {"the same decline again",
+         "1",
+         {"review", "--decline", ids[4], "--type", "task"},
+         kExitNothingToDo,
+         0,
+         QStringLiteral("no unapproved task with ID ") + ids[4],
+         {"approved", "approved", "approved", "queued", "gone"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        setKey("tpoAuditRemoveDeclinedDataFromDB", c.declining);
+        const ToolRun run = Tool(c.args);
+        EXPECT_EQ(run.code, c.code) << run.err.toStdString();
+        EXPECT_EQ(QString::fromUtf8(run.out).count(u'\n'), c.lines) << run.out.toStdString();
+        EXPECT_TRUE(QString::fromUtf8(run.err).contains(c.err)) << run.err.toStdString();
+        QStringList now;
+        for (const QString& id : ids)
+            now.append(state(id));
+        EXPECT_EQ(now, c.after);
+    }
+    EXPECT_TRUE(ReviewUsageText().contains(QStringLiteral("--approve ID[,ID...]")));
+    EXPECT_TRUE(ReviewUsageText().contains(QStringLiteral("--decline ID")));
+}
+
 // A member's client wrote the project of a reported task; with both review edits on, approving it from
 // the command line is refused with the engine's message, and no row of the table changes.
 TEST_P(CommandTools, ApprovingARowAMemberWroteTouchesNoOtherRow) {
@@ -326,7 +435,7 @@ TEST_P(CommandTools, ToolStepAndScreenApproveWithTheSameRowChanges) {
         form.cboFilter()->setCurrentIndex(0);
         form.cboTypes()->setCurrentIndex(0);
         form.okButton()->click();
-        GridWidget& grid = *form.grid();
+        ReviewGrid& grid = *form.grid();
         for (int r = 0; r < grid.rowCount(); ++r) {
             if (grid.text(r, review_col::kID) != ids[2])
                 continue;
@@ -356,6 +465,168 @@ TEST_P(CommandTools, ToolStepAndScreenApproveWithTheSameRowChanges) {
     EXPECT_EQ(changes.keys(), ids) << "no other row changes";
     for (const QString& id : ids)
         EXPECT_EQ(changes[id], QStringList{QStringLiteral("Approved=0 -> Approved=1")}) << id.toStdString();
+}
+
+// A preset saved in the screen runs on the command line as the screen runs it; options on the line
+// replace the parts of it they name.
+TEST_P(CommandTools, ReportPresetFromTheScreenOnTheCommandLine) {
+    const QString project = FirstProject();
+    const QString folder = test::NewTempDir(QStringLiteral("presets"));
+    {
+        cUISettings ui;
+        frmReports form(ui);
+        form.subSetCaption();
+        form.typesCombo()->setCurrentIndex(0);
+        for (const char* field : {"Subject", "Total Cost", "Reported By"})
+            Tick(form, QString::fromLatin1(field));
+        form.periodCombo()->setCurrentText(QStringLiteral("Date Range.."));
+        form.startPicker()->setDate(QDate(2026, 1, 10));
+        form.endPicker()->setDate(QDate(2026, 2, 20));
+        form.filterCombo()->setCurrentIndex(1);
+        form.listCombo()->setCurrentText(project);
+        ASSERT_TRUE(form.SavePreset(QStringLiteral("Client Q1")));
+        form.cmdShow_Click();
+        ASSERT_GT(form.reportRows(), 0) << AllShownText().toStdString();
+        DialogScript::queueFileName(folder + QStringLiteral("/screen.txt"));
+        form.mnuExportDoc_Click(1);
+        // What the window stores at close differs from the preset, so the tool must take the preset's.
+        form.fieldList()->findItems(QStringLiteral("Total Cost"), Qt::MatchExactly)[0]->setCheckState(
+            Qt::Unchecked);
+        form.periodCombo()->setCurrentText(QStringLiteral("Today"));
+        form.Exit();
+    }
+    const QByteArray screen = Bytes(folder + QStringLiteral("/screen.txt"));
+    ASSERT_FALSE(screen.isEmpty());
+    const QStringList full =
+        QStringLiteral("--type tasks --from 2026-01-10 --to 2026-02-20 --project").split(u' ') +
+        QStringList{project, "--fields", "Subject,Total Cost,Reported By"};
+    struct Case {
+        const char* what;
+        QStringList withPreset;  // after "report --preset client q1"
+        QStringList same;        // the same report without the preset; empty: the screen's export
+    };
+    const Case cases[] = {
+        {"the preset alone", {}, {}},
+        {"another range",
+         {"--from", "2026-02-01", "--to", "2026-03-31"},
+         {"--type", "tasks", "--from", "2026-02-01", "--to", "2026-03-31", "--project", project, "--fields",
+          "Subject,Total Cost,Reported By"}},
+        {"other fields",
+         {"--fields", "Subject"},
+         QStringList(full.mid(0, 8)) + QStringList{"--fields", "Subject"}},
+        {"no filter but a member", {"--member", "nobody-at-all"}, {}},
+    };
+    int n = 0;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const QString out = folder + QStringLiteral("/preset%1.txt").arg(++n);
+        const ToolRun r =
+            Tool(QStringList{"report", "--preset", "client q1"} + c.withPreset + QStringList{"--out", out});
+        if (QString::fromLatin1(c.what).contains(u"member")) {
+            // The member replaced the project, and no such member exists.
+            EXPECT_EQ(r.code, kExitUsage) << r.err.toStdString();
+            EXPECT_TRUE(r.err.contains("no member named \"nobody-at-all\"")) << r.err.toStdString();
+            EXPECT_FALSE(QFile::exists(out));
+            continue;
+        }
+        ASSERT_EQ(r.code, kExitNormal) << r.err.toStdString();
+        if (c.same.isEmpty()) {
+            EXPECT_EQ(Bytes(out), screen);
+            continue;
+        }
+        const QString plain = folder + QStringLiteral("/plain%1.txt").arg(n);
+        const ToolRun p = Tool(QStringList{"report"} + c.same + QStringList{"--out", plain});
+        ASSERT_EQ(p.code, kExitNormal) << p.err.toStdString();
+        EXPECT_EQ(Bytes(out), Bytes(plain));
+        EXPECT_NE(Bytes(out), screen);
+    }
+    const ToolRun unknown =
+        Tool({"report", "--preset", "Weekly", "--out", folder + QStringLiteral("/u.txt")});
+    EXPECT_EQ(unknown.code, kExitUsage);
+    EXPECT_TRUE(unknown.err.contains("no preset named \"Weekly\"; the presets are: Client Q1"))
+        << unknown.err.toStdString();
+}
+
+// `--mail-to` sends the written file through the outbox: it arrives at the sink with the file attached,
+// byte for byte; an address that cannot be a recipient is refused before anything is written.
+TEST_P(CommandTools, MailedReportArrivesWithItsAttachment) {
+    const std::optional<MailProfile> sink = test::SinkProfile();
+    TLM_NEED_SERVER(sink.has_value(), "the SMTP sink: TLM_TEST_SMTP_PORT / TLM_TEST_SMTP_SPOOL");
+    ASSERT_TRUE(SaveMailProfile(*sink));
+    const QString folder = test::NewTempDir(QStringLiteral("mailed"));
+    const QString tag = QUuid::createUuid().toString(QUuid::Id128).left(10);
+    const QString boss = QStringLiteral("boss-%1@example.org").arg(tag);
+    const QString team = QStringLiteral("team-%1@example.org").arg(tag);
+    const QStringList report =
+        QStringLiteral("report --type tasks --from 2026-01-01 --to 2026-03-31 --fields").split(u' ') +
+        QStringList{QStringLiteral("Subject,Total Cost")};
+    for (const QString ext : {"txt", "xlsx"}) {
+        SCOPED_TRACE(ext.toStdString());
+        const QString out = folder + QStringLiteral("/weekly.") + ext;
+        const ToolRun r = Tool(report + QStringList{"--out", out, "--mail-to", boss + u';' + team});
+        ASSERT_EQ(r.code, kExitNormal) << r.err.toStdString();
+        EXPECT_TRUE(r.out.contains("Mailed weekly." + ext.toLatin1())) << r.out.toStdString();
+        const QByteArray file = Bytes(out);
+        ASSERT_FALSE(file.isEmpty());
+        // The sink's reading of the mail to these recipients with this file.
+        QByteArray raw;
+        QJsonObject seen;
+        for (const QString& f : test::SpoolFiles(test::SmtpSpoolDir())) {
+            const QJsonObject o = QJsonDocument::fromJson(test::ReadAll(f)).object();
+            const QByteArray eml = test::ReadAll(f.chopped(5) + QStringLiteral(".eml"));
+            if (test::JsonStrings(o.value(QStringLiteral("rcpt_tos"))) == QStringList{boss, team} &&
+                eml.contains("weekly." + ext.toLatin1())) {
+                raw = eml;
+                seen = o;
+            }
+        }
+        ASSERT_FALSE(raw.isEmpty()) << "no mail with the file reached the sink";
+        EXPECT_EQ(seen.value(QStringLiteral("content_type")).toString(), QStringLiteral("multipart/mixed"));
+        EXPECT_TRUE(seen.value(QStringLiteral("subject"))
+                        .toString()
+                        .startsWith(QStringLiteral("Reported TimeSheets : Date Range..")));
+        // The attachment's part: its headers, a blank line, base64 up to the next boundary.
+        const qsizetype named = raw.indexOf("filename=");
+        ASSERT_GE(named, 0);
+        const QByteArray head =
+            raw.mid(raw.lastIndexOf("\r\n\r\n", named), named - raw.lastIndexOf("\r\n\r\n", named));
+        EXPECT_TRUE(head.contains("Content-Disposition: attachment")) << head.toStdString();
+        EXPECT_TRUE(head.contains("Content-Transfer-Encoding: base64")) << head.toStdString();
+        const qsizetype body = raw.indexOf("\r\n\r\n", named) + 4;
+        const qsizetype end = raw.indexOf("\r\n--", body);
+        ASSERT_GT(end, body);
+        EXPECT_EQ(QByteArray::fromBase64(raw.mid(body, end - body)), file);
+    }
+
+    const QString refused = folder + QStringLiteral("/refused.txt");
+    for (const QStringList& bad : {QStringList{"--mail-to", "not an address"}, QStringList{"--mail-to", ";"},
+                                   QStringList{"--mail-to", boss, "--out", "-"}}) {
+        const ToolRun r = Tool(report + QStringList{"--out", refused} + bad);
+        EXPECT_EQ(r.code, kExitUsage) << bad.join(u' ').toStdString() << ": " << r.err.toStdString();
+        EXPECT_FALSE(QFile::exists(refused));
+    }
+}
+
+// A mail that cannot be kept is said, with its own exit code, after the file was written.
+TEST_P(CommandTools, ReportMailThatCannotBeKeptEndsWithItsCode) {
+    ASSERT_TRUE(SaveMailProfile(test::LocalProfile(1)));
+    const QString folder = test::NewTempDir(QStringLiteral("unkept"));
+    const QString data = test::NewTempDir(QStringLiteral("unkept-data"));
+    // The outbox's place is a file, so no mail can be kept there.
+    QDir().mkpath(data + QStringLiteral("/Orrinwell/TLM"));
+    QFile blocker(data + QStringLiteral("/Orrinwell/TLM/outbox"));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    QProcessEnvironment env;
+    env.insert(QStringLiteral("XDG_DATA_HOME"), data);
+    const QString out = folder + QStringLiteral("/r.txt");
+    const ToolRun r = Tool(
+        QStringLiteral("report --type tasks --from 2026-01-01 --to 2026-03-31 --fields Subject").split(u' ') +
+            QStringList{"--out", out, "--mail-to", "boss@example.org"},
+        env);
+    EXPECT_EQ(r.code, kExitMailNotKept) << r.err.toStdString();
+    EXPECT_TRUE(r.err.contains("could not be kept")) << r.err.toStdString();
+    EXPECT_TRUE(QFile::exists(out)) << "the file itself was written";
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, CommandTools, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),

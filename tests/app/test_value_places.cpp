@@ -171,7 +171,7 @@ TEST_P(ValuePlaces, QueriesOfReviewSearchAndReportsRefuseOrKeepTheValueInItsLite
             sql.Replace(u"TABLENAME", u"tReportedTasks");
             const ReportDefinition def =
                 MakeReportDefinition(sql, false, {QStringLiteral("Subject")}, cReportFields(), filterIndex);
-            const ReportRun run = RunReport(CurrentConnection(), def, QString(), 10, {});
+            const ReportRun run = RunReport(CurrentConnection(), def);
             if (!run.ok)
                 presenter.reports.append(run.failure.description);
             ExpectOutcome(quote, run.ok && run.rowCount == 0, v);

@@ -9,6 +9,7 @@
 #include "mail/outbox.h"
 #include "notifications/notification_doubles.h"
 #include "notifications/notification_engine.h"
+#include "notifications/template_editor.h"
 #include "notifications/templates.h"
 #include "support/mail_sink.h"
 #include "support/test_env.h"
@@ -57,6 +58,25 @@ class EngineFixture : public DomainMemoryTest {
 };
 
 // The first address is the visible one, the rest go as blind copies; nothing usable sends nothing.
+// The decline's reason is offered on the editor only with the decline template; its other tags are
+// those of every reported-item template.
+TEST(TemplateTags, TheDeclineTemplateAloneOffersTheReason) {
+    const QString reason = QStringLiteral("TLM_DECLINE_REASON");
+    const QString itemTags = TagGroupTags(1);
+    for (const TemplateInfo& info : TemplateVocabulary()) {
+        SCOPED_TRACE(info.key.toStdString());
+        const int group = TemplateEditor::TagGroupOf(info.index);
+        const QStringList tags = TagGroupTags(group).split(u';');
+        const QStringList texts = TagGroupDescriptions(group).split(QStringLiteral("\r\n"));
+        EXPECT_EQ(tags.size(), texts.size());
+        EXPECT_EQ(tags.contains(reason), info.kind == 13);
+        if (info.kind == 13) {
+            EXPECT_EQ(tags.mid(0, tags.size() - 1).join(u';'), itemTags);
+            EXPECT_EQ(tags.last(), reason);
+        }
+    }
+}
+
 TEST_F(EngineFixture, RecipientsSplitIntoToAndBlindCopies) {
     struct Case {
         const char* list;
@@ -173,12 +193,19 @@ TEST_F(EngineFixture, WithoutAWindowOrAServerTheMailWaitsInTheOutbox) {
     SetNotificationTransport(nullptr);
     const NotificationOutcome out = Send(11, QStringLiteral("ann@x.org;bo@y.org"));
     EXPECT_EQ(out.status, NotificationOutcome::Status::KeptInOutbox);
-    const QByteArray eml = ReadAll(out.outboxFile);
+    EXPECT_TRUE(CurrentAction().contains(QStringLiteral("kept in the outbox")));
+    // Handed over: the outbox's thread composes and keeps it.
+    ASSERT_TRUE(MailDelivery().waitKept(20000));
+    const QStringList files = OutboxFiles(outbox);
+    ASSERT_EQ(files.size(), 2);
+    const QString kept = files.last();
+    const QByteArray eml = ReadAll(kept);
     EXPECT_TRUE(eml.contains("X-Tlm-Recipients: ann@x.org, bo@y.org"));
     EXPECT_TRUE(eml.contains("names no SMTP server"));
     EXPECT_FALSE(eml.contains("s3cret-Pw"));
-    EXPECT_TRUE(CurrentAction().contains(QStringLiteral("kept in the outbox")));
+    EXPECT_TRUE(CurrentAction().contains(kept)) << "the trace names the kept file";
     EXPECT_FALSE(CurrentAction().contains(QStringLiteral("s3cret-Pw")));
+    EXPECT_TRUE(TakeUnkeptMailNotice().isEmpty());
     EXPECT_TRUE(presenter.reports.isEmpty());
     EXPECT_TRUE(prompter.shown().isEmpty());
     EXPECT_TRUE(transport.mails.isEmpty());

@@ -246,11 +246,11 @@ TEST_P(ExportValues, WorkbookCells) {
 TEST_P(ExportValues, PdfPageCells) {
     const QString pdftotext = QStandardPaths::findExecutable(QStringLiteral("pdftotext"));
     ASSERT_FALSE(pdftotext.isEmpty()) << "pdftotext (poppler-utils, scripts/install-deps.sh) is needed";
-    const ReportRun run =
-        RunReport(CurrentConnection(), report.def, report.header, kReportPageRows, DateText);
+    const ReportRun run = RunReport(CurrentConnection(), report.def);
     ASSERT_TRUE(run.ok) << run.failure.description.toStdString();
     const QString page =
-        ComposeReportPage(report, QStringLiteral("ann"), QStringLiteral("3/4/2026 12:00"), false, run.html);
+        ComposeReportPage(report, QStringLiteral("ann"), QStringLiteral("3/4/2026 12:00"), false,
+                          ReportSectionHtml(report.def, run, report.header, DateText));
     auto document = ReportPageDocument(page, QImage());
     const QString path = dir + QStringLiteral("/r.pdf");
     QString error;

@@ -78,22 +78,22 @@ class ReportOutput : public test::EngineTest {
 TEST_P(ReportOutput, PageSectionWithSummaryRow) {
     const ReportDefinition def = Def(QStringLiteral("This Week"), kFields);
     const QString header = GetReportHeader(1, Input(QStringLiteral("This Week")), QStringLiteral("M/d/yyyy"));
-    const ReportRun run = RunReport(CurrentConnection(), def, header, 5000, DateText);
+    const ReportRun run = RunReport(CurrentConnection(), def);
     ASSERT_TRUE(run.ok) << run.failure.description.toStdString();
+    const QString html = ReportSectionHtml(def, run, header, DateText);
     EXPECT_EQ(run.rowCount, 3);
     // Heading, the rows in date order with numbers to the right, and the summary row last.
-    EXPECT_TRUE(run.html.contains(
+    EXPECT_TRUE(html.contains(
         QStringLiteral("Reported TimeSheets : This Week[3/1/2026 to 3/7/2026] - <b> 3 items</b>")));
-    EXPECT_TRUE(run.html.contains(QStringLiteral("<b>Subject</b>")));
-    EXPECT_TRUE(run.html.contains(
-        QStringLiteral("<tr><td align=\"left\">Design review</td><td align=\"left\">ann</td>"
-                       "<td align=\"right\">120.5</td><td align=\"right\">90</td></tr>")));
-    EXPECT_LT(run.html.indexOf(QStringLiteral(">Standup<")),
-              run.html.indexOf(QStringLiteral(">Client call<")));
+    EXPECT_TRUE(html.contains(QStringLiteral("<b>Subject</b>")));
     EXPECT_TRUE(
-        run.html.endsWith(QStringLiteral("<td align=\"right\"><b>175.75</b></td><td align=\"right\">"
-                                         "<b>165</b></td></tr></table></td></tr></table>")));
-    EXPECT_EQ(run.html.count(QStringLiteral("<tr>")), 6);  // frame, heading, 3 rows, summary
+        html.contains(QStringLiteral("<tr><td align=\"left\">Design review</td><td align=\"left\">ann</td>"
+                                     "<td align=\"right\">120.5</td><td align=\"right\">90</td></tr>")));
+    EXPECT_LT(html.indexOf(QStringLiteral(">Standup<")), html.indexOf(QStringLiteral(">Client call<")));
+    EXPECT_TRUE(
+        html.endsWith(QStringLiteral("<td align=\"right\"><b>175.75</b></td><td align=\"right\">"
+                                     "<b>165</b></td></tr></table></td></tr></table>")));
+    EXPECT_EQ(html.count(QStringLiteral("<tr>")), 6);  // frame, heading, 3 rows, summary
     // The chart groups cost and minutes by project.
     ASSERT_EQ(run.chart.groups.size(), 2u);
     EXPECT_EQ(run.chart.groups[0].name, QStringLiteral("Apollo"));
@@ -102,34 +102,33 @@ TEST_P(ReportOutput, PageSectionWithSummaryRow) {
 }
 
 TEST_P(ReportOutput, EmptyDayQuirksAndFailures) {
-    const ReportRun none = RunReport(CurrentConnection(), Def(QStringLiteral("Last Year"), kFields),
-                                     QStringLiteral("H"), 5000, DateText);
+    const ReportDefinition lastYear = Def(QStringLiteral("Last Year"), kFields);
+    const ReportRun none = RunReport(CurrentConnection(), lastYear);
     ASSERT_TRUE(none.ok);
-    EXPECT_TRUE(none.html.contains(QStringLiteral("H - <b> No items</b>")));
-    EXPECT_FALSE(none.html.contains(QStringLiteral("<table border=\"1\"")));
+    const QString noneHtml = ReportSectionHtml(lastYear, none, QStringLiteral("H"), DateText);
+    EXPECT_TRUE(noneHtml.contains(QStringLiteral("H - <b> No items</b>")));
+    EXPECT_FALSE(noneHtml.contains(QStringLiteral("<table border=\"1\"")));
     // The file form's day ends at 23:59:00, so the call at 23:59:30 stays out there only.
-    const ReportRun today =
-        RunReport(CurrentConnection(), Def(QStringLiteral("Today"), kFields), QString(), 5000, DateText);
+    const ReportRun today = RunReport(CurrentConnection(), Def(QStringLiteral("Today"), kFields));
     ASSERT_TRUE(today.ok);
     EXPECT_EQ(today.rowCount, IsSqlite() ? 1 : 2);
     // Without a header there is no heading row; one row still says "items", and a field without a
     // number still gets its bold summary cell.
-    const ReportRun filtered =
-        RunReport(CurrentConnection(),
-                  Def(QStringLiteral("This Week"), {QStringLiteral("Subject")}, 1, QStringLiteral("Zephyr")),
-                  QString(), 5000, DateText);
+    const ReportDefinition zephyr =
+        Def(QStringLiteral("This Week"), {QStringLiteral("Subject")}, 1, QStringLiteral("Zephyr"));
+    const ReportRun filtered = RunReport(CurrentConnection(), zephyr);
     ASSERT_TRUE(filtered.ok);
-    EXPECT_TRUE(filtered.html.contains(QStringLiteral(" - <b> 1 items</b>")));
-    EXPECT_TRUE(filtered.html.contains(QStringLiteral(
+    const QString filteredHtml = ReportSectionHtml(zephyr, filtered, QString(), DateText);
+    EXPECT_TRUE(filteredHtml.contains(QStringLiteral(" - <b> 1 items</b>")));
+    EXPECT_TRUE(filteredHtml.contains(QStringLiteral(
         "<tr><td align=\"left\">Client call</td></tr><tr><td align=\"right\"><b></b></td></tr>")));
-    EXPECT_EQ(filtered.html.count(QStringLiteral("<tr>")), 3);  // no heading row without a header
+    EXPECT_EQ(filteredHtml.count(QStringLiteral("<tr>")), 3);  // no heading row without a header
     // Under a project filter the chart goes by member.
     ASSERT_EQ(filtered.chart.groups.size(), 1u);
     EXPECT_EQ(filtered.chart.groups[0].name, QStringLiteral("ann"));
     // An apostrophe in the chosen name breaks the statement, and the run says so.
     const ReportRun broken = RunReport(
-        CurrentConnection(), Def(QStringLiteral("This Week"), kFields, 1, QStringLiteral("O'Brien")),
-        QString(), 5000, DateText);
+        CurrentConnection(), Def(QStringLiteral("This Week"), kFields, 1, QStringLiteral("O'Brien")));
     EXPECT_FALSE(broken.ok);
     EXPECT_TRUE(broken.failure.isSet());
 }
@@ -241,14 +240,20 @@ TEST_P(ReportOutput, CancelAndFailureLeaveNoFile) {
                      .ok);
     EXPECT_EQ(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList{QStringLiteral("kept.txt")});
     // The page run stops as well.
-    EXPECT_TRUE(RunReport(CurrentConnection(), def, QString(), 10, DateText, stop).cancelled);
-    // Without a stop every row streams through; only the first go on the page, but the count and the
-    // totals cover all of them.
-    const ReportRun all = RunReport(CurrentConnection(), def, QString(), 10, DateText);
+    EXPECT_TRUE(RunReport(CurrentConnection(), def, stop).cancelled);
+    // Without a stop every row is kept. A part of the page shows its rows under the whole count,
+    // with the totals over all of them; the whole page shows every row.
+    const ReportRun all = RunReport(CurrentConnection(), def);
     EXPECT_EQ(all.rowCount, 1503);
-    EXPECT_EQ(all.html.count(QStringLiteral("<tr>")), 1 + 10 + 1);  // frame, 10 rows, summary
-    EXPECT_TRUE(all.html.contains(QStringLiteral("first 10 of 1503 items")));
-    EXPECT_TRUE(all.html.contains(QStringLiteral("<b>1,675.75</b>"))) << all.html.right(300).toStdString();
+    struct Part {
+        qint64 first, count, rows;
+    };
+    for (const Part& p : {Part{0, 10, 10}, Part{1500, 10, 3}, Part{0, -1, 1503}, Part{1503, 10, 0}}) {
+        const QString html = ReportSectionHtml(def, all, QString(), DateText, p.first, p.count);
+        EXPECT_EQ(html.count(QStringLiteral("<tr>")), 1 + p.rows + 1) << p.first;  // frame, rows, summary
+        EXPECT_TRUE(html.contains(QStringLiteral(" - <b> 1503 items</b>"))) << p.first;
+        EXPECT_TRUE(html.contains(QStringLiteral("<b>1,675.75</b>"))) << html.right(300).toStdString();
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, ReportOutput, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),

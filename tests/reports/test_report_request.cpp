@@ -386,12 +386,9 @@ TEST_P(RequiredRows, EveryEndOfAnExportOrAPageHasItsKind) {
         EXPECT_EQ(out.failure.isSet(), k.kind == Kind::WriteFailed || k.kind == Kind::QueryFailed);
     }
     // The page: the same kinds from its run.
-    EXPECT_EQ(int(ReportOutcomeOf(RunReport(CurrentConnection(), rows, QString(), 10, {})).kind),
-              int(Kind::Written));
-    EXPECT_EQ(int(ReportOutcomeOf(RunReport(CurrentConnection(), none, QString(), 10, {})).kind),
-              int(Kind::NothingToExport));
-    EXPECT_EQ(int(ReportOutcomeOf(RunReport(CurrentConnection(), broken, QString(), 10, {})).kind),
-              int(Kind::QueryFailed));
+    EXPECT_EQ(int(ReportOutcomeOf(RunReport(CurrentConnection(), rows)).kind), int(Kind::Written));
+    EXPECT_EQ(int(ReportOutcomeOf(RunReport(CurrentConnection(), none)).kind), int(Kind::NothingToExport));
+    EXPECT_EQ(int(ReportOutcomeOf(RunReport(CurrentConnection(), broken)).kind), int(Kind::QueryFailed));
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, RequiredRows, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),
