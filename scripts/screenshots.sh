@@ -67,13 +67,13 @@ click 250 95 2
 shot screen-search
 
 open 21                       # reports: this year's appointments with a few fields and the chart
-for y in 317 527 597; do click 31 "$y"; done   # Duration, Subject, Reported By
-click 147 107 1
+click 31 386                  # Duration
+click 147 176 1
 xdotool key Down Down Down Down Down Down Return   # This Year
 xdotool mousemove --window "$win" 150 400
 for _ in $(seq 10); do xdotool click 5; done    # the end of the field list
-for y in 583 611; do click 31 "$y"; done   # Project, Total Cost
-click 147 668 8
+for y in 484 554 582 610; do click 31 "$y"; done   # Subject, Reported By, Project, Total Cost
+click 157 668 8
 shot screen-reports
 
 open 3
