@@ -372,22 +372,28 @@ bool LdapDirectory::Open(QString* error, const DirectoryJob* job) {
     const timeval timeout = Seconds(settings_.timeoutSeconds);
     ldap_set_option(ld_, LDAP_OPT_NETWORK_TIMEOUT, &timeout);
     ldap_set_option(ld_, LDAP_OPT_TIMEOUT, &timeout);
+    // The result code of a request's answer, awaited in slices so a cancel is heard while the server
+    // takes its time; false (the error set, the connection closed) when no answer came.
+    const auto answer = [&](int msgid, const QString& doing, int* code) {
+        LDAPMessage* reply = nullptr;
+        const Wait wait = Next(msgid, &reply, job);
+        if (wait != Wait::Message) {
+            if (error)
+                *error = WaitMessage(wait, doing);
+            Close();
+            return false;
+        }
+        *code = ResultCode(ld_, reply);
+        ldap_msgfree(reply);
+        return true;
+    };
     const bool ldaps = settings_.url.startsWith(QLatin1String("ldaps:"), Qt::CaseInsensitive);
     if (settings_.startTls && !ldaps) {
-        // Asked and awaited in slices, so a cancel is heard while the server takes its time.
         int msgid = 0;
         rc = ldap_start_tls(ld_, nullptr, nullptr, &msgid);
         if (rc == LDAP_SUCCESS) {
-            LDAPMessage* reply = nullptr;
-            const Wait wait = Next(msgid, &reply, job);
-            if (wait != Wait::Message) {
-                if (error)
-                    *error = WaitMessage(wait, QStringLiteral("start TLS"));
-                Close();
+            if (!answer(msgid, QStringLiteral("start TLS"), &rc))
                 return false;
-            }
-            rc = ResultCode(ld_, reply);
-            ldap_msgfree(reply);
             if (rc == LDAP_SUCCESS)
                 rc = ldap_install_tls(ld_);
         }
@@ -410,16 +416,8 @@ bool LdapDirectory::Open(QString* error, const DirectoryJob* job) {
     password.fill('\0');
     if (rc != LDAP_SUCCESS)
         return fail(rc, QStringLiteral("bind"));
-    LDAPMessage* reply = nullptr;
-    const Wait wait = Next(msgid, &reply, job);
-    if (wait != Wait::Message) {
-        if (error)
-            *error = WaitMessage(wait, QStringLiteral("bind"));
-        Close();
+    if (!answer(msgid, QStringLiteral("bind"), &rc))
         return false;
-    }
-    rc = ResultCode(ld_, reply);
-    ldap_msgfree(reply);
     if (rc != LDAP_SUCCESS)
         return fail(rc, QStringLiteral("bind"));
     return true;
