@@ -282,7 +282,7 @@ int Million(qint64 n, const QString& engine) {
     ReportRun run = RunReport(db.connection, def);
     const double report = double(t.nsecsElapsed()) / 1e9;
     const long reportPeak = PeakRssMb();
-    const qint64 pageKb = run.rows ? run.rows->Count() : 0;
+    const qint64 keptRows = run.rows ? run.rows->Count() : 0;
     run = ReportRun();
     ResetPeakRss();
     qint64 rows = 0;
@@ -296,7 +296,7 @@ int Million(qint64 n, const QString& engine) {
         "rows kept for the page and the exports), peak RSS %ld MB; .xlsx export %.1f s (%lld rows, %lld MB), "
         "peak RSS %ld MB (goal <= 100 "
         "MB)%s\n",
-        name, n, filled, afterFill, report, pageKb, reportPeak, xlsx, rows, QFileInfo(path).size() >> 20,
+        name, n, filled, afterFill, report, keptRows, reportPeak, xlsx, rows, QFileInfo(path).size() >> 20,
         exportPeak, reset ? "" : " FAILED: the peak could not be reset after the fill");
     bench::Record("million-rss",
                   QStringLiteral("%1 report %2 MB, export %3 MB")
