@@ -10,6 +10,7 @@
 
 #include <QHash>
 #include <charconv>
+#include <optional>
 #include <cstdio>
 #include <string>
 
@@ -578,10 +579,13 @@ ExportOutcome WriteStoredRows(const ReportRun& run, const ReportDefinition& def,
     }
     const qint64 count = run.rows ? run.rows->Count() : 0;
     QVariantList cells;
+    std::optional<ReportRows::Reader> reader;
+    if (run.rows)
+        reader.emplace(*run.rows);
     for (qint64 r = 0; r < count; ++r) {
         cells.clear();
         for (int a : at)
-            cells.append(a >= 0 ? run.rows->At(r, a) : QVariant());
+            cells.append(a >= 0 ? reader->At(r, a) : QVariant());
         if (!writer.Row(cells)) {
             out.failure = ExportFailure(writer.error);
             return out;
@@ -622,9 +626,10 @@ QByteArray ReportFingerprint(const ReportRun& run) {
     QCryptographicHash hash(QCryptographicHash::Sha1);
     if (run.rows) {
         const int columns = int(run.rows->Columns().size());
+        ReportRows::Reader reader(*run.rows);
         for (qint64 r = 0; r < run.rows->Count(); ++r)
             for (int c = 0; c < columns; ++c)
-                AddToFingerprint(hash, run.rows->At(r, c));
+                AddToFingerprint(hash, reader.At(r, c));
     }
     return QByteArray::number(run.rowCount) + ':' + hash.result().toHex();
 }

@@ -267,6 +267,7 @@ QString ReportSectionHtml(const ReportDefinition& def, const ReportRun& run, con
         }
         out += kRowEnd;
     }
+    ReportRows::Reader reader(*run.rows);
     for (qint64 r = first; r < end; ++r) {
         // A document lays out one long table far slower than several short ones, so a long page
         // (the printout) goes on in a new table every so many rows.
@@ -278,7 +279,7 @@ QString ReportSectionHtml(const ReportDefinition& def, const ReportRun& run, con
         for (size_t i = 0; i < at.size(); ++i) {
             out += numeric[i] ? kRight : kLeft;
             if (at[i] >= 0)
-                out += cellText(run.rows->At(r, at[i]));
+                out += cellText(reader.At(r, at[i]));
             out += kCellEnd;
         }
         out += kRowEnd;

@@ -12,6 +12,7 @@
 #include "core/dictionary.h"
 #include "core/failure.h"
 #include "database/sql_compose.h"
+#include "reports/report_rows.h"
 
 namespace tlm {
 
@@ -86,26 +87,6 @@ QString DefaultHTML();
 // Where the chart image goes on the page, above the table; the screen supplies the image.
 inline const QString kChartImageName = QStringLiteral("report-chart.png");
 QString ChartImageHtml();
-
-// The rows of one generated report, kept for the page and the exports: the cells of every column
-// the page or an export shows, row after row, as the cursor gave them.
-class ReportRows {
-  public:
-    explicit ReportRows(QStringList columns) : columns_(std::move(columns)) {}
-    const QStringList& Columns() const { return columns_; }
-    int ColumnOf(const QString& column) const { return int(columns_.indexOf(column)); }
-    qint64 Count() const { return count_; }
-    const QVariant& At(qint64 row, int column) const {
-        return cells_[size_t(row * columns_.size() + column)];
-    }
-    void Append(QVariant value) { cells_.push_back(std::move(value)); }
-    void CountRow() { ++count_; }
-
-  private:
-    QStringList columns_;
-    std::vector<QVariant> cells_;
-    qint64 count_ = 0;
-};
 
 // The outcome of one report run.
 struct ReportRun {
