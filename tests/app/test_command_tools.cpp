@@ -38,32 +38,10 @@
 namespace tlm {
 namespace {
 
-struct ToolRun {
-    int code = -1;
-    QByteArray out, err;
-};
+using test::ToolRun;
 
-// Runs the built program without a display and with this process's settings folder, so it finds the
-// test's database.
 ToolRun Tool(const QStringList& args, const QProcessEnvironment& extra = {}) {
-    QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
-        env.remove(QString::fromLatin1(name));
-    for (const QString& key : extra.keys())
-        env.insert(key, extra.value(key));
-    p.setProcessEnvironment(env);
-    p.start(test::BuiltProgram(QStringLiteral("tlm-manager")), args);
-    ToolRun r;
-    if (p.waitForFinished(120000) && p.exitStatus() == QProcess::NormalExit)
-        r.code = p.exitCode();
-    else {
-        p.kill();
-        p.waitForFinished(2000);
-    }
-    r.out = p.readAllStandardOutput();
-    r.err = p.readAllStandardError();
-    return r;
+    return test::RunTool(args, extra);
 }
 
 const char* const kExtensions[] = {"xlsx", "txt", "xml", "htm"};
@@ -221,7 +199,7 @@ TEST_P(CommandTools, RefusalsEndWithTheirCodeAndLeaveNoFile) {
 TEST_P(CommandTools, ReviewListsAndApprovesAsTheWindow) {
     const ToolRun list = Tool({"review", "--list"});
     ASSERT_EQ(list.code, kExitNormal) << list.err.toStdString();
-    QStringList lines = QString::fromUtf8(list.out).split(u'\n', Qt::SkipEmptyParts);
+    QStringList lines = list.out.split(u'\n', Qt::SkipEmptyParts);
     ASSERT_FALSE(lines.isEmpty());
     EXPECT_TRUE(lines.takeFirst().startsWith(QStringLiteral("Type\tID\tSubject\t")));
     const auto approved = [this](const char* table) {
@@ -339,8 +317,8 @@ TEST_P(CommandTools, ReviewApprovesAListAndDeclinesWithAReason) {
         setKey("tpoAuditRemoveDeclinedDataFromDB", c.declining);
         const ToolRun run = Tool(c.args);
         EXPECT_EQ(run.code, c.code) << run.err.toStdString();
-        EXPECT_EQ(QString::fromUtf8(run.out).count(u'\n'), c.lines) << run.out.toStdString();
-        EXPECT_TRUE(QString::fromUtf8(run.err).contains(c.err)) << run.err.toStdString();
+        EXPECT_EQ(run.out.count(u'\n'), c.lines) << run.out.toStdString();
+        EXPECT_TRUE(run.err.contains(c.err)) << run.err.toStdString();
         QStringList now;
         for (const QString& id : ids)
             now.append(state(id));
@@ -675,7 +653,7 @@ TEST(CommandToolsOutbox, ListsShowsRetriesAndDiscardsWithTheirExitCodes) {
 
     const ToolRun list = Tool({"outbox", "list"}, env);
     ASSERT_EQ(list.code, kExitNormal) << list.err.toStdString();
-    const QStringList lines = QString::fromLocal8Bit(list.out).split(u'\n', Qt::SkipEmptyParts);
+    const QStringList lines = list.out.split(u'\n', Qt::SkipEmptyParts);
     ASSERT_EQ(lines.size(), 2) << list.out.toStdString();
     const QStringList failedLine = lines[1].split(u'\t');
     ASSERT_EQ(failedLine.size(), 6) << lines[1].toStdString();

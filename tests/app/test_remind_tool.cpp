@@ -22,30 +22,10 @@
 namespace tlm {
 namespace {
 
-struct ToolRun {
-    int code = -1;
-    QString out, err;
-};
+using test::ToolRun;
 
 ToolRun Tool(const QStringList& args, const QProcessEnvironment& extra = {}) {
-    QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
-        env.remove(QString::fromLatin1(name));
-    for (const QString& key : extra.keys())
-        env.insert(key, extra.value(key));
-    p.setProcessEnvironment(env);
-    p.start(test::BuiltProgram(QStringLiteral("tlm-manager")), QStringList{QStringLiteral("remind")} + args);
-    ToolRun r;
-    if (p.waitForFinished(120000) && p.exitStatus() == QProcess::NormalExit)
-        r.code = p.exitCode();
-    else {
-        p.kill();
-        p.waitForFinished(2000);
-    }
-    r.out = QString::fromLocal8Bit(p.readAllStandardOutput());
-    r.err = QString::fromLocal8Bit(p.readAllStandardError());
-    return r;
+    return test::RunTool(QStringList{QStringLiteral("remind")} + args, extra);
 }
 
 // The Sunday that starts last week, as the reports count weeks.

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QProcess>
 #include <QSettings>
 #include <QTcpServer>
 #include <QUuid>
@@ -88,6 +89,27 @@ int ClosedPort() {
 QString BuiltProgram(const QString& name) {
     const QString dir = qEnvironmentVariable("TLM_BUILD_BIN_DIR", QStringLiteral(TLM_BUILD_BIN_DIR));
     return QDir(dir).absoluteFilePath(name);
+}
+
+ToolRun RunTool(const QStringList& args, const QProcessEnvironment& extra) {
+    QProcess p;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        env.remove(QString::fromLatin1(name));
+    for (const QString& key : extra.keys())
+        env.insert(key, extra.value(key));
+    p.setProcessEnvironment(env);
+    p.start(BuiltProgram(QStringLiteral("tlm-manager")), args);
+    ToolRun r;
+    if (p.waitForFinished(120000) && p.exitStatus() == QProcess::NormalExit)
+        r.code = p.exitCode();
+    else {
+        p.kill();
+        p.waitForFinished(2000);
+    }
+    r.out = QString::fromLocal8Bit(p.readAllStandardOutput());
+    r.err = QString::fromLocal8Bit(p.readAllStandardError());
+    return r;
 }
 
 }  // namespace tlm::test

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QList>
+#include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -59,6 +60,16 @@ int ClosedPort();
 
 // Path of a built program (set by CMake for tests that run one).
 QString BuiltProgram(const QString& name);
+
+// What a run of the built program left: its exit code (-1 when it crashed or hung) and its output.
+struct ToolRun {
+    int code = -1;
+    QString out, err;
+};
+
+// Runs tlm-manager with args, without a display and with this process's settings folder, so it finds
+// the test's database; extra adds to or replaces the environment.
+ToolRun RunTool(const QStringList& args, const QProcessEnvironment& extra = {});
 
 }  // namespace tlm::test
 
