@@ -307,14 +307,20 @@ void frmReviewReports::cmdOK() {
     picOK_->setEnabled(false);
     QVector<ReviewItem> items;
     const auto repaint = [this](int) { LetWindowRepaint(); };
+    // A table that cannot be read is told and the other is still shown, as it always was.
+    const auto read = [&](const SqlText& sql, bool appointments) {
+        bool showDialog = true;
+        DB::Initialize(showDialog);
+        Failure failure;
+        if (ReadReviewRows(sql, appointments, items, &failure, repaint) != ReviewReadEnd::Done)
+            subReportError(failure);
+    };
     if (WantsTasks(f.typesIndex)) {
-        std::unique_ptr<Recordset> rs = GetDBRecordset(tasksSql);
-        LoadRecordsetToCollection(rs.get(), false, items, repaint);
+        read(tasksSql, false);
         SetProgress(50);
     }
     if (WantsAppointments(f.typesIndex) && !closing_) {
-        std::unique_ptr<Recordset> rs = GetDBRecordset(appointmentsSql);
-        LoadRecordsetToCollection(rs.get(), true, items, repaint);
+        read(appointmentsSql, true);
         SetProgress(90);
     }
     // Tasks first, then appointments, each in the order the database gave them.

@@ -1,15 +1,17 @@
 #include "review/review_queue.h"
 
+#include <QByteArray>
+#include <QHash>
 #include <QSet>
 
 #include "core/codecs.h"
 #include "core/error_report.h"
 #include "database/connection.h"
+#include "database/cursor.h"
+#include "database/link.h"
 #include "database/recordset.h"
 #include "domain/option_keys.h"
 #include "notifications/senders.h"
-#include "reported/appointment_data.h"
-#include "reported/task_data.h"
 #include "settings/global_settings.h"
 
 namespace tlm {
@@ -133,60 +135,152 @@ QString ReviewItem::Key() const {
     return ID + (appointment ? u'A' : u'T');
 }
 
-ReviewItem ReviewItemFrom(const cReportedRecord& r, bool appointment) {
-    ReviewItem item;
-    item.appointment = appointment;
-    item.ID = r.ID;
-    item.Subject = r.Subject;
-    item.ProjectValue = r.ProjectValue;
-    item.ActivityValue = r.ActivityValue;
-    item.TotalCost = r.TotalCost;
-    item.ReportedDate = r.ReportedDate;
-    item.ReportedBy = r.ReportedBy;
-    return item;
+namespace {
+
+// What the grid shows of a row; a database of an older build without one of them still runs, as
+// "SELECT *", and the missing cell stays empty.
+const QStringList& ReviewReadColumns() {
+    static const QStringList columns{QStringLiteral("ID"),           QStringLiteral("Subject"),
+                                     QStringLiteral("ProjectValue"), QStringLiteral("ActivityValue"),
+                                     QStringLiteral("TotalCost"),    QStringLiteral("ReportedDate"),
+                                     QStringLiteral("ReportedBy")};
+    return columns;
 }
 
-bool LoadRecordsetToCollection(Recordset* rs, bool bAppointment, QVector<ReviewItem>& items,
-                               const std::function<void(int done)>& onChunk, Failure* failure) {
-    const auto fail = [failure](const Failure& f) {
+// Projects, activities and reporters repeat over many rows: one copy of each text is kept, found
+// by its bytes where the cursor hands them over so, without making a QString first.
+class TextPool {
+  public:
+    QString FromUtf8(const char* text, qsizetype size) {
+        const auto known = byUtf8_.constFind(QByteArray::fromRawData(text, size));
+        if (known != byUtf8_.cend())
+            return *known;
+        const QString shared = Shared(QString::fromUtf8(text, size));
+        byUtf8_.insert(QByteArray(text, size), shared);
+        return shared;
+    }
+    QString Shared(const QString& text) { return *texts_.insert(text); }
+
+  private:
+    QHash<QByteArray, QString> byUtf8_;
+    QSet<QString> texts_;
+};
+
+// Each cell converted as the record's reader converts it (reported_record.cpp: RowReader); the
+// forms the cursor hands over without a QVariant are taken as they are.
+class ReviewRowReader {
+  public:
+    explicit ReviewRowReader(const Cursor& cursor) : cursor_(cursor), zeroDate_(ZeroDate()) {
+        id_ = cursor.FieldIndex(QStringLiteral("ID"));
+        subject_ = cursor.FieldIndex(QStringLiteral("Subject"));
+        project_ = cursor.FieldIndex(QStringLiteral("ProjectValue"));
+        activity_ = cursor.FieldIndex(QStringLiteral("ActivityValue"));
+        cost_ = cursor.FieldIndex(QStringLiteral("TotalCost"));
+        reported_ = cursor.FieldIndex(QStringLiteral("ReportedDate"));
+        reportedBy_ = cursor.FieldIndex(QStringLiteral("ReportedBy"));
+    }
+
+    void Read(ReviewItem& item) {
+        item.ID = RawText(id_);
+        item.Subject = Text(subject_, nullptr);
+        item.ProjectValue = Text(project_, &pool_);
+        item.ActivityValue = Text(activity_, &pool_);
+        item.TotalCost = Cost(cost_);
+        item.ReportedDate = Date(reported_);
+        item.ReportedBy = Text(reportedBy_, &pool_);
+    }
+
+  private:
+    QVariant Value(const StoredCell& cell, int index) const {
+        return cell.form == StoredCell::Form::Variant ? cell.variant : cursor_.Value(index);
+    }
+    // The ID as it stands: a NULL is no text.
+    QString RawText(int index) const {
+        if (index < 0)
+            return QString();
+        const StoredCell cell = cursor_.Cell(index);
+        if (cell.form == StoredCell::Form::Int)
+            return QString::number(cell.number);
+        const QVariant v = Value(cell, index);
+        return v.isNull() ? QString() : v.toString();
+    }
+    // A text cell: a NULL is empty text.
+    QString Text(int index, TextPool* pool) {
+        if (index < 0)
+            return QString();
+        const StoredCell cell = cursor_.Cell(index);
+        if (cell.form == StoredCell::Form::Utf8)
+            return pool ? pool->FromUtf8(cell.utf8, cell.size) : QString::fromUtf8(cell.utf8, cell.size);
+        const QString text = DB::NullSafeValue(Value(cell, index), adotype::adVarChar).toString();
+        return pool ? pool->Shared(text) : text;
+    }
+    Money Cost(int index) const {
+        if (index < 0)
+            return Money{};
+        const StoredCell cell = cursor_.Cell(index);
+        if (cell.form == StoredCell::Form::Money)
+            return Money::fromUnits(cell.number);
+        return Money::fromVariant(DB::NullSafeValue(Value(cell, index), adotype::adDouble)).value_or(Money{});
+    }
+    // No date, or none that reads as one, is day zero.
+    QDateTime Date(int index) {
+        if (index < 0)
+            return QDateTime();
+        const StoredCell cell = cursor_.Cell(index);
+        if (cell.form == StoredCell::Form::DateTime) {
+            // A local date and time costs a time-zone lookup to make; rows share their days and often
+            // their times.
+            auto known = dates_.constFind(cell.number);
+            if (known != dates_.cend())
+                return *known;
+            if (dates_.size() >= 8192)
+                dates_.clear();
+            return *dates_.insert(cell.number, UnpackDateTime(cell.number));
+        }
+        if (cell.form == StoredCell::Form::Null)
+            return zeroDate_;
+        return DB::NullSafeValue(Value(cell, index), adotype::adDate).toDateTime();
+    }
+
+    const Cursor& cursor_;
+    const QDateTime zeroDate_;
+    QHash<qint64, QDateTime> dates_;
+    TextPool pool_;
+    int id_, subject_, project_, activity_, cost_, reported_, reportedBy_;
+};
+
+}  // namespace
+
+ReviewReadEnd ReadReviewRows(const SqlText& query, bool bAppointment, QVector<ReviewItem>& items,
+                             Failure* failure, const std::function<void(int done)>& onChunk) {
+    const auto end = [failure](ReviewReadEnd how, Failure f, const QString& label) {
+        f.label = label;
         if (failure)
             *failure = f;
-        else
-            subReportError(f);
-        return false;
+        return how;
     };
-    if (!rs)
-        return fail(NoObject(QStringLiteral("Search.LoadRecordsetToCollection")));
-    items.reserve(items.size() + rs->RecordCount());
+    const QString readLabel = QStringLiteral("Search.LoadRecordsetToCollection");
+    std::shared_ptr<Connection> connection = CurrentConnection();
+    if (!connection || !connection->IsOpen())
+        return end(ReviewReadEnd::NotOpened, NoObject(readLabel), readLabel);
+    // As a recordset's opening is traced, so an error report names the statement.
+    if (query.ok())
+        subTraceAction(QStringLiteral("Attempting to open a recordset from ") + query.sql());
+    Cursor cursor(std::move(connection));
+    if (!cursor.Open(query, ReviewReadColumns()))
+        return end(ReviewReadEnd::NotOpened, cursor.LastError(), QStringLiteral("DB.GetRecordset"));
+    ReviewRowReader reader(cursor);
     int done = 0;
-    // Projects, activities and reporters repeat over many rows: one copy of each text is kept.
-    QSet<QString> pool;
-    const auto shared = [&pool](QString& text) { text = *pool.insert(text); };
-    // One record at a time: the grid needs only a few of its values, and nothing reads the
-    // records after the filling, so none is kept.
-    while (!rs->Eof()) {
-        if (bAppointment) {
-            cAppointmentData a;
-            a.FromRecordset(*rs);
-            items.append(ReviewItemFrom(a, true));
-        } else {
-            cTaskData t;
-            t.FromRecordset(*rs);
-            items.append(ReviewItemFrom(t, false));
-        }
-        ReviewItem& added = items.last();
-        shared(added.ProjectValue);
-        shared(added.ActivityValue);
-        shared(added.ReportedBy);
-        if (!rs->MoveNext()) {
-            Failure f = rs->LastError();
-            f.label = QStringLiteral("Search.LoadRecordsetToCollection");
-            return fail(f);
-        }
+    while (cursor.Next()) {
+        ReviewItem& added = items.emplace_back();
+        added.appointment = bAppointment;
+        reader.Read(added);
         if (onChunk && ++done % kReviewChunkRows == 0)
             onChunk(done);
     }
-    return true;
+    if (cursor.LastError().isSet())
+        return end(ReviewReadEnd::BrokeOff, cursor.LastError(), readLabel);
+    return ReviewReadEnd::Done;
 }
 
 ReviewOptions ReadReviewOptions(const cDBSettings& global) {
@@ -276,6 +370,28 @@ ReviewOutcome DeleteDBItem(const QString& sID, const QString& sType, const QStri
     return Outcome(ReviewOutcome::Kind::Done);
 }
 
+namespace {
+
+// Rows of a query read for a caller that tells nobody: a failure only when the rows broke off.
+bool ReadQuietly(const SqlText& query, bool appointment, QVector<ReviewItem>& items, ReviewOutcome* outcome) {
+    bool showDialog = false;
+    DB::Initialize(showDialog);
+    Failure failure;
+    switch (ReadReviewRows(query, appointment, items, &failure)) {
+        case ReviewReadEnd::Done:
+            return true;
+        case ReviewReadEnd::NotOpened:
+            *outcome = Outcome(ReviewOutcome::Kind::ReadFailed);
+            return false;
+        case ReviewReadEnd::BrokeOff:
+            break;
+    }
+    *outcome = Outcome(ReviewOutcome::Kind::ReadFailed, failure);
+    return false;
+}
+
+}  // namespace
+
 ReviewQueueRead ReadReviewQueue(const ReviewFilter& filter, qint32 dbChoice) {
     ReviewQueueRead read;
     for (const bool appointments : {false, true}) {
@@ -283,10 +399,7 @@ ReviewQueueRead ReadReviewQueue(const ReviewFilter& filter, qint32 dbChoice) {
             continue;
         const QString table =
             appointments ? QStringLiteral("tReportedAppointments") : QStringLiteral("tReportedTasks");
-        std::unique_ptr<Recordset> rs = GetDBRecordset(ReviewQueryFor(filter, dbChoice, table), true, false);
-        Failure failure;
-        if (!rs || !LoadRecordsetToCollection(rs.get(), appointments, read.items, {}, &failure)) {
-            read.outcome = Outcome(ReviewOutcome::Kind::ReadFailed, rs ? failure : Failure());
+        if (!ReadQuietly(ReviewQueryFor(filter, dbChoice, table), appointments, read.items, &read.outcome)) {
             read.items.clear();
             return read;
         }
@@ -306,13 +419,9 @@ QueuedApproval FindQueued(const QString& sID, const QString& sType, qint32 dbCho
     QueuedApproval found;
     const bool appointment = sType == u"appointment";
     SqlText query = ReviewQueryFor(ReviewFilter(), dbChoice, ReviewTableFor(sType));
-    std::unique_ptr<Recordset> rs = GetDBRecordset(query.Words(u" and ID = ").Integer(sID), true, false);
     QVector<ReviewItem> items;
-    Failure failure;
-    if (!rs || !LoadRecordsetToCollection(rs.get(), appointment, items, {}, &failure)) {
-        found.outcome = Outcome(ReviewOutcome::Kind::ReadFailed, rs ? failure : Failure());
+    if (!ReadQuietly(query.Words(u" and ID = ").Integer(sID), appointment, items, &found.outcome))
         return found;
-    }
     if (items.isEmpty()) {
         found.outcome = Outcome(ReviewOutcome::Kind::NotQueued);
         return found;

@@ -14,8 +14,6 @@
 namespace tlm {
 
 class cDBSettings;
-struct cReportedRecord;
-class Recordset;
 
 // The review window's filter as the user left it; the window copies its controls in here.
 struct ReviewFilter {
@@ -45,7 +43,7 @@ QString DateFrameCaption(const QString& betweenOnText);
 // What the value list holds for a filter kind: project names, or member keys, or nothing.
 QStringList ReviewValueEntries(const cDBSettings& global, int filterIndex);
 
-// One row of the review grid, as read from a loaded record.
+// One row of the review grid: the values it shows, read as a loaded record reads them.
 struct ReviewItem {
     bool appointment = false;
     QString ID;
@@ -61,14 +59,21 @@ struct ReviewItem {
     // The two tables number their rows independently, hence the kind in the key.
     QString Key() const;
 };
-ReviewItem ReviewItemFrom(const cReportedRecord& record, bool appointment);
 
-// Reads every row of rs into a task or appointment record and appends its grid values to items;
-// onChunk runs after each chunk of rows so the window can repaint. Without a recordset the first
-// read fails under "Search.LoadRecordsetToCollection": given failure, it is kept there for the
-// caller; without, it goes to the failure path. Closes nothing: the caller drops the recordset.
-bool LoadRecordsetToCollection(Recordset* rs, bool bAppointment, QVector<ReviewItem>& items,
-                               const std::function<void(int done)>& onChunk = {}, Failure* failure = nullptr);
+// How a read of review rows ended.
+enum class ReviewReadEnd {
+    Done,
+    NotOpened,  // no connection, or the statement failed: nothing was read
+    BrokeOff,   // the rows broke off midway: those read before are kept in items
+};
+// Reads the rows of a review query (ReviewQueryFor, or one row of it) one at a time
+// through a forward-only cursor on the process's connection and appends their grid values to items:
+// only the columns the grid shows are read, each converted as a full record reads it, and no record
+// or recordset is kept. onChunk runs after each chunk of rows so the window can repaint. The failure
+// is labelled as the user has always seen it: "DB.GetRecordset" when the statement failed,
+// "Search.LoadRecordsetToCollection" without a connection or when the rows broke off.
+ReviewReadEnd ReadReviewRows(const SqlText& query, bool bAppointment, QVector<ReviewItem>& items,
+                             Failure* failure, const std::function<void(int done)>& onChunk = {});
 inline constexpr int kReviewChunkRows = 2000;
 
 // The audit switches, read once when the window opens.
@@ -186,3 +191,6 @@ ReviewBatchOutcome ReviewRows(ReviewAction action, const QVector<ReviewRowTexts>
 bool ActivityListForProject(const cDBSettings& global, const QString& project, QString* tabList);
 
 }  // namespace tlm
+
+// Its members move by bytes, so a growing list of rows moves them without copying.
+Q_DECLARE_TYPEINFO(tlm::ReviewItem, Q_RELOCATABLE_TYPE);

@@ -3,13 +3,16 @@
 #include <QStringList>
 #include <memory>
 
+#include "database/connection.h"
 #include "domain/domain_test_fixture.h"
 #include "mail/mail_profile.h"
 #include "mail/mail_transport.h"
 #include "notifications/notification_doubles.h"
 #include "notifications/senders.h"
 #include "notifications/templates.h"
+#include "reported/appointment_data.h"
 #include "reported/sample_data.h"
+#include "reported/task_data.h"
 #include "review/review_queue.h"
 #include "support/smtp_sink.h"
 #include "support/test_env.h"
@@ -72,6 +75,59 @@ class ReviewDbTest : public DomainDbTest {
         return Column(QStringLiteral("SELECT MIN(t.ID) FROM tReportedTasks t, tReportedAppointments a "
                                      "WHERE t.ID = a.ID AND t.Approved = 0 AND a.Approved = 0"))
             .value(0);
+    }
+
+    // The rows of a filter as the full records read them (every column, through a recordset), for
+    // comparing the review's own narrower read with.
+    QVector<ReviewItem> RecordRows(const ReviewFilter& f) {
+        QVector<ReviewItem> items;
+        const qint32 choice = IsSqlite() ? 0 : 1;
+        for (const bool appointments : {false, true}) {
+            if (appointments ? !WantsAppointments(f.typesIndex) : !WantsTasks(f.typesIndex))
+                continue;
+            const QString table =
+                appointments ? QStringLiteral("tReportedAppointments") : QStringLiteral("tReportedTasks");
+            auto rs = GetDBRecordset(ReviewQueryFor(f, choice, table), true, false);
+            if (!rs) {
+                ADD_FAILURE() << "no recordset of " << table.toStdString();
+                return items;
+            }
+            for (; !rs->Eof(); rs->MoveNext()) {
+                cTaskData task;
+                cAppointmentData appointment;
+                cReportedRecord& r = appointments ? static_cast<cReportedRecord&>(appointment) : task;
+                if (appointments)
+                    appointment.FromRecordset(*rs);
+                else
+                    task.FromRecordset(*rs);
+                ReviewItem it;
+                it.appointment = appointments;
+                it.ID = r.ID;
+                it.Subject = r.Subject;
+                it.ProjectValue = r.ProjectValue;
+                it.ActivityValue = r.ActivityValue;
+                it.TotalCost = r.TotalCost;
+                it.ReportedDate = r.ReportedDate;
+                it.ReportedBy = r.ReportedBy;
+                items.append(it);
+            }
+        }
+        return items;
+    }
+    // Every value of every row, in order.
+    static void ExpectSameRows(const QVector<ReviewItem>& got, const QVector<ReviewItem>& want) {
+        ASSERT_EQ(got.size(), want.size());
+        for (int i = 0; i < got.size(); ++i) {
+            SCOPED_TRACE(want[i].Key().toStdString());
+            EXPECT_EQ(got[i].appointment, want[i].appointment);
+            EXPECT_EQ(got[i].ID, want[i].ID);
+            EXPECT_EQ(got[i].Subject, want[i].Subject);
+            EXPECT_EQ(got[i].ProjectValue, want[i].ProjectValue);
+            EXPECT_EQ(got[i].ActivityValue, want[i].ActivityValue);
+            EXPECT_EQ(got[i].TotalCost, want[i].TotalCost);
+            EXPECT_EQ(got[i].ReportedDate, want[i].ReportedDate);
+            EXPECT_EQ(got[i].ReportedBy, want[i].ReportedBy);
+        }
     }
 
     RecordingTransport* transport = nullptr;  // what the senders handed on
