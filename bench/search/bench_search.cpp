@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "core/codecs.h"
 #include "database/connection.h"
 #include "database/provisioning.h"
 #include "database/recordset.h"
@@ -184,6 +185,7 @@ Outcome Compare(const Target& t, const QString& dir, const QString& driver) {
 
 int main(int argc, char** argv) {
     using namespace tlm;
+    PinLocalTimeZone();  // as main does; without it every local date re-reads the zone file
     QApplication app(argc, argv);
     QTemporaryDir temp;
     const QString file = temp.path() + QStringLiteral("/") + kDatabaseFileName;
