@@ -2,6 +2,7 @@
 
 #include <QCheckBox>
 #include <QCursor>
+#include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -13,6 +14,7 @@
 
 #include "admin/manager_list.h"
 #include "core/error_report.h"
+#include "desktop/look.h"
 #include "desktop/window_services.h"
 #include "domain/value_names.h"
 #include "settings/global_settings.h"
@@ -108,19 +110,21 @@ fSelectMembers::fSelectMembers(QWidget* parent) : QDialog(parent) {
     lstMembers = new QListWidget(this);
     lstMembers->setSelectionMode(QAbstractItemView::MultiSelection);
     chkAll = new QCheckBox(QStringLiteral("Select All"), this);
-    cmdOK = new QPushButton(QStringLiteral("OK"), this);
-    cmdCancel = new QPushButton(QStringLiteral("Cancel"), this);
+    // OK and Cancel in the desktop's order.
+    auto* box = NewDialogButtons(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    cmdOK = box->button(QDialogButtonBox::Ok);
+    cmdCancel = box->button(QDialogButtonBox::Cancel);
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(chkAll);
     buttons->addStretch();
-    buttons->addWidget(cmdOK);
-    buttons->addWidget(cmdCancel);
+    buttons->addWidget(box);
     layout->addWidget(lblSelectMembers);
     layout->addWidget(lstMembers);
     layout->addLayout(buttons);
     connect(chkAll, &QCheckBox::clicked, this, &fSelectMembers::chkAllClick);
     connect(cmdOK, &QPushButton::clicked, this, &fSelectMembers::cmdOKClick);
     connect(cmdCancel, &QPushButton::clicked, this, &fSelectMembers::cmdCancelClick);
+    ApplyLook(this);
     resize(320, 360);
 }
 

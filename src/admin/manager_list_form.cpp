@@ -18,6 +18,7 @@
 #include "core/process_state.h"
 #include "core/prompt.h"
 #include "desktop/grid_view.h"
+#include "desktop/look.h"
 #include "desktop/window_services.h"
 #include "domain/value_names.h"
 #include "settings/global_settings.h"
@@ -68,10 +69,8 @@ frmManagerList::frmManagerList(QWidget* parent) : QDialog(parent) {
     setWindowTitle(QStringLiteral("Administration Panel"));
     setObjectName(QStringLiteral("frmManagerList"));
     setMinimumSize(kMinWidth, kMinHeight);
-    resize(760, 480);
+    resize(800, 533);
     auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
     tb_ = new QToolBar(this);
     tb_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     import_ = tb_->addAction(QStringLiteral("Import"), this, &frmManagerList::Import);
@@ -82,6 +81,7 @@ frmManagerList::frmManagerList(QWidget* parent) : QDialog(parent) {
 
     pMain_ = new QWidget(this);
     auto* panel = new QVBoxLayout(pMain_);
+    panel->setContentsMargins(0, 0, 0, 0);  // the window's margins are around it already
     lblMain_ = new QLabel(pMain_);
     QFont bold = lblMain_->font();
     bold.setBold(true);
@@ -96,12 +96,13 @@ frmManagerList::frmManagerList(QWidget* parent) : QDialog(parent) {
     // The sorted column is marked yellow; the mark moves with the next sort.
     connect(fps_, &GridWidget::beforeUserSort, this, [this](int) {
         if (sortedColumn_ >= 0)
-            SetColorToBlock(sortedColumn_, sortedColumn_, 0, fps_->rowCount() - 1, Qt::white);
+            SetColorToBlock(sortedColumn_, sortedColumn_, 0, fps_->rowCount() - 1, QColor());
     });
     connect(fps_, &GridWidget::afterUserSort, this, [this](int col) {
         sortedColumn_ = col;
         SetColorToBlock(col, col, 0, fps_->rowCount() - 1, QColor(255, 255, 0));
     });
+    ApplyLook(this);
 }
 
 frmManagerList::~frmManagerList() = default;
@@ -212,7 +213,7 @@ bool frmManagerList::subSaveSettings() {
     const int rows = fps_->dataRowCount();
     // A row marked by an earlier refused save is cleared first.
     if (section_ == 1 && rows > 0)
-        SetColorToBlock(3, 3, 0, rows - 1, Qt::white);
+        SetColorToBlock(3, 3, 0, rows - 1, QColor());
     const GridRows values = ReadRows(rows);
     QApplication::setOverrideCursor(Qt::WaitCursor);
     const ListSaveOutcome outcome = SaveListFromGrid(section_, values, *settings);

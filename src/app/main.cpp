@@ -6,6 +6,7 @@
 #include "core/codecs.h"
 #include "core/startup.h"
 #include "core/version.h"
+#include "desktop/look.h"
 
 int main(int argc, char** argv) {
     QStringList arguments;
@@ -35,6 +36,8 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("TLM"));
     QApplication::setOrganizationName(QStringLiteral("Orrinwell"));
     QApplication::setApplicationVersion(QString::fromLatin1(tlm::kVersionText));
+    // The desktop's palette unless TLM_PALETTE asks for light or dark (the screenshots take both).
+    tlm::SetUpApplicationLook(tlm::PaletteChoiceFrom(qEnvironmentVariable("TLM_PALETTE")));
     tlm::Program program;
     return tlm::RunMain(commandLine, program);
 }

@@ -9,10 +9,13 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QSignalBlocker>
+#include <QStyle>
 #include <QStyledItemDelegate>
 #include <algorithm>
 #include <limits>
 #include <numeric>
+
+#include "desktop/look.h"
 
 namespace tlm {
 
@@ -117,6 +120,9 @@ class GridDelegate : public QStyledItemDelegate {
         }
         if (!index.data(Qt::BackgroundRole).isValid() && grid_->isCellLocked(row, col))
             option->backgroundBrush = grid_->lockColor_;
+        // A cell of its own colour keeps its text readable under a dark palette too.
+        if (option->backgroundBrush.style() != Qt::NoBrush)
+            option->palette.setColor(QPalette::Text, TextColourOn(option->backgroundBrush.color()));
     }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
@@ -206,8 +212,7 @@ GridWidget::GridWidget(QWidget* parent) : QTableWidget(parent), delegate_(new Gr
     setTabKeyNavigation(true);
     setWordWrap(false);
     setSortingEnabled(false);  // sorting is ours: typed, stable, several keys
-    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 8);
+    CompactRows(this);
     connect(horizontalHeader(), &QHeaderView::sectionClicked, this, &GridWidget::headerClicked);
 }
 
@@ -365,15 +370,45 @@ void GridWidget::resizeEvent(QResizeEvent* event) {
 }
 
 void GridWidget::fitColumnsToWidth() {
-    int visible = 0;
-    for (int c = 0; c < columnCount(); ++c)
-        visible += isColumnHidden(c) ? 0 : 1;
-    if (visible == 0)
+    const int cols = columnCount();
+    if (cols == 0)
         return;
-    const int width = std::max(20, viewport()->width() / visible);
-    for (int c = 0; c < columnCount(); ++c) {
-        if (!isColumnHidden(c))
-            setColumnWidth(c, width);
+    const int rows = std::min(kMeasuredRows, rowCount());
+    const int cap = fontMetrics().averageCharWidth() * kWishChars;
+    const QStyle* st = style();
+    QVector<ColumnNeed> needs(cols);
+    int stretch = -1;
+    for (int c = 0; c < cols; ++c) {
+        ColumnNeed& need = needs[c];
+        need.hidden = isColumnHidden(c);
+        need.floor = HeaderTextNeed(horizontalHeader(), columnCaption(c));
+        const GridCellType type = column(c).type;
+        // Amounts, dates, numbers and buttons are no use cut short.
+        need.whole = type != GridCellType::Text && type != GridCellType::Combo;
+        if (stretch < 0 && !need.hidden && type == GridCellType::Text)
+            stretch = c;
+        if (type == GridCellType::Check) {
+            need.wish = st->pixelMetric(QStyle::PM_IndicatorWidth, nullptr, this) + 12;
+            continue;
+        }
+        if (type == GridCellType::Colour) {
+            need.wish = 4 * fontMetrics().averageCharWidth() + 12;
+            continue;
+        }
+        // A button's face needs its own margins around the caption.
+        const int extra = type == GridCellType::Button
+                              ? 2 * st->pixelMetric(QStyle::PM_ButtonMargin, nullptr, this) + 4
+                              : 0;
+        int wish = 0;
+        for (int r = 0; r < rows; ++r)
+            wish = std::max(wish, CellTextNeed(this, text(r, c)) + extra);
+        need.wish = std::min(wish, std::max(cap, need.floor));
+    }
+    horizontalHeader()->setMinimumSectionSize(kLeastColumn);
+    const QVector<int> widths = FitColumnWidths(needs, stretch, viewport()->width());
+    for (int c = 0; c < cols; ++c) {
+        if (!needs[c].hidden && columnWidth(c) != widths[c])
+            setColumnWidth(c, widths[c]);
     }
 }
 

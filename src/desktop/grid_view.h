@@ -61,7 +61,8 @@ class GridWidget : public QTableWidget {
     // The same from a split list; rows handed one list share it.
     void setCellComboItems(int row, int col, const QStringList& items);
     QStringList comboItems(int row, int col) const;
-    // Equal widths over the visible columns, filling the viewport.
+    // Widths from the captions and the contents, filling the viewport: every caption whole, the
+    // first visible text column taking the room that is left (FitColumnWidths in desktop/look.h).
     void fitColumnsToWidth();
     // Keeps the columns fitted whenever the grid changes size (the grid knows its final width
     // only after its window's layout ran, which is later than the window's own resize).

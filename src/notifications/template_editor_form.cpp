@@ -16,6 +16,7 @@
 #include <QVBoxLayout>
 
 #include "core/error_report.h"
+#include "desktop/look.h"
 #include "desktop/window_services.h"
 #include "mail/mail_account_form.h"
 
@@ -32,12 +33,13 @@ constexpr int kPreviewDelayMs = 150;
 
 TagGrid::TagGrid(QWidget* parent) : QTableWidget(0, 2, parent) {
     setHorizontalHeaderLabels({QStringLiteral("Variable"), QStringLiteral("Description")});
-    horizontalHeader()->setStretchLastSection(true);
     verticalHeader()->setVisible(false);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setDragEnabled(true);
     setDragDropMode(QAbstractItemView::DragOnly);
+    CompactRows(this);
+    FitColumns(this, 1, {}, {0});
 }
 
 void TagGrid::PopulateList(const QString& sTags, const QString& sDescriptions) {
@@ -48,7 +50,7 @@ void TagGrid::PopulateList(const QString& sTags, const QString& sDescriptions) {
         setItem(r, 0, new QTableWidgetItem(tags[r]));
         setItem(r, 1, new QTableWidgetItem(descriptions.value(r)));
     }
-    resizeColumnToContents(0);
+    FitColumns(this, 1, {}, {0});  // the tags whole, the descriptions in the rest
 }
 
 QMimeData* TagGrid::dragData(int row, int col) const {
@@ -92,6 +94,7 @@ frmTemplates::frmTemplates(QWidget* parent) : QDialog(parent) {
     uHTMLEditor_->setLineWrapMode(QPlainTextEdit::NoWrap);
     txtPreview_ = new QTextBrowser(bodySplit);
     txtPreview_->setOpenLinks(false);
+    txtPreview_->setPalette(PaperPalette(txtPreview_->palette()));  // the mail as it arrives
     left->addWidget(bodySplit, 1);
 
     frameTags_ = new QGroupBox(split);
@@ -112,6 +115,7 @@ frmTemplates::frmTemplates(QWidget* parent) : QDialog(parent) {
             ShowTemplate(index);
     });
     subSetCaptions();
+    ApplyLook(this);
     resize(900, 600);
 }
 

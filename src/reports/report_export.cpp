@@ -6,12 +6,13 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLocale>
 #include <QXmlStreamWriter>
 
 #include <QHash>
 #include <charconv>
-#include <optional>
 #include <cstdio>
+#include <optional>
 #include <string>
 
 #include "core/file_services.h"
@@ -350,6 +351,11 @@ class XlsxWriter : public ReportWriter {
             format_set_num_format(dayFormat_, "m/d/yyyy");
             boldFormat_ = workbook_add_format(workbook_);
             format_set_bold(boldFormat_);
+            moneyFormat_ = workbook_add_format(workbook_);
+            format_set_num_format(moneyFormat_, kMoneyFormat);
+            moneyTotalFormat_ = workbook_add_format(workbook_);
+            format_set_num_format(moneyTotalFormat_, kMoneyFormat);
+            format_set_bold(moneyTotalFormat_);
         }
     }
     ~XlsxWriter() override {
@@ -370,7 +376,7 @@ class XlsxWriter : public ReportWriter {
             if (!v.isValid() || v.isNull())
                 continue;
             if (v.metaType() == QMetaType::fromType<Money>()) {
-                worksheet_write_number(sheet_, row_, col, v.value<Money>().toDouble(), nullptr);
+                worksheet_write_number(sheet_, row_, col, v.value<Money>().toDouble(), moneyFormat_);
                 continue;
             }
             switch (v.typeId()) {
@@ -397,9 +403,18 @@ class XlsxWriter : public ReportWriter {
         return Next();
     }
     bool Summary(const QStringList& cells) override {
-        for (qsizetype i = 0; i < cells.size(); ++i)
-            if (!cells[i].isEmpty())
+        for (qsizetype i = 0; i < cells.size(); ++i) {
+            if (cells[i].isEmpty())
+                continue;
+            // The totals come as the page shows them; the sheet keeps them as numbers it can add up.
+            const std::optional<double> total = TotalOf(cells[i]);
+            const bool amount = size_t(i) < money.size() && money[size_t(i)];
+            if (total)
+                worksheet_write_number(sheet_, row_, lxw_col_t(i), *total,
+                                       amount ? moneyTotalFormat_ : boldFormat_);
+            else
                 Put(lxw_col_t(i), cells[i], boldFormat_);
+        }
         return Next();
     }
     bool Finish() override {
@@ -412,6 +427,17 @@ class XlsxWriter : public ReportWriter {
     }
 
   private:
+    // Two decimals with thousands grouped, in the reader's own separators.
+    static constexpr const char* kMoneyFormat = "#,##0.00";
+
+    // A total's text in this process's locale (as the summary wrote it), or in the C locale.
+    static std::optional<double> TotalOf(const QString& text) {
+        bool ok = false;
+        double value = QLocale().toDouble(text, &ok);
+        if (!ok)
+            value = QLocale::c().toDouble(text, &ok);
+        return ok ? std::optional<double>(value) : std::nullopt;
+    }
     void Put(lxw_col_t col, const QString& text, lxw_format* format) {
         if (text.isEmpty())
             return;
@@ -434,8 +460,19 @@ class XlsxWriter : public ReportWriter {
     lxw_format* dateFormat_ = nullptr;
     lxw_format* dayFormat_ = nullptr;
     lxw_format* boldFormat_ = nullptr;
+    lxw_format* moneyFormat_ = nullptr;
+    lxw_format* moneyTotalFormat_ = nullptr;
     lxw_row_t row_ = 0;
 };
+
+// Per export column, whether it holds amounts.
+std::vector<bool> MoneyColumns(const ReportDefinition& def) {
+    std::vector<bool> money;
+    for (const ReportColumn& c : def.exports)
+        money.push_back(c.column == u"TotalCost" || c.column == u"Field9Value" ||
+                        c.column == u"Field10Value");
+    return money;
+}
 
 Failure ExportFailure(const QString& text) {
     return Failure{errnum::kUnspecified, text, 0, QStringLiteral("fReports.ExportToFile")};
@@ -464,6 +501,7 @@ ExportOutcome WriteRows(std::shared_ptr<Connection> connection, const ReportDefi
         headings.append(c.display);
         pos.push_back(cursor.FieldIndex(c.column));
     }
+    writer.money = MoneyColumns(def);
     ReportSummary summary(def);
     summary.Bind(cursor);
     // The heading goes out with the first row, so a report that must not be empty writes nothing.
@@ -573,6 +611,7 @@ ExportOutcome WriteStoredRows(const ReportRun& run, const ReportDefinition& def,
         headings.append(c.display);
         at.push_back(run.rows ? run.rows->ColumnOf(c.column) : -1);
     }
+    writer.money = MoneyColumns(def);
     if (!writer.Begin(headings)) {
         out.failure = ExportFailure(writer.error);
         return out;

@@ -5,6 +5,7 @@
 #include <QVariant>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "core/failure.h"
 #include "reports/report_render.h"
@@ -26,6 +27,9 @@ class ReportWriter {
     virtual bool Summary(const QStringList& cells) = 0;
     virtual bool Finish() = 0;
     QString error;
+    // Per column, whether it holds amounts (set before Begin): a workbook keeps them as numbers
+    // with two decimals shown, the summary's too.
+    std::vector<bool> money;
 };
 
 // Tab-separated lines ended by CR LF. A cell that holds a tab or a line break is surrounded by the

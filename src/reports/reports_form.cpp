@@ -4,6 +4,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDateEdit>
+#include <QDialogButtonBox>
 #include <QFileInfo>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -29,6 +30,7 @@
 #include "core/prompt.h"
 #include "database/connection.h"
 #include "desktop/dialogs.h"
+#include "desktop/look.h"
 #include "desktop/ui_settings.h"
 #include "desktop/window_services.h"
 #include "domain/option_keys.h"
@@ -111,12 +113,14 @@ frmReports::frmReports(cUISettings& ui, QWidget* parent) : QDialog(parent), ui_(
 
     auto* side = new QWidget;
     auto* sideLayout = new QVBoxLayout(side);
+    sideLayout->setContentsMargins(0, 0, 0, 0);  // the window's margins are around it already
     auto* framePreset = new QGroupBox(QStringLiteral("Presets"));
     auto* presetLayout = new QHBoxLayout(framePreset);
     cboPreset_ = new QComboBox;
     cboPreset_->setEditable(true);
     cboPreset_->setInsertPolicy(QComboBox::NoInsert);
     cboPreset_->lineEdit()->setPlaceholderText(QStringLiteral("Preset name"));
+    cboPreset_->setMinimumContentsLength(11);  // the placeholder whole
     auto* cmdSavePreset = new QPushButton(QStringLiteral("Save"));
     auto* cmdDeletePreset = new QPushButton(QStringLiteral("Delete"));
     presetLayout->addWidget(cboPreset_, 1);
@@ -188,26 +192,34 @@ frmReports::frmReports(cUISettings& ui, QWidget* parent) : QDialog(parent), ui_(
     cmdExport_->setMenu(mnuExportAs_);
     auto* cmdPrint = new QPushButton(QStringLiteral("Print"));
     auto* cmdPdf = new QPushButton(QStringLiteral("Save as PDF"));
-    auto* cmdClose = new QPushButton(QStringLiteral("Close"));
+    // Close where the desktop puts a dialog's buttons.
+    auto* closeBox = NewDialogButtons(QDialogButtonBox::Close, nullptr);
     cmdPrevious_ = new QPushButton(QStringLiteral("Previous"));
     cmdNext_ = new QPushButton(QStringLiteral("Next"));
     lblPart_ = new QLabel;
-    buttons->addWidget(cmdPrevious_);
-    buttons->addWidget(lblPart_);
-    buttons->addWidget(cmdNext_);
+    // The pager has a row of its own above the page, so the buttons below fit the first size.
+    auto* pager = new QHBoxLayout;
+    pager->addWidget(cmdPrevious_);
+    pager->addWidget(lblPart_);
+    pager->addWidget(cmdNext_);
+    pager->addStretch(1);
     buttons->addWidget(cmdExport_);
     buttons->addWidget(cmdPrint);
     buttons->addWidget(cmdPdf);
     buttons->addStretch(1);
-    buttons->addWidget(cmdClose);
+    buttons->addWidget(closeBox);
 
     wwwReport_ = new ChartAwarePane<QTextBrowser>(&chart_);
     wwwReport_->setOpenLinks(false);
     wwwReportEditor_ = new ChartAwarePane<QTextEdit>(&chart_);
     wwwReportEditor_->setAcceptRichText(true);
+    // The page is paper: its HTML brings colours of its own and prints as it shows.
+    wwwReport_->setPalette(PaperPalette(wwwReport_->palette()));
+    wwwReportEditor_->setPalette(PaperPalette(wwwReportEditor_->palette()));
     auto* panes = new QWidget;
     auto* paneLayout = new QVBoxLayout(panes);
     paneLayout->setContentsMargins(0, 0, 0, 0);
+    paneLayout->addLayout(pager);
     paneLayout->addWidget(wwwReport_);
     paneLayout->addWidget(wwwReportEditor_);
     paneLayout->addLayout(buttons);
@@ -229,9 +241,10 @@ frmReports::frmReports(cUISettings& ui, QWidget* parent) : QDialog(parent), ui_(
     connect(cmdShow_, &QPushButton::clicked, this, [this] { cmdShow_Click(); });
     connect(cmdPrint, &QPushButton::clicked, this, [this] { PrintReport(); });
     connect(cmdPdf, &QPushButton::clicked, this, [this] { SaveAsPdf(); });
-    connect(cmdClose, &QPushButton::clicked, this, [this] { Exit(); });
+    connect(closeBox, &QDialogButtonBox::rejected, this, [this] { Exit(); });
     connect(cmdPrevious_, &QPushButton::clicked, this, [this] { showPart(part_ - 1); });
     connect(cmdNext_, &QPushButton::clicked, this, [this] { showPart(part_ + 1); });
+    ApplyLook(this);
 }
 
 frmReports::~frmReports() = default;

@@ -14,6 +14,7 @@
 #include <QPushButton>
 #include <QResizeEvent>
 #include <QSignalBlocker>
+#include <QStyle>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -22,7 +23,8 @@
 #include "core/process_state.h"
 #include "core/prompt.h"
 #include "database/connection.h"
-#include "database/recordset.h"
+#include "desktop/item_pictures.h"
+#include "desktop/look.h"
 #include "desktop/ui_settings.h"
 #include "desktop/window_services.h"
 #include "settings/global_settings.h"
@@ -37,37 +39,15 @@ std::function<void(frmReviewReports&)> g_driver;
 constexpr int kTwipsPerPixel = 15;
 constexpr int kMinWidth = 640;
 constexpr int kMinHeight = 360;
-// Red 255, green 224, blue 192 (0xC0E0FF as the client stores colours).
-const QColor kLockedColour(255, 224, 192);
-
 using namespace review_col;
 
-QIcon TaskPicture() {
-    QPixmap pm(16, 16);
-    pm.fill(Qt::transparent);
-    QPainter p(&pm);
-    p.setRenderHint(QPainter::Antialiasing);
-    p.setPen(QPen(QColor(60, 60, 60), 1));
-    p.setBrush(QColor(255, 252, 220));
-    p.drawRect(QRectF(2.5, 1.5, 11, 13));
-    p.setPen(QPen(QColor(20, 130, 40), 2));
-    p.drawPolyline(QPolygonF({QPointF(4.5, 8), QPointF(7, 11), QPointF(11.5, 4.5)}));
-    return QIcon(pm);
-}
-
-QIcon AppointmentPicture() {
-    QPixmap pm(16, 16);
-    pm.fill(Qt::transparent);
-    QPainter p(&pm);
-    p.setPen(QPen(QColor(60, 60, 60), 1));
-    p.setBrush(Qt::white);
-    p.drawRect(1, 2, 13, 12);
-    p.fillRect(2, 3, 12, 3, QColor(200, 60, 50));
-    p.setPen(QColor(90, 90, 90));
-    for (int y = 8; y <= 12; y += 2)
-        for (int x = 3; x <= 12; x += 3)
-            p.drawPoint(x, y);
-    return QIcon(pm);
+// A locked cell is shaded a little towards the text colour, so the shade reads on light and dark
+// palettes alike.
+QColor LockedCellColour(const QPalette& palette) {
+    const QColor base = palette.color(QPalette::Base), text = palette.color(QPalette::Text);
+    const auto mix = [](int a, int b) { return (a * 9 + b) / 10; };
+    return QColor(mix(base.red(), text.red()), mix(base.green(), text.green()),
+                  mix(base.blue(), text.blue()));
 }
 
 int ToTwips(int pixels) {
@@ -140,7 +120,6 @@ frmReviewReports::frmReviewReports(cUISettings* ui, QWidget* parent) : QDialog(p
     pWait_ = new QLabel(QStringLiteral("Choose the timesheets to review and press OK."), this);
     layout->addWidget(pWait_);
     fps_ = new ReviewGrid(this);
-    fps_->reviewModel()->setLockColour(kLockedColour);
     fps_->reviewModel()->setIcons(TaskPicture(), AppointmentPicture());
     layout->addWidget(fps_, 1);
     auto* below = new QHBoxLayout;
@@ -170,6 +149,9 @@ frmReviewReports::frmReviewReports(cUISettings* ui, QWidget* parent) : QDialog(p
     connect(fps_->model(), &QAbstractItemModel::modelReset, this, selectionChanged);
     connect(fps_->model(), &QAbstractItemModel::rowsRemoved, this, selectionChanged);
     selectionChanged();
+    CompactRows(fps_);
+    ApplyLook(this);
+    subResizeSpreadSheets();
 }
 
 frmReviewReports::~frmReviewReports() = default;
@@ -332,6 +314,9 @@ void frmReviewReports::cmdOK() {
     LoadNotifyButtons(kDecline, QStringLiteral("Decline"));
     subResizeSpreadSheets();
     const int last = fps_->rowCount() - 1;
+    // Locked cells are shaded only beside cells that can be edited: a shade on every row tells nothing.
+    fps_->reviewModel()->setLockColour(
+        options_.bEditProjectActivity || options_.bEditCost ? LockedCellColour(palette()) : QColor());
     LockCells(kID, kSubject, 0, last, true);
     if (!options_.bEditProjectActivity)
         LockCells(kProject, kActivity, 0, last, true);
@@ -567,25 +552,16 @@ void frmReviewReports::ComboSelChange(int row, int col) {
 }
 
 void frmReviewReports::subResizeSpreadSheets() {
-    const int ch = fontMetrics().averageCharWidth();
-    const int pad = 8;
-    const auto units = [&](int n) { return n * ch + pad; };
-    fps_->setColumnWidth(kType, 28);
-    fps_->setColumnWidth(kID, units(13));
-    fps_->setColumnWidth(kCost, units(12));
-    // Seven units, or wider when the face and its frame would not fit: a cut "Declin" helps nobody.
-    const QFontMetrics fm = fontMetrics();
-    const int buttons = std::max(units(7), std::max(fm.horizontalAdvance(QStringLiteral("Approve")),
-                                                    fm.horizontalAdvance(QStringLiteral("Decline"))) +
-                                               3 * pad);
-    fps_->setColumnWidth(kApprove, buttons);
-    fps_->setColumnWidth(kDecline, buttons);
-    const int fixed = 28 + units(13) + units(12) + 2 * buttons;
-    // The rest shares what is left; the subject gets two parts.
-    const int part = std::max(60, (fps_->viewport()->width() - fixed) / 6);
-    fps_->setColumnWidth(kSubject, 2 * part);
-    for (int c : {kProject, kActivity, kReported, kReportedBy})
-        fps_->setColumnWidth(c, part);
+    // The kind's picture and the row buttons have fixed widths, wide enough for "Decline" on its
+    // face; the others fit their captions and contents (IDs, amounts and dates never cut) and the
+    // subject takes the rest.
+    const QFontMetrics fm = fps_->fontMetrics();
+    const int face = std::max(fm.horizontalAdvance(QStringLiteral("Approve")),
+                              fm.horizontalAdvance(QStringLiteral("Decline"))) +
+                     2 * style()->pixelMetric(QStyle::PM_ButtonMargin, nullptr, this) + 8;
+    FitColumns(fps_, kSubject,
+               {{kType, CellTextNeed(fps_, QString(), true)}, {kApprove, face}, {kDecline, face}},
+               {kID, kCost, kReported});
 }
 
 void frmReviewReports::resizeEvent(QResizeEvent* event) {

@@ -35,6 +35,8 @@
 #include "core/prompt.h"
 #include "database/connection.h"
 #include "desktop/dialogs.h"
+#include "desktop/item_pictures.h"
+#include "desktop/look.h"
 #include "desktop/ui_settings.h"
 #include "desktop/window_services.h"
 #include "domain/option_keys.h"
@@ -150,11 +152,13 @@ QVariant SearchListModel::data(const QModelIndex& index, int role) const {
     if (role == Qt::UserRole)
         return row.key;
     if (role == Qt::DecorationRole && index.column() == 0) {
-        // "task" and "appointment" images of the list.
-        static const QIcon task = QApplication::style()->standardIcon(QStyle::SP_FileDialogDetailedView);
-        static const QIcon appointment = QApplication::style()->standardIcon(QStyle::SP_FileDialogInfoView);
+        // The same pictures as the review's.
+        static const QIcon task = TaskPicture();
+        static const QIcon appointment = AppointmentPicture();
         return row.key.startsWith(u'T') ? task : appointment;
     }
+    if (role == Qt::TextAlignmentRole && index.column() == 5)
+        return int(Qt::AlignRight | Qt::AlignVCenter);  // amounts line up on their decimals
     return {};
 }
 
@@ -194,6 +198,8 @@ frmSearch::frmSearch(cDBSettings& global, cUISettings& ui, QWidget* parent)
     auto* by = new QFormLayout;
     cmbSearchFields_ = new QComboBox(panel);
     cmbSearchFields_->setObjectName(QStringLiteral("cmbSearchFields"));
+    // As wide as its longest entry, which comes after the window is made.
+    cmbSearchFields_->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     by->addRow(QStringLiteral("Search by:"), cmbSearchFields_);
     left->addLayout(by);
 
@@ -297,6 +303,8 @@ frmSearch::frmSearch(cDBSettings& global, cUISettings& ui, QWidget* parent)
     connect(cmdReset_, &QPushButton::clicked, this, &frmSearch::cmdReset);
     connect(lvResult_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this](const QModelIndex& current) { ShowPreview(current.row()); });
+    ApplyLook(this);
+    FitColumns(lvResult_, 0, {}, {1, 5, 6});  // ID, cost and date whole; the subject stretches
 }
 
 frmSearch::~frmSearch() = default;
@@ -319,11 +327,7 @@ void frmSearch::Initialize() {
     subTraceAction(QStringLiteral("Search.Initialize"));
     ui_.ReadSearchUIValues();
     model_->SetHeaders(SearchColumnHeaders(global_.ProjectTitle, global_.ActivityTitle));
-    const qint16 widths[] = {ui_.Search_SubjectWidth,     ui_.Search_IDWidth,   ui_.Search_MemberWidth,
-                             ui_.Search_ProjectWidth,     ui_.Search_TaskWidth, ui_.Search_CostWidth,
-                             ui_.Search_LastReportedWidth};
-    for (int c = 0; c < 7; ++c)
-        lvResult_->setColumnWidth(c, widths[c]);
+    // The columns fit the list (FitColumns); the stored widths are still written for older versions.
 
     const QSignalBlocker blockFields(cmbSearchFields_);
     cmbSearchFields_->clear();

@@ -6,6 +6,7 @@
 #include "core/error_report.h"
 #include "database/connection.h"
 #include "database/recordset.h"
+#include "desktop/grid_model.h"
 
 namespace tlm {
 
@@ -58,12 +59,18 @@ QStringList SearchColumnHeaders(const QString& projectTitle, const QString& acti
 }
 
 std::array<QString, 7> SearchRowValues(const cReportedRecord& r) {
+    // The cost as the review grid shows it, through the grid's own currency cell.
+    static const GridColumn cost = [] {
+        GridColumn c;
+        c.type = GridCellType::Currency;
+        return c;
+    }();
     return {r.Subject,
             r.ID,
             r.ReportedBy,
             r.ProjectValue,
             r.ActivityValue,
-            r.TotalCost.toPlainString(),
+            FormatCellValue(cost, QVariant::fromValue(r.TotalCost)),
             QLocale::system().toString(r.ReportedDate.date(), QLocale::ShortFormat)};
 }
 

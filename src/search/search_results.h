@@ -49,7 +49,8 @@ class SearchResults {
 // The seven list columns: "Subject", "ID", "Member", project title, activity title, "Cost",
 // "Last Reported".
 QStringList SearchColumnHeaders(const QString& projectTitle, const QString& activityTitle);
-// One row of the list: the values of the seven columns, "Last Reported" in the system's short date.
+// One row of the list: the values of the seven columns, "Cost" with two decimals as the grids show
+// it, "Last Reported" in the system's short date.
 std::array<QString, 7> SearchRowValues(const cReportedRecord& record);
 
 // Runs the query for the chosen item types on the connection, tasks first, into results (cleared

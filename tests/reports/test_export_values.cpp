@@ -235,12 +235,19 @@ TEST_P(ExportValues, WorkbookCells) {
                                                                   : QStringLiteral("m/d/yyyy h:mm:ss"));
         EXPECT_TRUE(cells.value(u'C' + n).type.isEmpty());
         EXPECT_EQ(cells.value(u'C' + n).value.toDouble(), r.cost.toDouble());
+        EXPECT_EQ(format(u'C' + n), QStringLiteral("#,##0.00"));
         EXPECT_EQ(cells.value(u'D' + n).value, QString::number(r.flag));
         if (r.end)
             EXPECT_NEAR(cells.value(u'E' + n).value.toDouble(), serial(*r.end), 1e-9);
         else
             EXPECT_FALSE(cells.contains(u'E' + n)) << "a NULL writes no cell";
     }
+    // The total, handed over as the page shows it ("12,345,677,666.73"), is a number the sheet can
+    // add up, shown as the amounts above it are.
+    const QString total = u'C' + QString::number(int(rows.size()) + 2);
+    EXPECT_TRUE(cells.value(total).type.isEmpty()) << text(total).toStdString();
+    EXPECT_DOUBLE_EQ(cells.value(total).value.toDouble(), 12345677666.73);
+    EXPECT_EQ(format(total), QStringLiteral("#,##0.00"));
 }
 
 TEST_P(ExportValues, PdfPageCells) {

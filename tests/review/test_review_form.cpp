@@ -7,8 +7,11 @@
 #include <QMouseEvent>
 #include <QProgressDialog>
 #include <QPushButton>
+#include <QRegularExpression>
+#include <QSet>
 #include <algorithm>
 
+#include "desktop/item_pictures.h"
 #include "reported/task_data.h"
 #include "review/review_fixture.h"
 #include "review/review_form.h"
@@ -96,6 +99,93 @@ TEST_P(ReviewFormTest, FilterOkThenApproveAndDeclineRowsThroughTheWindow) {
                shared),
         QStringList{other});
     EXPECT_EQ(CountWhere(QStringLiteral("tReportedTasks"), QStringLiteral("ID = ") + shared), 0);
+}
+
+// After OK the grid holds, row for row, what the full records of the same filter hold; one row
+// approved by its button changes that row alone in the database, and the grid keeps the others.
+TEST_P(ReviewFormTest, TheGridHoldsTheRecordsRowsAndAnApprovalChangesOnlyItsRow) {
+    global->GeneralSettings.SetValue(QStringLiteral("tpoAuditEnableCostEdit"), 1);
+    const auto snapshot = [this] {
+        QStringList rows;
+        for (const char* table : {"tReportedTasks", "tReportedAppointments"})
+            for (auto rs = Open(QStringLiteral("SELECT * FROM %1 ORDER BY ID").arg(QLatin1String(table)));
+                 !rs->Eof(); rs->MoveNext()) {
+                QString row = QLatin1String(table);
+                for (int i = 0; i < rs->FieldCount(); ++i) {
+                    const QVariant v = rs->Fields(i).Value();
+                    row += u'|' + rs->Fields(i).Name() + u'=' +
+                           (v.metaType() == QMetaType::fromType<Money>() ? v.value<Money>().toPlainString()
+                                                                         : v.toString());
+                }
+                rows.append(row);
+            }
+        return rows;
+    };
+    const QString project = global->Projects.Items.Keys().value(0);
+    const struct {
+        const char* what;
+        int filterIndex;
+        QString value;
+        int types;
+    } cases[] = {
+        {"all, both kinds", 0, QString(), 2},
+        {"by project, appointments", 1, project, 1},
+        {"by manager, tasks", 2, global->Projects.Items.Find(project)->ProjectManager, 0},
+    };
+    bool drove = false;
+    SetReviewReportsDriver([&](frmReviewReports& form) {
+        drove = true;
+        ReviewGrid& g = *form.grid();
+        const ReviewGridModel& m = *g.reviewModel();
+        const auto gridRows = [&] {
+            QVector<ReviewItem> items;
+            for (int r = 0; r < g.rowCount(); ++r)
+                items.append(m.item(r));
+            return items;
+        };
+        for (const auto& c : cases) {
+            SCOPED_TRACE(c.what);
+            form.cboFilter()->setCurrentIndex(c.filterIndex);
+            if (c.filterIndex != 0)
+                form.cboValue()->setCurrentIndex(form.cboValue()->findText(c.value));
+            form.cboTypes()->setCurrentIndex(c.types);
+            const ReviewFilter f = form.filter();
+            ASSERT_EQ(f.value, c.value);
+            form.okButton()->click();
+            const QVector<ReviewItem> records = RecordRows(f);
+            ASSERT_FALSE(records.isEmpty());
+            ExpectSameRows(gridRows(), records);
+            EXPECT_EQ(form.rowCountLabel()->text(), QStringLiteral("%1 timesheets").arg(records.size()));
+        }
+
+        // The last case's middle row, its cost edited, approved by its button.
+        const int row = g.rowCount() / 2;
+        const ReviewItem picked = m.item(row);
+        ASSERT_TRUE(g.userEdit(row, kCost, QStringLiteral("3.5")));
+        const QStringList before = snapshot();
+        prompter.queue(PromptAnswer::Yes);
+        emit g.buttonClicked(row, kApprove);
+        const QStringList after = snapshot();
+        ASSERT_EQ(after.size(), before.size());
+        const QString table =
+            picked.appointment ? QStringLiteral("tReportedAppointments") : QStringLiteral("tReportedTasks");
+        const QString key = table + QStringLiteral("|ID=") + picked.ID + u'|';
+        int changed = 0;
+        for (int i = 0; i < before.size(); ++i) {
+            if (before[i] == after[i])
+                continue;
+            ++changed;
+            EXPECT_TRUE(after[i].startsWith(key)) << after[i].toStdString();
+            EXPECT_TRUE(after[i].contains(QStringLiteral("|Approved=1"))) << after[i].toStdString();
+            EXPECT_TRUE(after[i].contains(QStringLiteral("|TotalCost=3.5"))) << after[i].toStdString();
+        }
+        EXPECT_EQ(changed, 1);
+        // The grid is what a new read of the filter gives: every row but the approved one, in order.
+        ExpectSameRows(gridRows(), RecordRows(form.filter()));
+    });
+    OpenReviewReports(22);
+    ASSERT_TRUE(drove);
+    EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
 }
 
 // ---- a row's button: the question, the step and what the user is shown ------------------------
@@ -570,6 +660,71 @@ TEST(ReviewGridModel, APaintedButtonClicksOnReleaseOverItsCell) {
     click(3, 4, kDecline);  // released elsewhere
     click(3, 3, kSubject);  // not a button
     EXPECT_EQ(clicks, (QVector<std::pair<int, int>>{{1, kApprove}, {2, kDecline}}));
+}
+
+// The kind shows as the picture of a task or an appointment, the pictures every list shows and never a
+// check box; the cost has two decimals; the ID alone numbers the rows; and locked cells are shaded
+// only where some cell beside them can be edited, from the palette.
+TEST_P(ReviewFormTest, PicturesCostsAndShadesMeanWhatTheyShow) {
+    const auto image = [](const QIcon& icon) { return icon.pixmap(16).toImage(); };
+    const QImage task = image(TaskPicture()), appointment = image(AppointmentPicture());
+    ASSERT_NE(task, appointment);
+    const QRegularExpression twoDecimals(QStringLiteral("^-?\\d+\\.\\d\\d$"));
+    struct Case {
+        const char* what;
+        int projectActivity, cost;  // the two edit switches
+        bool shaded;
+        QList<int> editable;
+    };
+    const Case cases[] = {
+        {"nothing editable", 0, 0, false, {}},
+        {"cost editable", 0, 1, true, {kCost}},
+        {"project and activity editable", 1, 0, true, {kProject, kActivity}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        global->GeneralSettings.SetValue(QStringLiteral("tpoAuditEnableProjectActivityEdit"),
+                                         c.projectActivity);
+        global->GeneralSettings.SetValue(QStringLiteral("tpoAuditEnableCostEdit"), c.cost);
+        bool drove = false;
+        SetReviewReportsDriver([&](frmReviewReports& form) {
+            drove = true;
+            ReviewGrid& g = *form.grid();
+            form.cboFilter()->setCurrentIndex(0);
+            form.cboTypes()->setCurrentIndex(2);
+            form.okButton()->click();
+            ASSERT_GT(g.rowCount(), 0);
+            EXPECT_FALSE(g.verticalHeader()->isVisible());
+            const QColor base = g.palette().color(QPalette::Base);
+            const QAbstractItemModel& m = *g.model();
+            QSet<QString> kinds;
+            for (int r = 0; r < g.rowCount(); ++r) {
+                const QString kind = g.text(r, kType);
+                kinds.insert(kind);
+                ASSERT_EQ(image(m.index(r, kType).data(Qt::DecorationRole).value<QIcon>()),
+                          kind == u"task" ? task : appointment)
+                    << r;
+                ASSERT_TRUE(twoDecimals.match(g.text(r, kCost)).hasMatch()) << g.text(r, kCost).toStdString();
+                for (int col = 0; col < kCount; ++col) {
+                    const QModelIndex cell = m.index(r, col);
+                    ASSERT_FALSE(cell.data(Qt::CheckStateRole).isValid()) << col;
+                    ASSERT_FALSE(cell.flags() & Qt::ItemIsUserCheckable) << col;
+                    const bool editable = c.editable.contains(col);
+                    ASSERT_EQ(bool(cell.flags() & Qt::ItemIsEditable), editable) << r << ' ' << col;
+                    const bool locked = !editable && col != kType && col != kApprove && col != kDecline;
+                    const QVariant shade = cell.data(Qt::BackgroundRole);
+                    ASSERT_EQ(shade.isValid(), locked && c.shaded) << r << ' ' << col;
+                    if (shade.isValid()) {
+                        ASSERT_NE(shade.value<QColor>(), base);
+                    }
+                }
+            }
+            EXPECT_EQ(kinds, (QSet<QString>{QStringLiteral("task"), QStringLiteral("appointment")}));
+        });
+        OpenReviewReports(22);
+        ASSERT_TRUE(drove);
+    }
+    EXPECT_TRUE(presenter.reports.isEmpty()) << FirstReport().toStdString();
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, ReviewButtonTest, ::testing::Values(Engine::SQLite, Engine::PostgreSQL),

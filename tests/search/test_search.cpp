@@ -222,7 +222,7 @@ TEST_P(SearchDbTest, RecordsCarryTheirOwnTableValuesAndPrintInListOrder) {
     EXPECT_EQ(std::get<cAppointmentData>(results.At(1)).EndDate, QDateTime(QDate(2026, 3, 10), QTime(0, 0)));
     const auto row = SearchRowValues(results.Common(0));
     EXPECT_EQ(QStringList(row.begin(), row.end()).join(u'|'),
-              QStringLiteral("Quarterly audit|7|Robin|Apollo|Design|125.5|") +
+              QStringLiteral("Quarterly audit|7|Robin|Apollo|Design|125.50|") +
                   QLocale::system().toString(QDate(2026, 3, 7), QLocale::ShortFormat));
 
     const QString tmpl = global->MessageTemplates.GetValue(QStringLiteral("tpoPrintTemplate")).toString();

@@ -8,6 +8,7 @@
 #include <QItemSelectionModel>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMap>
 #include <QPlainTextEdit>
 #include <QPrinter>
 #include <QProcess>
@@ -17,6 +18,7 @@
 
 #include "app/section_loader.h"
 #include "desktop/dialogs.h"
+#include "desktop/item_pictures.h"
 #include "domain/domain_test_fixture.h"
 #include "search/search_form.h"
 #include "search/search_test_rows.h"
@@ -271,6 +273,42 @@ TEST_P(SearchFormTest, ProjectAloneUntilAnActivityIsPicked) {
         EXPECT_TRUE(form.activities()->currentText().isEmpty());
         form.cmdSearch();
         EXPECT_EQ(form.resultModel().rowCount(), 2);
+        EXPECT_TRUE(presenter.reports.isEmpty()) << AllShownText().toStdString();
+    });
+    subLoadSection(20);
+    ASSERT_TRUE(ran);
+}
+
+// The list shows a task's and an appointment's pictures, the ones the review shows, never a check
+// box; costs come with two decimals as the review shows them, to the right so their points line up.
+TEST_P(SearchFormTest, PicturesAndCostsAsTheReviewShowsThem) {
+    const auto image = [](const QIcon& icon) { return icon.pixmap(16).toImage(); };
+    const QImage task = image(TaskPicture()), appointment = image(AppointmentPicture());
+    bool ran = false;
+    SetSearchDriver([&](frmSearch& form) {
+        ran = true;
+        form.searchFields()->setCurrentText(QStringLiteral("Reported Between"));
+        form.types()->setCurrentIndex(2);
+        form.startDate()->setDate(QDate(2026, 1, 1));
+        form.endDate()->setDate(QDate(2026, 12, 31));
+        form.cmdSearch();
+        const SearchListModel& m = form.resultModel();
+        ASSERT_EQ(m.rowCount(), 4);
+        const QMap<QString, QString> costs{
+            {"T7", "125.50"}, {"T8", "40.00"}, {"A7", "80.00"}, {"A9", "300.00"}};
+        for (int r = 0; r < m.rowCount(); ++r) {
+            const QString key = m.Key(r);
+            SCOPED_TRACE(key.toStdString());
+            EXPECT_EQ(m.Text(r, 5), costs.value(key));
+            EXPECT_EQ(m.index(r, 5).data(Qt::DisplayRole).toString(), costs.value(key));
+            EXPECT_TRUE(m.index(r, 5).data(Qt::TextAlignmentRole).toInt() & Qt::AlignRight);
+            EXPECT_EQ(image(m.index(r, 0).data(Qt::DecorationRole).value<QIcon>()),
+                      key.startsWith(u'T') ? task : appointment);
+            for (int col = 0; col < m.columnCount(); ++col) {
+                EXPECT_FALSE(m.index(r, col).data(Qt::CheckStateRole).isValid()) << col;
+                EXPECT_FALSE(m.flags(m.index(r, col)) & Qt::ItemIsUserCheckable) << col;
+            }
+        }
         EXPECT_TRUE(presenter.reports.isEmpty()) << AllShownText().toStdString();
     });
     subLoadSection(20);
