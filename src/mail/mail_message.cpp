@@ -111,9 +111,10 @@ QString DecodeHeaderText(const QByteArray& raw) {
 }
 
 bool IsValidMailAddress(const QString& address) {
+    // \z, not $: a '$' also matches before a final line break, which would reach a header.
     static const QRegularExpression re(QStringLiteral(
         "^[A-Za-z0-9!#$%&'*+/=?^_`{|}~-]+(\\.[A-Za-z0-9!#$%&'*+/=?^_`{|}~-]+)*"
-        "@[A-Za-z0-9]([A-Za-z0-9-]*[A-Za-z0-9])?(\\.[A-Za-z0-9]([A-Za-z0-9-]*[A-Za-z0-9])?)*$"));
+        "@[A-Za-z0-9]([A-Za-z0-9-]*[A-Za-z0-9])?(\\.[A-Za-z0-9]([A-Za-z0-9-]*[A-Za-z0-9])?)*\\z"));
     if (address.size() > 254 || address.indexOf(QLatin1Char('@')) > 64)
         return false;
     return re.match(address).hasMatch();

@@ -118,6 +118,13 @@ TEST(MailComposition, RefusesInjectionAndMissingRecipients) {
     EXPECT_FALSE(ComposeMail(MailAddress{QStringLiteral("x\r\nBcc: e@x.org"), QStringLiteral("d@x.org")},
                              {QStringLiteral("a@x.org"), {}, hi, {}})
                      .ok());
+    // A sender address from the settings with a line break at its end, or inside it.
+    for (const char* address : {"d@x.org\n", "d@x.org\r\n", "d@x.org\nBcc: e@x.org", "d@x.org\r"}) {
+        const ComposedMail m = ComposeMail(MailAddress{QStringLiteral("Desk"), QString::fromLatin1(address)},
+                                           {QStringLiteral("a@x.org"), {}, hi, {}});
+        EXPECT_FALSE(m.ok()) << QByteArray(address).toPercentEncoding().toStdString();
+        EXPECT_TRUE(m.bytes.isEmpty());
+    }
     // Only blind copies: the header says so instead of staying empty.
     const ComposedMail bccOnly = ComposeMail(kSender, {{}, QStringLiteral("b@y.org"), hi, {}});
     ASSERT_TRUE(bccOnly.ok());
