@@ -114,7 +114,7 @@ QIcon DrawnAppointmentPicture() {
     return QIcon(new ItemPictureEngine(Picture::Appointment));
 }
 
-// Names of the icon naming spec and the common themes; "task-due" is left out since its pictures
+// Freedesktop icon names the common themes carry; "task-due" is left out since its pictures
 // warn of a deadline, which a reported task does not have.
 QIcon TaskPicture() {
     return FromTheme({"view-task"}, DrawnTaskPicture());
